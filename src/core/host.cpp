@@ -1,0 +1,63 @@
+#include "core/host.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace sv {
+
+namespace {
+Host* g_host = nullptr;
+}
+
+Host& host() {
+  if (!g_host) {
+    std::fputs("sv4200: no host set\n", stderr);
+    std::abort();
+  }
+  return *g_host;
+}
+
+void SetHost(Host* h) { g_host = h; }
+bool HasHost() { return g_host != nullptr; }
+
+void ShowStatus(const std::string& text, int progress) {
+  if (g_host) g_host->ShowStatus(text, progress);
+}
+
+const char* ToString(MsgIcon icon) {
+  switch (icon) {
+    case MsgIcon::None: return "none";
+    case MsgIcon::Critical: return "critical";
+    case MsgIcon::Question: return "question";
+    case MsgIcon::Exclamation: return "exclamation";
+    case MsgIcon::Information: return "information";
+  }
+  return "?";
+}
+
+const char* ToString(MsgButtons buttons) {
+  switch (buttons) {
+    case MsgButtons::OK: return "OK";
+    case MsgButtons::OKCancel: return "OK Cancel";
+    case MsgButtons::AbortRetryIgnore: return "Abort Retry Ignore";
+    case MsgButtons::YesNoCancel: return "Yes No Cancel";
+    case MsgButtons::YesNo: return "Yes No";
+    case MsgButtons::RetryCancel: return "Retry Cancel";
+  }
+  return "?";
+}
+
+const char* ToString(MsgResult result) {
+  switch (result) {
+    case MsgResult::OK: return "OK";
+    case MsgResult::Cancel: return "Cancel";
+    case MsgResult::Abort: return "Abort";
+    case MsgResult::Retry: return "Retry";
+    case MsgResult::Ignore: return "Ignore";
+    case MsgResult::Yes: return "Yes";
+    case MsgResult::No: return "No";
+  }
+  return "?";
+}
+
+}  // namespace sv

@@ -1,0 +1,46 @@
+// The pixel kernel: every loop over pixels lives here. Callers hand it raw
+// buffers, sizes and limits.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace sv {
+
+struct KernelVersion {
+  uint8_t major, minor, patch;
+};
+
+// Identity.
+KernelVersion SV_version();
+std::string SV_dll_date();
+
+// Memory.
+void SV_memcpy(void* dest, const void* source, size_t bytes);
+void SV_memset(void* dest, int value, size_t bytes);
+
+// Depth conversions; count is the number of samples.
+void SV_convert_8_to_16(const uint8_t* source, uint16_t* dest, size_t count);
+// Keeps the upper eight of `bits` significant bits.
+void SV_convert_16_to_8(const uint16_t* source, uint8_t* dest, size_t count, int bits);
+
+// Display.
+// Fills a byte table of `tableSize` entries: min and max are fractions of
+// `levels`; samples at or below the lower limit give 0, at or above the upper
+// limit 255, linear between; reversed with `inverse`.
+void SV_set_lut(float min, float max, long levels, long tableSize, uint8_t* table, bool inverse);
+// Maps width x height samples through the table into a bottom-up display
+// bitmap whose lines are padded to four bytes.
+void SV_display(long width, long height, const uint16_t* source16, uint8_t* dest8,
+                const uint8_t* table);
+// The same for three words a pixel (R, G, B); the bitmap takes B, G, R.
+void SV_RGB_display(long width, long height, const uint16_t* source16, uint8_t* dest8,
+                    const uint8_t* table);
+
+// Bytes per line of the display bitmap.
+inline long DisplayByteWidth(long width, bool colour) {
+  return colour ? (3 * width + 3) & ~3L : (width + 3) & ~3L;
+}
+
+}  // namespace sv
