@@ -25,6 +25,9 @@ class ChildDocument {
   virtual bool Locked() const { return false; }
   virtual long mode() const { return 0; }
   virtual bool Visible() const { return true; }
+  virtual void SetVisible(bool) {}
+  // The window title without the changed mark ("Image3", "Data2.sht").
+  virtual void SetTitle(const std::string&) {}
   // The name of the operation that can be undone, "" when none.
   virtual std::string UndoName() const { return ""; }
   // Asked before the window closes; false keeps it open.

@@ -56,6 +56,8 @@ inline constexpr const char* kPanelStamp = "Picture_Stamp";
 class MainView {
  public:
   virtual ~MainView() = default;
+  // A new child window, created hidden; ShowChild shows it and brings it to
+  // the front. A child that is never shown (the background image) stays hidden.
   virtual void ChildAdded(ChildDocument&) {}
   virtual void ChildRemoved(long /*handle*/) {}
   virtual void ShowChild(long /*handle*/) {}
@@ -114,6 +116,8 @@ class MDIForm_Main {
   // Documents.
   ChildDocument* CreateImage();
   ChildDocument* CreateWorksheet();
+  // Shows the child window and makes it the active one.
+  void ShowChild(long handle);
   ChildDocument* Child(long handle);
   ChildDocument* ActiveChild();
   void SetActiveChild(long handle);
