@@ -35,6 +35,7 @@ struct Globals {
   std::vector<uint16_t> RGBtoGrey;  // 65536 entries once built
 
   bool BackgroundValid = false;
+  long BackgroundImageHandle = 0;
   bool NoiseReduction = false;
 
   // Section "Main".
@@ -56,6 +57,7 @@ struct Globals {
   int ShowExitDialog = 1, StartOverlay = 1, ShowToolbar = -1, ShowStatusbar = -1;
   int OsziBackColor = 0xFFFFFF;
   // Sections "Tarvos", "Trigger", "Histogram", "LineSetupDlg", "eGun", "Script".
+  bool TarvosEnabled = false;  // the Tarvos data link is built and on: "DataLinkMode" is kept
   int DataLinkMode = 0;
   int TriggerMode = 0, TriggerSource = 4;
   int HistogramVisible = 0, HistogramLeft = 0, HistogramTop = 0;

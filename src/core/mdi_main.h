@@ -174,6 +174,7 @@ class MDIForm_Main {
   static constexpr int kLastFileEntries = 4;
   MainView* view_ = nullptr;
   MainView nullView_;
+  DocumentFactory imageFactory_, sheetFactory_;
   MenuEntry menuBar_;
   std::vector<Toolbar> toolbars_;
   std::map<std::string, std::function<void(int)>> commands_;
