@@ -41,12 +41,21 @@ class Profile {
   std::vector<std::string> Sections() const;
   std::vector<std::string> Keys(const std::string& section) const;
 
+  // The file's text. Lines end as the first line of the parsed text ended,
+  // CR LF for a profile that had no line break yet.
   std::string Text() const;
   // Writes the whole file; false when it cannot be written.
   bool Save(const std::string& path) const;
 
  private:
+  struct Range {
+    size_t header, end;  // the header line and one past the section's last line
+  };
+  Range NextSection(size_t from, const std::string& section) const;
+  std::optional<size_t> FindKey(const std::string& section, const std::string& key) const;
+
   std::vector<std::string> lines_;
+  std::string eol_ = "\r\n";
 };
 
 // The profile calls by file name, each reading (and writing) the file anew.
@@ -59,5 +68,8 @@ std::string GetPrivateProfileString(const std::string& section, const std::strin
                                     const std::string& def, const std::string& file);
 bool WritePrivateProfileString(const std::string& section, const std::string& key,
                                const std::string& value, const std::string& file);
+// Saves a whole profile under a file name as the calls above resolve it; the
+// config folder is made when a bare name needs it.
+bool SaveProfileTo(const Profile& profile, const std::string& file);
 
 }  // namespace sv
