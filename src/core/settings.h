@@ -60,7 +60,9 @@ void NormaliseMainWindowRect(int screenWidth, int screenHeight);
 std::string DataRoot(const std::string& userName);
 void ReadPathes(const Profile& ini);
 void WritePathes(Profile& ini);
-// Last files: read from the last key to the first, written in order.
+// Last files: read from the last key to the first, written in order. The
+// values come back in the order read ("File" + count first, "File1" last), so
+// that feeding each to MDIForm_Main::UpdateLastFiles leaves "File1" on top.
 std::vector<std::string> ReadLastFiles(const Profile& ini, int count);
 void WriteLastFiles(Profile& ini, const std::vector<std::string>& files);
 

@@ -1,0 +1,424 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <regex>
+
+#include "core/globals.h"
+#include "core/mdi_main.h"
+#include "core/platform/platform.h"
+#include "core/settings.h"
+#include "support/scripted_host.h"
+
+namespace sv {
+namespace {
+
+namespace fs = std::filesystem;
+
+class SettingsTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ResetGlobals();
+    ClearSettingsSections();
+  }
+  void TearDown() override {
+    ResetGlobals();
+    ClearSettingsSections();
+  }
+  std::string StoreValue(const std::string& app, const std::string& section,
+                         const std::string& key) {
+    return h.store.GetSetting(app, section, key, "<none>");
+  }
+  test::ScriptedHost h;
+};
+
+TEST_F(SettingsTest, CoreTableDefaults) {
+  h.screen = {1920, 1080};
+  ReadGeneralSettings(Profile());
+  const Globals& g = G();
+  EXPECT_EQ(g.MainState, 2);
+  EXPECT_EQ(g.AutoScan, 1);
+  EXPECT_EQ(g.UndoEnabled, 1);
+  EXPECT_EQ(g.DefaultLUTtype, 0);
+  EXPECT_EQ(g.LutVisible, 0);
+  // Tool-form positions are twips, 15 to the pixel.
+  EXPECT_EQ(g.LutLeft, 1920 * 15);
+  EXPECT_EQ(g.LutTop, 40 * 15);
+  EXPECT_EQ(g.VideoMode, 0);
+  EXPECT_EQ(g.VideoLeft, 0);
+  EXPECT_EQ(g.VideoTop, 48);
+  EXPECT_EQ(g.VideoPath, "");
+  EXPECT_EQ(g.ImagesDialogPath, "");
+  EXPECT_EQ(g.ImagesFilterIndex, 1);
+  EXPECT_EQ(g.WebFilename, "");
+  EXPECT_EQ(g.ViewImageComment, -1);
+  EXPECT_EQ(g.ShowExitDialog, 1);
+  EXPECT_EQ(g.StartOverlay, 1);
+  EXPECT_EQ(g.ShowToolbar, -1);
+  EXPECT_EQ(g.ShowStatusbar, -1);
+  EXPECT_EQ(g.OsziBackColor, 0xFFFFFF);
+  EXPECT_EQ(g.DataLinkMode, 0);
+  EXPECT_EQ(g.TriggerMode, 0);
+  EXPECT_EQ(g.TriggerSource, 4);
+  EXPECT_EQ(g.HistogramVisible, 0);
+  EXPECT_EQ(g.HistogramLeft, 0);
+  EXPECT_EQ(g.HistogramTop, 1080 * 15 / 2);
+  EXPECT_EQ(g.LineSetupLeft, 1920 * 15 / 2);
+  EXPECT_EQ(g.LineSetupTop, 1080 * 15 / 2);
+  EXPECT_EQ(g.eGunVisible, 0);
+  EXPECT_EQ(g.eGunLeft, 1920 * 15);
+  EXPECT_EQ(g.eGunTop, 1080 * 15 / 2);
+  EXPECT_EQ(g.MinEnergyLEED, 0.0f);
+  EXPECT_EQ(g.MaxEnergyLEED, 1000.0f);
+  EXPECT_EQ(g.MinEnergyAUGER, 0.0f);
+  EXPECT_EQ(g.MaxEnergyAUGER, 1639.0f);
+  EXPECT_EQ(g.ScriptLeft, 800);
+  EXPECT_EQ(g.ScriptTop, 1600);
+  EXPECT_EQ(g.ScriptPath, "");
+  EXPECT_EQ(g.SubtractBackground, 0);
+  EXPECT_EQ(g.WebCamFile, "");
+  EXPECT_EQ(g.WebCamInterval, 6);
+  // The zero rectangle grows to the smallest window.
+  EXPECT_EQ(g.MainLeft, 0);
+  EXPECT_EQ(g.MainTop, 0);
+  EXPECT_EQ(g.MainWidth, 400);
+  EXPECT_EQ(g.MainHeight, 300);
+}
+
+TEST_F(SettingsTest, RainbowLutIsClamped) {
+  for (auto [text, value] : {std::pair{"9", 6}, {"-1", 0}, {"3", 3}, {"6", 6}, {"x", 0}}) {
+    ReadGeneralSettings(Profile::Parse(std::string("[LUT]\nRainbowLUT=") + text + "\n"));
+    EXPECT_EQ(G().DefaultLUTtype, value) << text;
+  }
+}
+
+TEST_F(SettingsTest, LutVisibleAndVideoModeAreForcedOffButStillWritten) {
+  ReadGeneralSettings(Profile::Parse("[LUT]\nVisible=1\n[Video]\nmode=3\n"));
+  EXPECT_EQ(G().LutVisible, 0);
+  EXPECT_EQ(G().VideoMode, 0);
+  Profile out;
+  WriteGeneralSettings(out);
+  EXPECT_EQ(out.Get("LUT", "Visible"), std::optional<std::string>("0"));
+  EXPECT_EQ(out.Get("Video", "mode"), std::optional<std::string>("0"));
+  // A LUT form open at exit is written as it is held.
+  G().LutVisible = -1;
+  WriteGeneralSettings(out);
+  EXPECT_EQ(out.Get("LUT", "Visible"), std::optional<std::string>("-1"));
+}
+
+TEST_F(SettingsTest, ViewImageCommentIsNormalised) {
+  for (auto [text, value] : {std::pair{"1", -1}, {"5", -1}, {"-7", -1}, {"0", 0}, {"abc", 0}}) {
+    ReadGeneralSettings(Profile::Parse(std::string("[Images]\nViewImageComment=") + text + "\n"));
+    EXPECT_EQ(G().ViewImageComment, value) << text;
+  }
+}
+
+TEST_F(SettingsTest, WrittenValuesAreDecimalTextAndReadBack) {
+  Profile in = Profile::Parse(
+      "[Main]\nstate=0\nleft=100\ntop=50\nwidth=800\nheight=600\nAutoScan=0\nUndo=0\n"
+      "[Options]\nShowExitDialog=0\nShowToolbar=0\nOsziBackColor=0x00FF00\n"
+      "[Trigger]\nMode=2\nSource=1\n[Script]\nleft=1\ntop=2\nPath=/s\n"
+      "[Grabber]\nSubtract Background=-1\nWebCamFile=cam.jpg\nWebCamInterval=60\n");
+  ReadGeneralSettings(in);
+  EXPECT_EQ(G().ShowExitDialog, 0);
+  EXPECT_EQ(G().OsziBackColor, 0xFF00);
+  Profile out;
+  WriteGeneralSettings(out);
+  // The exit question being off does not stop the settings from being saved.
+  EXPECT_EQ(out.GetString("Options", "ShowExitDialog", ""), "0");
+  EXPECT_EQ(out.GetString("Options", "ShowStatusbar", ""), "-1");
+  EXPECT_EQ(out.GetString("Options", "OsziBackColor", ""), "65280");
+  EXPECT_EQ(out.GetString("Grabber", "Subtract Background", ""), "-1");
+  EXPECT_EQ(out.GetString("Main", "width", ""), "800");
+  EXPECT_TRUE(std::regex_match(out.GetString("Main", "Date", ""),
+                               std::regex(R"(\d{4}-\d\d-\d\d   \d\d:\d\d)")))
+      << out.GetString("Main", "Date", "");
+  // The Tarvos link is not built: its key is neither read nor written.
+  EXPECT_FALSE(out.Get("Tarvos", "DataLinkMode").has_value());
+
+  Globals before = G();
+  ResetGlobals();
+  ReadGeneralSettings(out);
+  EXPECT_EQ(G().MainState, before.MainState);
+  EXPECT_EQ(G().MainWidth, before.MainWidth);
+  EXPECT_EQ(G().TriggerMode, 2);
+  EXPECT_EQ(G().ScriptPath, "/s");
+  EXPECT_EQ(G().WebCamInterval, 60);
+  EXPECT_EQ(G().OsziBackColor, 0xFF00);
+}
+
+TEST_F(SettingsTest, TarvosKeyOnlyWithTheFeature) {
+  G().TarvosEnabled = true;
+  ReadGeneralSettings(Profile::Parse("[Tarvos]\nDataLinkMode=2\n"));
+  EXPECT_EQ(G().DataLinkMode, 2);
+  Profile out;
+  WriteGeneralSettings(out);
+  EXPECT_EQ(out.GetInt("Tarvos", "DataLinkMode", 0), 2);
+}
+
+TEST_F(SettingsTest, EnergyLimitsComeFromTheUserStore) {
+  h.store.SaveSetting("sv4200", "eGun", "MaxEnergyLEED", "500,5");
+  h.store.SaveSetting("sv4200", "eGun", "MinEnergyAUGER", "junk");
+  h.store.SaveSetting("sv4200_Slave", "eGun", "MaxEnergyAUGER", "2000");
+  ReadGeneralSettings(Profile::Parse("[eGun]\nMaxEnergyLEED=1\n"));
+  EXPECT_EQ(G().MaxEnergyLEED, 500.5f);
+  EXPECT_EQ(G().MinEnergyAUGER, 0.0f);
+  EXPECT_EQ(G().MaxEnergyAUGER, 1639.0f);
+  G().SlaveMode = true;
+  ReadGeneralSettings(Profile());
+  EXPECT_EQ(G().MaxEnergyAUGER, 2000.0f);
+  EXPECT_EQ(G().MaxEnergyLEED, 1000.0f);
+}
+
+TEST_F(SettingsTest, FilePlaces) {
+  const std::string bin = h.programFolder;
+  EXPECT_EQ(FormIniFile(bin, ""), "SV4200.ini");
+  EXPECT_EQ(FormIniFile(bin, "anna"), "SV4200_anna.ini");
+  test::WriteFile(bin + "/SV4200.ini", "");
+  test::WriteFile(bin + "/SV4200_anna.ini", "");
+  EXPECT_EQ(FormIniFile(bin, ""), bin + "/SV4200.ini");
+  EXPECT_EQ(FormIniFile(bin, "anna"), bin + "/SV4200_anna.ini");
+  EXPECT_EQ(FormIniFile(bin, "bert"), "SV4200_bert.ini");
+
+  EXPECT_EQ(HardwareIniFile(bin, "sv4200", false), bin + "/sv4200.ini");
+  EXPECT_EQ(HardwareIniFile(bin, "sv4200", true), bin + "/sv4200_Slave.ini");
+  EXPECT_EQ(UserStoreApp("sv4200", false), "sv4200");
+  EXPECT_EQ(UserStoreApp("sv4200", true), "sv4200_Slave");
+}
+
+TEST_F(SettingsTest, HardwareNamesTheStoreWins) {
+  test::WriteFile(h.programFolder + "/sv4200.ini",
+                  "[HARDWARE]\r\nGrabber=V1SW2000\r\nD/A-Converter=DA_PCI1716\r\n");
+  test::WriteFile(h.programFolder + "/sv4200_Slave.ini", "[HARDWARE]\r\nGrabber=PIXELFLY\r\n");
+  h.store.SaveSetting("sv4200", "HARDWARE", "Grabber", "V1K12");
+  h.store.SaveSetting("sv4200", "HARDWARE", "A/D-Converter", "AD_NIDAQ");
+
+  ReadHardwareNames();
+  EXPECT_EQ(G().GrabberName, "V1K12");
+  EXPECT_EQ(G().DAName, "DA_PCI1716");
+  EXPECT_EQ(G().ADName, "AD_NIDAQ");
+  EXPECT_EQ(G().IOName, "");
+
+  // A second instance with "/SLAVE" has a selection of its own.
+  G().SlaveMode = true;
+  ReadHardwareNames();
+  EXPECT_EQ(G().GrabberName, "PIXELFLY");
+  EXPECT_EQ(G().DAName, "");
+  EXPECT_EQ(G().ADName, "");
+}
+
+TEST_F(SettingsTest, AfterResetTheEmptyNamesGoToTheStoreOnly) {
+  const std::string hwIni = h.programFolder + "/sv4200.ini";
+  const std::string hwText = "[HARDWARE]\r\nGrabber=V1SW2000\r\n";
+  test::WriteFile(hwIni, hwText);
+  G().IniFile = h.programFolder + "/SV4200_tester.ini";
+  ReadSettings(nullptr);
+  EXPECT_EQ(G().GrabberName, "V1SW2000");
+  // "/RESET ": the names are cleared after the read.
+  G().GrabberName = G().IOName = G().DAName = G().ADName = "";
+  WriteSettings(nullptr);
+  for (const char* key : {"Grabber", "I/O-Converter", "D/A-Converter", "A/D-Converter"})
+    EXPECT_EQ(StoreValue("sv4200", "HARDWARE", key), "") << key;
+  EXPECT_EQ(test::ReadFile(hwIni), hwText);
+  Profile ini = Profile::Load(G().IniFile);
+  EXPECT_TRUE(ini.Keys("HARDWARE").empty());
+  // The next normal start stays without hardware.
+  ReadHardwareNames();
+  EXPECT_EQ(G().GrabberName, "");
+}
+
+TEST_F(SettingsTest, MainWindowRectangle) {
+  struct Case {
+    int state, left, top, width, height;
+    int eState, eLeft, eTop, eWidth, eHeight;
+  } cases[] = {
+      {0, 100, 50, 800, 600, /**/ 0, 100, 50, 800, 600},
+      {0, -20, -5, 800, 600, /**/ 0, 0, 0, 800, 600},
+      {0, 1800, 1000, 800, 600, /**/ 0, 1520, 780, 400, 300},
+      {0, 10, 10, 100, 50, /**/ 0, 10, 10, 400, 300},
+      {0, 1000, 500, 5000, 5000, /**/ 0, 1000, 500, 920, 580},
+      {1, 0, 0, 800, 600, /**/ 2, 0, 0, 800, 600},
+      {2, 0, 0, 800, 600, /**/ 2, 0, 0, 800, 600},
+  };
+  for (const auto& c : cases) {
+    Globals& g = G();
+    g.MainState = c.state;
+    g.MainLeft = c.left;
+    g.MainTop = c.top;
+    g.MainWidth = c.width;
+    g.MainHeight = c.height;
+    NormaliseMainWindowRect(1920, 1080);
+    EXPECT_EQ(g.MainState, c.eState);
+    EXPECT_EQ(g.MainLeft, c.eLeft) << c.left;
+    EXPECT_EQ(g.MainTop, c.eTop) << c.top;
+    EXPECT_EQ(g.MainWidth, c.eWidth) << c.width;
+    EXPECT_EQ(g.MainHeight, c.eHeight) << c.height;
+  }
+}
+
+TEST_F(SettingsTest, ReadAppliesTheRectangleRulesAgainstTheScreen) {
+  h.screen = {1024, 768};
+  ReadGeneralSettings(Profile::Parse("[Main]\nstate=1\nleft=2000\ntop=-3\nwidth=900\nheight=900\n"));
+  EXPECT_EQ(G().MainState, 2);
+  EXPECT_EQ(G().MainLeft, 624);
+  EXPECT_EQ(G().MainTop, 0);
+  EXPECT_EQ(G().MainWidth, 400);
+  EXPECT_EQ(G().MainHeight, 768);
+}
+
+TEST_F(SettingsTest, DefaultDataFoldersAreMade) {
+  EXPECT_EQ(DataRoot(""), h.homeFolder + "/SV4200_AllUsers/");
+  EXPECT_EQ(DataRoot("anna"), h.homeFolder + "/SV4200_anna/");
+
+  G().UserIniName = "anna";
+  ReadPathes(Profile::Parse("[Script]\nPath=C:\\Scripts\n"));
+  const std::string root = h.homeFolder + "/SV4200_anna/";
+  EXPECT_EQ(G().ImagesPath, root + "Images/");
+  EXPECT_EQ(G().FilmsPath, root + "Videos/");
+  EXPECT_EQ(G().SheetsPath, root + "Worksheets/");
+  EXPECT_EQ(G().ExportPath, root + "Export/");
+  EXPECT_EQ(G().ParameterPath, root + "Parameter/");
+  EXPECT_EQ(G().ScriptsPath, "C:/Scripts/");
+  for (const char* f : {"Images", "Videos", "Worksheets", "Export", "Parameter"})
+    EXPECT_TRUE(fs::is_directory(root + f)) << f;
+}
+
+TEST_F(SettingsTest, AFolderThatCannotBeMadeIsTolerated) {
+  test::WriteFile(h.root + "/blocker", "a file, not a folder");
+  const std::string deep = h.root + "/deep/er/Films";
+  Profile ini = Profile::Parse("[Pathes]\nImages=" + h.root + "/blocker/Images\nFilms=" + deep +
+                               "\n");
+  ReadPathes(ini);
+  EXPECT_EQ(G().ImagesPath, h.root + "/blocker/Images/");
+  EXPECT_FALSE(fs::exists(h.root + "/blocker/Images"));
+  EXPECT_TRUE(fs::is_directory(deep));  // made level by level
+  EXPECT_TRUE(fs::is_directory(h.homeFolder + "/SV4200_AllUsers/Worksheets"));
+}
+
+TEST_F(SettingsTest, WritePathesWritesSixKeys) {
+  G().UserIniName = "";
+  ReadPathes(Profile());
+  Profile out;
+  WritePathes(out);
+  EXPECT_EQ(out.Keys("Pathes"), (std::vector<std::string>{"Images", "Films", "Sheets", "Scripts",
+                                                          "Export", "Parameter"}));
+  EXPECT_EQ(out.GetString("Pathes", "Films", ""), h.homeFolder + "/SV4200_AllUsers/Videos/");
+  EXPECT_EQ(out.GetString("Pathes", "Scripts", "x"), "");
+}
+
+TEST_F(SettingsTest, LastFilesKeepTheirOrder) {
+  Profile ini = Profile::Parse("[LastFiles]\nFile1=/a.tif\nFile2=/b.sht\nFile4=/d.vid\n");
+  EXPECT_EQ(ReadLastFiles(ini, 4), (std::vector<std::string>{"/d.vid", "", "/b.sht", "/a.tif"}));
+
+  MDIForm_Main main;
+  const std::string iniPath = h.root + "/last.ini";
+  test::WriteFile(iniPath, ini.Text());
+  G().IniFile = iniPath;
+  ReadSettings(&main);
+  ASSERT_GE(main.LastFiles.size(), 3u);
+  EXPECT_EQ(main.LastFiles[0], "/a.tif");
+  EXPECT_EQ(main.LastFiles[1], "/b.sht");
+  EXPECT_EQ(main.LastFiles[2], "/d.vid");
+
+  Profile out;
+  WriteLastFiles(out, main.LastFiles);
+  EXPECT_EQ(out.GetString("LastFiles", "File1", ""), "/a.tif");
+  EXPECT_EQ(out.GetString("LastFiles", "File3", ""), "/d.vid");
+}
+
+TEST_F(SettingsTest, ReadAndWriteShowTheirStatusAndKeepForeignLines) {
+  const std::string iniPath = h.root + "/SV4200.ini";
+  const std::string text =
+      "; hand-written notes\r\n[Main]\r\nleft=5\r\nOldKey=stays\r\n\r\n[Foreign]\r\na=1\r\n";
+  test::WriteFile(iniPath, text);
+  G().IniFile = iniPath;
+  ReadSettings(nullptr);
+  EXPECT_EQ(h.status, (std::vector<std::string>{"Reading " + iniPath + "...", ""}));
+  WriteSettings(nullptr);
+  EXPECT_EQ(h.status.at(2), "Saving " + iniPath + "...");
+  EXPECT_EQ(h.status.at(3), "");
+  std::string after = test::ReadFile(iniPath);
+  EXPECT_EQ(after.rfind("; hand-written notes\r\n[Main]\r\n", 0), 0u);
+  Profile p = Profile::Parse(after);
+  EXPECT_EQ(p.GetString("Main", "OldKey", ""), "stays");
+  EXPECT_EQ(p.GetInt("Foreign", "a", 0), 1);
+  EXPECT_EQ(p.GetInt("LUT", "Top", 0), 600);
+  EXPECT_EQ(after.find("\n\n"), std::string::npos);  // still CR LF throughout
+}
+
+TEST_F(SettingsTest, AMissingIniFileIsNoError) {
+  G().IniFile = "SV4200_nobody.ini";  // bare name: the config folder
+  fs::remove_all(h.configFolder);
+  ReadSettings(nullptr);
+  EXPECT_EQ(G().TriggerSource, 4);
+  EXPECT_TRUE(h.messages.empty());
+  WriteSettings(nullptr);
+  EXPECT_EQ(Profile::Load(h.configFolder + "/SV4200_nobody.ini").GetInt("Trigger", "Source", 0), 4);
+}
+
+TEST_F(SettingsTest, SectionsRunInSlotOrder) {
+  std::vector<std::string> order;
+  auto section = [&](SettingsSlot slot, std::string name) {
+    return SettingsSection{slot, name,
+                           [&order, name](const Profile& ini) {
+                             // The core table has been read before any plugged-in section.
+                             order.push_back(name + ":" + std::to_string(G().TriggerSource) +
+                                             ":" + ini.GetString("X", "y", ""));
+                           },
+                           [&order, name](Profile& ini) {
+                             order.push_back("w" + name);
+                             ini.Set("X", name, "1");
+                           }};
+  };
+  RegisterSettingsSection(section(SettingsSlot::FilmPlayer, "player"));
+  RegisterSettingsSection(section(SettingsSlot::Grabber, "grabber"));
+  RegisterSettingsSection(section(SettingsSlot::Window, "window"));
+  RegisterSettingsSection({SettingsSlot::Grabber, "grabber2", [&](const Profile&) {
+                             order.push_back("grabber2");
+                           }, nullptr});
+  const auto& s = SettingsSections();
+  ASSERT_EQ(s.size(), 6u);
+  EXPECT_EQ(s[0].slot, SettingsSlot::Core);
+  EXPECT_EQ(s[1].slot, SettingsSlot::Pathes);
+
+  const std::string iniPath = h.root + "/order.ini";
+  test::WriteFile(iniPath, "[Trigger]\nSource=2\n[X]\ny=z\n");
+  G().IniFile = iniPath;
+  ReadSettings(nullptr);
+  WriteSettings(nullptr);
+  EXPECT_EQ(order, (std::vector<std::string>{"grabber:2:z", "grabber2", "window:2:z",
+                                             "player:2:z", "wgrabber", "wwindow", "wplayer"}));
+  // One save: the file holds every section's keys.
+  Profile p = Profile::Load(iniPath);
+  EXPECT_EQ(p.Keys("X"), (std::vector<std::string>{"y", "grabber", "window", "player"}));
+
+  ClearSettingsSections();
+  EXPECT_EQ(SettingsSections().size(), 2u);
+}
+
+TEST_F(SettingsTest, DescribeShowsTheEffectiveValues) {
+  h.store.SaveSetting("sv4200", "HARDWARE", "Grabber", "V1K12");
+  const std::string iniPath = h.root + "/describe.ini";
+  test::WriteFile(iniPath, "[LUT]\nRainbowLUT=9\n[Images]\nViewImageComment=3\n");
+  G().IniFile = iniPath;
+  G().UserIniName = "anna";
+  ReadSettings(nullptr);
+  auto lines = DescribeSettings();
+  auto has = [&](const std::string& l) {
+    return std::find(lines.begin(), lines.end(), l) != lines.end();
+  };
+  EXPECT_TRUE(has("LUT/RainbowLUT=6"));
+  EXPECT_TRUE(has("Images/ViewImageComment=-1"));
+  EXPECT_TRUE(has("LUT/Visible=0"));
+  EXPECT_TRUE(has("Main/width=400"));
+  EXPECT_TRUE(has("eGun/MaxEnergyAUGER=1639"));
+  EXPECT_TRUE(has("Grabber/Subtract Background=0"));
+  EXPECT_TRUE(has("Pathes/Images=" + h.homeFolder + "/SV4200_anna/Images/"));
+  EXPECT_TRUE(has("Pathes/Scripts="));
+  EXPECT_TRUE(has("HARDWARE/Grabber=V1K12"));
+  EXPECT_TRUE(has("HARDWARE/A/D-Converter="));
+  EXPECT_EQ(lines.front(), "Main/state=2");
+}
+
+}  // namespace
+}  // namespace sv
