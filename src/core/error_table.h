@@ -26,8 +26,9 @@ enum ErrorCode : int {
   kErrBadLookupTable = 11007,  // deliberately without a text of its own
 };
 
-// The table's text; a code outside it gives "<code> (Code #<code>: <system text>)"
-// — see the implementation for the exact form.
+// The table's text. A code outside it gives the number, " (Code #", the
+// platform's text for that number and ")": "56 (Code #Invalid request code)",
+// "11001 (Code #Application-defined or object-defined error)".
 std::string ErrorText(int code);
 
 }  // namespace sv
