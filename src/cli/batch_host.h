@@ -1,0 +1,59 @@
+// The host of the command line: messages go to the error stream and take the
+// default button, dialogs are cancelled, status lines are shown only when asked.
+#pragma once
+
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include "core/host.h"
+
+namespace sv::cli {
+
+class BatchHost : public Host {
+ public:
+  // `err` takes the messages (and the status lines with `verbose`).
+  explicit BatchHost(std::ostream& err, bool verbose = false);
+  ~BatchHost() override;
+
+  MsgResult MsgBox(const std::string& text, MsgButtons buttons, MsgIcon icon,
+                   const std::string& title) override;
+  std::optional<std::string> InputBox(const std::string& prompt, const std::string& title,
+                                      const std::string& def) override;
+  FileDialogResult OpenFileDialog(const FileDialog& dlg) override;
+  FileDialogResult SaveFileDialog(const FileDialog& dlg) override;
+  void ShowStatus(const std::string& text, int progress) override;
+  void DoEvents() override {}
+  void Beep() override {}
+  void SetBusy(bool) override {}
+  std::string ClipboardText() override { return clipboard_; }
+  void SetClipboardText(const std::string& text) override { clipboard_ = text; }
+  uint32_t TimeGetTime() override;
+  std::string UserName() override;
+  std::string TempPath() override;
+  std::string ProgramFolder() override;
+  std::string ExeName() override;
+  std::string ConfigFolder() override;
+  std::string HomeFolder() override;
+  UserStore& Store() override;
+  int64_t FreeDiskSpace(const std::string& path) override;
+  ScreenSize Screen() override { return ScreenSize{}; }
+
+ private:
+  std::ostream& err_;
+  bool verbose_;
+  std::string clipboard_;
+  std::unique_ptr<UserStore> store_;
+};
+
+// The default button of each set: OK, Yes, or the first one.
+MsgResult DefaultAnswer(MsgButtons buttons);
+
+// Ctrl-C asks a running loop to stop; the loops read this flag as their stop
+// command at their break points.
+void InstallStopHandler();
+bool StopRequested();
+void RequestStop();
+void ClearStopRequest();
+
+}  // namespace sv::cli
