@@ -139,7 +139,7 @@ Profile Profile::Parse(const std::string& text) {
     size_t end = text.find('\n', start);
     if (end == std::string::npos) end = text.size();
     std::string line = text.substr(start, end - start);
-    if (!line.empty() && line.back() == '\r') line.pop_back();
+    while (!line.empty() && line.back() == '\r') line.pop_back();
     p.lines_.push_back(std::move(line));
     start = end + 1;
   }
@@ -147,9 +147,10 @@ Profile Profile::Parse(const std::string& text) {
 }
 
 Profile::Range Profile::NextSection(size_t from, const std::string& section) const {
+  const std::string wanted = Trim(section);
   std::string name;
   for (size_t i = from; i < lines_.size(); ++i) {
-    if (!SectionName(lines_[i], &name) || !SameName(name, section)) continue;
+    if (!SectionName(lines_[i], &name) || !SameName(name, wanted)) continue;
     size_t end = i + 1;
     while (end < lines_.size() && !SectionName(lines_[end], nullptr)) ++end;
     return {i, end};
@@ -185,15 +186,16 @@ int Profile::GetInt(const std::string& section, const std::string& key, int def)
 }
 
 void Profile::Set(const std::string& section, const std::string& key, const std::string& value) {
-  std::string k = Trim(OneLine(key));
-  std::string v = OneLine(value);
-  if (auto i = FindKey(section, k)) {
+  const std::string sec = Trim(OneLine(section));
+  const std::string k = Trim(OneLine(key));
+  const std::string v = OneLine(value);
+  if (auto i = FindKey(sec, k)) {
     std::string old;
     KeyOf(lines_[*i], &old);
     lines_[*i] = old + "=" + v;  // the key keeps the spelling of the file
     return;
   }
-  Range r = NextSection(0, section);
+  Range r = NextSection(0, sec);
   if (r.header < lines_.size()) {
     size_t at = r.end;
     while (at > r.header + 1 && Trim(lines_[at - 1]).empty()) --at;
@@ -201,7 +203,7 @@ void Profile::Set(const std::string& section, const std::string& key, const std:
     return;
   }
   if (!lines_.empty() && !Trim(lines_.back()).empty()) lines_.push_back("");
-  lines_.push_back("[" + Trim(OneLine(section)) + "]");
+  lines_.push_back("[" + sec + "]");
   lines_.push_back(k + "=" + v);
 }
 

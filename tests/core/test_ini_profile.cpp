@@ -165,6 +165,10 @@ TEST(Profile, LineEndsFollowTheFile) {
 
   // A last line without its line end is read all the same.
   EXPECT_EQ(Profile::Parse("[A]\r\nx=5").GetInt("A", "x", 0), 5);
+  // Stray carriage returns at a line's end are line-end, not value.
+  Profile mixed = Profile::Parse("[A]\nx=v\r\r\n");
+  EXPECT_EQ(mixed.GetString(" A ", "x", ""), "v");
+  EXPECT_EQ(mixed.Text(), "[A]\nx=v\n");
 }
 
 TEST(Profile, WrittenLineBreaksCannotSplitTheFile) {
