@@ -38,6 +38,12 @@ void SV_display(long width, long height, const uint16_t* source16, uint8_t* dest
 void SV_RGB_display(long width, long height, const uint16_t* source16, uint8_t* dest8,
                     const uint8_t* table);
 
+// Which instructions SV_display may use: 0 table reads only, 1 up to AVX2,
+// 2 up to AVX-512, -1 the best this processor has (the default). Levels the
+// processor lacks are capped. Every level gives the same bytes; tests and
+// benchmarks use this to reach each path. Returns the level now in effect.
+int SV_set_display_isa(int level);
+
 // Bytes per line of the display bitmap.
 inline long DisplayByteWidth(long width, bool colour) {
   return colour ? (3 * width + 3) & ~3L : (width + 3) & ~3L;
