@@ -33,7 +33,8 @@ class Class_Overlay {
   void AddRect(long x1, long y1, long x2, long y2, long colour, long width = 1, long style = 0);
   // A frame of four lines with grip squares at the corners.
   void AddGriffRect(long x1, long y1, long x2, long y2, long colour, long width = 1);
-  // Grip squares at both ends of a line.
+  // Grip squares at both ends of a line. A grip is kGripSize pixels square,
+  // centred on its point, from (x - 3, y - 3) up to, not including, (x + 4, y + 4).
   void AddGriffLine(long x1, long y1, long x2, long y2);
   void AddText(long x, long y, const std::string& text, long colour);
   void Clear() { items_.clear(); }
@@ -42,8 +43,12 @@ class Class_Overlay {
   float factor = 1.0f;  // the present zoom; line widths scale with it
   long ItemCount() const { return static_cast<long>(items_.size()); }
   const std::vector<OverlayItem>& Items() const { return items_; }
+  // The width a line of `width` is painted with at the present factor:
+  // width / factor, rounded, and one at least.
+  long DrawnWidth(long width) const;
 
  private:
+  void AddGrip(long x, long y);
   std::vector<OverlayItem> items_;
 };
 
