@@ -15,6 +15,7 @@
 namespace sv {
 
 class Form_Camera;
+class Form_LUT;
 class MDIForm_Main;
 
 // What the image window is told.
@@ -53,14 +54,20 @@ class Form_Camera : public ChildDocument {
   long mode() const override { return mode_; }
   std::string UndoName() const override { return UndoBuffer.empty() ? "" : UndoName_; }
   bool Visible() const override { return visible_; }
+  // Asks about unsaved changes: "Save changes to " + title + "?", titled
+  // "Close", Yes / No / Cancel. No closes, Cancel keeps the image; Yes saves
+  // first where saving is offered and keeps the image when it is not saved.
   bool QueryUnload() override;
 
-  void SetView(CameraView* view) { view_ = view; }
-  void SetVisible(bool v) { visible_ = v; }
-  void SetTitle(const std::string& title);  // "Image" + number, without the "*"
+  void SetView(CameraView* view) { view_ = view ? view : &nullView_; }
+  CameraView& View() const { return *view_; }
+  // A new document is hidden until the main window shows it.
+  void SetVisible(bool v) override { visible_ = v; }
+  void SetTitle(const std::string& title) override;  // "Image" + number, without the "*"
   const std::string& Title() const { return title_; }
 
-  // Sizing.
+  // Sizing. SizeImage(width, height) reallocates only when the size or the
+  // colour mode changed since the last allocation.
   void SizeImage(long width, long height);
   void SizeImage();  // lays out the window only
   void CreateImage(long width, long height, long bits, const void* source);
@@ -98,7 +105,9 @@ class Form_Camera : public ChildDocument {
   LutCacheRecord LutCache;
   long LutBuilds() const { return lutBuilds_; }  // how often the table was built
 
-  // Zoom.
+  // Zoom. Index 0..14: 16 - index : 1; above 14: 1 : (index - 14); -1 keeps
+  // the index and only recomputes positions.
+  static float ZoomFactorForIndex(long index);
   void SetZoom(long index);
   void Updatescrollbars();
   long ZoomIndex = 15;
@@ -165,26 +174,49 @@ class Form_Camera : public ChildDocument {
   long ImageXPelsPerMeter() const { return Header.bmiHeader.biXPelsPerMeter; }
   long ImageYPelsPerMeter() const { return Header.bmiHeader.biYPelsPerMeter; }
 
-  // Fills the image with the test picture of "New Image".
+  // Fills the image with the test picture of "New Image": 16 bits, three
+  // bands (a horizontal ramp over 0..65535, rings and spots, a vertical
+  // ramp), unchanged.
   void MakeTestImage(long width = 640, long height = 480);
 
+  // The LUT dialog bound to this image, told when the bit depth changes;
+  // cleared by the dialog, and by the image when it goes first.
+  Form_LUT* LutForm() const { return lutForm_; }
+  void SetLutForm(Form_LUT* form) { lutForm_ = form; }
+
+  // Operations this document runs through Invoke.
+  void FileClose();
+  void EditClear();
+  void Lut();
+
  private:
+  MDIForm_Main* Main() const;
+  bool IsActive() const;
+  void UndoControls(bool enabled, const std::string& name);
+  void FitWindow(long width, long height);
+  long BytesPerPixel() const { return HasColors_ ? 6 : 2; }
+
   MDIForm_Main* main_;
+  Form_LUT* lutForm_ = nullptr;
   CameraView nullView_;
   CameraView* view_ = &nullView_;
   std::string title_;
-  bool visible_ = true;
+  bool visible_ = false;
   bool changed_ = false;
   bool Locked_ = false;
   long mode_ = 0;
   bool HasColors_ = false;
   long ImageByteWidth_ = 0;
   long ImageBitsPerPixel_ = 8;
+  bool bitsSet_ = false;  // false until the bit depth is set the first time
   long ImageDynamik_ = 256;
   long ImageBytes_ = 0;
   std::vector<uint16_t> ImagePtr_;
   std::vector<uint8_t> ImagePtr8_;
   std::vector<uint16_t> GrabPtr_;
+  // The shape the buffers were allocated for.
+  long sizedWidth_ = 0, sizedHeight_ = 0;
+  bool sizedColour_ = false;
   std::vector<uint8_t> LutTable_ = std::vector<uint8_t>(65536);
   long lutBuilds_ = 0;
   int LUTtype_ = 0;

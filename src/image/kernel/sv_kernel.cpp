@@ -316,6 +316,10 @@ int SV_set_display_isa(int level) {
   return g_displayIsa;
 }
 
+bool SV_display_table_is_linear(const uint8_t* table) {
+  return table && LinearFormOf(table) != nullptr;
+}
+
 void SV_display(long width, long height, const uint16_t* source16, uint8_t* dest8,
                 const uint8_t* table) {
   if (width <= 0 || height <= 0 || !source16 || !dest8 || !table) return;

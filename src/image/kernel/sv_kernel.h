@@ -44,6 +44,11 @@ void SV_RGB_display(long width, long height, const uint16_t* source16, uint8_t* 
 // benchmarks use this to reach each path. Returns the level now in effect.
 int SV_set_display_isa(int level);
 
+// True when SV_display runs this table as arithmetic rather than as table
+// reads: tables that are a clamped, rounded straight line, as SV_set_lut builds
+// them. Either way the bytes are the same; this only tells the speed.
+bool SV_display_table_is_linear(const uint8_t* table);
+
 // Bytes per line of the display bitmap.
 inline long DisplayByteWidth(long width, bool colour) {
   return colour ? (3 * width + 3) & ~3L : (width + 3) & ~3L;

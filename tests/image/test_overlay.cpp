@@ -1,0 +1,90 @@
+#include "image/overlay.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace sv {
+namespace {
+
+// Writes every call down as a line of text.
+struct RecordingPainter : OverlayPainter {
+  std::vector<std::string> calls;
+  static std::string N(long v) { return std::to_string(v); }
+  void Line(long x1, long y1, long x2, long y2, long colour, long width, long style) override {
+    calls.push_back("line " + N(x1) + "," + N(y1) + " " + N(x2) + "," + N(y2) + " c" + N(colour) +
+                    " w" + N(width) + " s" + N(style));
+  }
+  void Rect(long x1, long y1, long x2, long y2, long colour, long width, long style) override {
+    calls.push_back("rect " + N(x1) + "," + N(y1) + " " + N(x2) + "," + N(y2) + " c" + N(colour) +
+                    " w" + N(width) + " s" + N(style));
+  }
+  void InvertRect(long x1, long y1, long x2, long y2) override {
+    calls.push_back("grip " + N(x1) + "," + N(y1) + " " + N(x2) + "," + N(y2));
+  }
+  void Text(long x, long y, const std::string& text, long colour) override {
+    calls.push_back("text " + N(x) + "," + N(y) + " " + text + " c" + N(colour));
+  }
+};
+
+TEST(Overlay, ItemsAreDrawnInOrder) {
+  Class_Overlay o;
+  o.AddLine(1, 2, 3, 4, 255, 2, 1);
+  o.AddText(5, 6, "Window 1", 0xFF00);
+  o.AddRect(10, 10, 20, 30, 7);
+  EXPECT_EQ(o.ItemCount(), 3);
+  RecordingPainter p;
+  o.Draw(p);
+  EXPECT_EQ(p.calls, (std::vector<std::string>{"line 1,2 3,4 c255 w2 s1", "text 5,6 Window 1 c65280",
+                                               "rect 10,10 20,30 c7 w1 s0"}));
+  EXPECT_EQ(o.Items()[0].type, 1);
+  EXPECT_EQ(o.Items()[1].type, 5);
+  EXPECT_EQ(o.Items()[2].type, 2);
+  o.Clear();
+  EXPECT_EQ(o.ItemCount(), 0);
+}
+
+TEST(Overlay, GripRectangleIsAFrameWithSevenPixelCorners) {
+  Class_Overlay o;
+  o.AddGriffRect(10, 20, 50, 60, 9, 1);
+  RecordingPainter p;
+  o.Draw(p);
+  EXPECT_EQ(p.calls, (std::vector<std::string>{
+                         "line 10,20 50,20 c9 w1 s0", "line 50,20 50,60 c9 w1 s0",
+                         "line 50,60 10,60 c9 w1 s0", "line 10,60 10,20 c9 w1 s0",
+                         "grip 7,17 14,24", "grip 47,17 54,24", "grip 47,57 54,64",
+                         "grip 7,57 14,64"}));
+  for (int i = 4; i < 8; ++i) EXPECT_EQ(o.Items()[size_t(i)].type, 3);
+}
+
+TEST(Overlay, GripLineHasGripsAtBothEnds) {
+  Class_Overlay o;
+  o.AddGriffLine(0, 0, 100, 3);
+  RecordingPainter p;
+  o.Draw(p);
+  EXPECT_EQ(p.calls, (std::vector<std::string>{"grip -3,-3 4,4", "grip 97,0 104,7"}));
+}
+
+TEST(Overlay, LineWidthsFollowTheZoomAndStayVisible) {
+  Class_Overlay o;
+  o.AddLine(0, 0, 1, 1, 0, 2);
+  o.AddRect(0, 0, 1, 1, 0, 3);
+  RecordingPainter p;
+  o.factor = 0.5f;  // the picture shrinks: lines get wider in image pixels
+  o.Draw(p);
+  o.factor = 4.0f;  // the picture grows: one image pixel at least
+  o.Draw(p);
+  o.factor = 1.0f;
+  o.Draw(p);
+  EXPECT_EQ(p.calls[0], "line 0,0 1,1 c0 w4 s0");
+  EXPECT_EQ(p.calls[1], "rect 0,0 1,1 c0 w6 s0");
+  EXPECT_EQ(p.calls[2], "line 0,0 1,1 c0 w1 s0");
+  EXPECT_EQ(p.calls[3], "rect 0,0 1,1 c0 w1 s0");
+  EXPECT_EQ(p.calls[4], "line 0,0 1,1 c0 w2 s0");
+  EXPECT_EQ(p.calls[5], "rect 0,0 1,1 c0 w3 s0");
+  EXPECT_EQ(o.DrawnWidth(0), 1);
+}
+
+}  // namespace
+}  // namespace sv
