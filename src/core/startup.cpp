@@ -42,7 +42,10 @@ bool BringUp(const std::function<bool(const std::string&)>& init, const std::str
 bool HasSwitch(const std::string& commandLine, const std::string& pattern) {
   // A blank in front and one behind, so that a pattern that ends in a blank
   // also finds the last word of the line.
-  return (" " + Upper(commandLine) + " ").find(Upper(pattern)) != std::string::npos;
+  std::string line(1, ' ');
+  line.append(Upper(commandLine));
+  line.push_back(' ');
+  return line.find(Upper(pattern)) != std::string::npos;
 }
 
 CommandLineSwitches ParseSwitches(const std::string& commandLine) {
