@@ -1,0 +1,303 @@
+// The workbench window on the offscreen platform: menus and toolbars bound to
+// the presenter, an image that paints pixel for pixel, the zoom, the close
+// box of a child and the exit question.
+
+#include <QAction>
+#include <QLabel>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QProgressBar>
+#include <QScrollBar>
+#include <QSet>
+#include <QStatusBar>
+#include <QTest>
+#include <QToolBar>
+#include <deque>
+#include <memory>
+
+#include "app/app_environment.h"
+#include "app/image_window.h"
+#include "app/main_window.h"
+#include "app/qt_host.h"
+#include "core/globals.h"
+#include "core/mdi_main.h"
+#include "core/settings.h"
+#include "core/startup.h"
+#include "image/form_camera.h"
+#include "support/scripted_host.h"
+
+using namespace sv;
+
+namespace {
+
+// Answers message boxes from its own queue and notes the ones nobody
+// scripted, so that a Qt test can check them.
+class QueueHost : public test::ScriptedHost {
+ public:
+  std::deque<MsgResult> queue;
+  std::vector<std::string> unscripted;
+  MsgResult MsgBox(const std::string& text, MsgButtons buttons, MsgIcon icon,
+                   const std::string& title) override {
+    MsgResult r = buttons == MsgButtons::OK ? MsgResult::OK : MsgResult::Cancel;
+    if (!queue.empty()) {
+      r = queue.front();
+      queue.pop_front();
+    } else {
+      unscripted.push_back(text);
+    }
+    messages.push_back({text, title, icon, buttons, r});
+    return r;
+  }
+};
+
+QColor PaletteColour(const Form_Camera& f, int index) {
+  const RGBQuad& q = f.Header.bmiColors[index];
+  return QColor(q.rgbRed, q.rgbGreen, q.rgbBlue);
+}
+
+// The colour the display bitmap holds for image pixel (x, y), counted from the top.
+QColor BitmapColour(const Form_Camera& f, long x, long y) {
+  const uint8_t* line = f.ImagePtr8() + (f.ImageHeight() - 1 - y) * f.ImageByteWidth();
+  return PaletteColour(f, line[x]);
+}
+
+int VisibleChildren(QMdiArea* mdi) {
+  int n = 0;
+  for (QMdiSubWindow* s : mdi->subWindowList())
+    if (!s->isHidden()) ++n;
+  return n;
+}
+
+}  // namespace
+
+class TestWorkbench : public QObject {
+  Q_OBJECT
+
+ private:
+  std::unique_ptr<QueueHost> host_;
+  std::unique_ptr<MDIForm_Main> main_;
+  std::unique_ptr<app::MainWindow> window_;
+
+  Form_Camera* ActiveImage() { return dynamic_cast<Form_Camera*>(main_->ActiveChild()); }
+  app::ImageWindow* ActiveWindow() {
+    Form_Camera* f = ActiveImage();
+    return f ? window_->ImageWindowFor(f->Handle()) : nullptr;
+  }
+  QImage GrabPicture() {
+    app::ImageWindow* w = ActiveWindow();
+    return w ? w->Picture()->grab().toImage().convertToFormat(QImage::Format_RGB32) : QImage();
+  }
+
+ private slots:
+  void init() {
+    ResetGlobals();
+    host_ = std::make_unique<QueueHost>();
+    main_ = std::make_unique<MDIForm_Main>();
+    SetMainForm(main_.get());
+    RegisterImageDocuments(*main_);
+    app::InstallKernelEnvironment();
+    window_ = std::make_unique<app::MainWindow>(*main_);
+    QVERIFY(sv::Main(*main_, ""));
+    QVERIFY(window_->isVisible());
+  }
+
+  void cleanup() {
+    window_.reset();
+    main_.reset();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    const std::vector<std::string> unscripted = host_->unscripted;
+    host_.reset();
+    QVERIFY2(unscripted.empty(), unscripted.empty() ? "" : unscripted.front().c_str());
+  }
+
+  void kernelPassesItsSelfCheck() { QCOMPARE(QString::fromStdString(app::KernelSelfCheck()), ""); }
+
+  void filtersTakeQtForm() {
+    const QStringList f =
+        app::QtFilters("Images (*.tif;*.bmp)|*.tif;*.bmp|Worksheet|*.sht|All Files (*.*)|*.*");
+    QCOMPARE(f, QStringList({"Images (*.tif *.bmp)", "Worksheet (*.sht)", "All Files (*)"}));
+    QCOMPARE(app::QtFilters(""), QStringList());
+  }
+
+  void menusAndToolbarsFollowThePresenter() {
+    // The zoom entries exist once the load step has run.
+    QVERIFY(window_->MenuAction("mnuViewLarger", 4));
+    QCOMPARE(window_->MenuAction("mnuViewLarger", 4)->text(), QString("&4:1"));
+    QCOMPARE(window_->MenuAction("mnuViewSmaller", 12)->text(), QString("1:12"));
+    QCOMPARE(window_->MenuAction("mnuNewImage")->shortcut(), QKeySequence("Ctrl+N"));
+
+    // A state change in the model reaches the action when its menu opens.
+    QMenu* view = window_->TopMenu("mnuView");
+    QVERIFY(view);
+    emit view->aboutToShow();
+    QCOMPARE(window_->MenuAction("mnuShowToolbar")->isChecked(), G().ShowToolbar != 0);
+    QVERIFY(!window_->MenuAction("mnuZoom1x")->isEnabled());  // no image yet
+
+    // Hiding the toolbars through the menu.
+    QToolBar* file = window_->ToolbarWidget("Toolbar_File");
+    QVERIFY(file && !file->isHidden());
+    window_->MenuAction("mnuShowToolbar")->trigger();
+    QVERIFY(file->isHidden());
+    QVERIFY(!window_->MenuAction("mnuShowToolbar")->isChecked());
+    window_->MenuAction("mnuShowToolbar")->trigger();
+    QVERIFY(!file->isHidden());
+
+    // A whole toolbar closed by the model is disabled as one.
+    main_->MenuEnabled(false);
+    QVERIFY(!file->isEnabled());
+    QVERIFY(!window_->TopMenu("mnuFile")->menuAction()->isEnabled());
+    main_->MenuEnabled(true);
+    QVERIFY(file->isEnabled());
+
+    // The status panels.
+    main_->SetPanel(kPanelEnergy, "12.0 eV");
+    QCOMPARE(window_->PanelLabel(kPanelEnergy)->text(), QString("12.0 eV"));
+    window_->ShowStatusText("Reading", 40);
+    QVERIFY(!window_->Progress()->isHidden());
+    QCOMPARE(window_->Progress()->value(), 40);
+    window_->ShowStatusText("", 40);
+    QVERIFY(window_->Progress()->isHidden());
+  }
+
+  void newImagePaintsTheBitmap() {
+    QCOMPARE(VisibleChildren(window_->MdiArea()), 0);
+    window_->ToolbarAction("NewImage")->trigger();
+    QCOMPARE(VisibleChildren(window_->MdiArea()), 1);
+    Form_Camera* f = ActiveImage();
+    QVERIFY(f);
+    QVERIFY(f->ImagePtr8());
+    QCOMPARE(window_->SubWindowFor(f->Handle())->windowTitle(),
+             QString::fromStdString(f->Caption()));
+    QCOMPARE(f->ZoomFactor(), 1.0f);
+
+    const QImage shot = GrabPicture();
+    QSet<QRgb> colours;
+    for (int y = 0; y < shot.height(); y += 3)
+      for (int x = 0; x < shot.width(); x += 3) colours.insert(shot.pixel(x, y));
+    QVERIFY2(colours.size() > 8, "the picture is (nearly) one colour");
+
+    // At 1:1 every screen pixel is the bitmap's pixel, top line first.
+    const long w = std::min<long>(f->ImageWidth(), shot.width()) - f->ZoomOffsetX();
+    const long h = std::min<long>(f->ImageHeight(), shot.height()) - f->ZoomOffsetY();
+    for (long y = 0; y < h; y += 7)
+      for (long x = 0; x < w; x += 11)
+        QCOMPARE(shot.pixelColor(int(x), int(y)), BitmapColour(*f, x, y));
+
+    // The routed entries open for the image in front.
+    emit window_->TopMenu("mnuFile")->aboutToShow();
+    QVERIFY(window_->MenuAction("mnuClose")->isEnabled());
+    QVERIFY(!window_->MenuAction("mnuNewWorksheet")->isEnabled());  // not built
+
+    // The menu of windows lists it.
+    QMenu* windows = window_->TopMenu("mnuWindow");
+    emit windows->aboutToShow();
+    bool listed = false;
+    for (QAction* a : windows->actions())
+      if (a->text().endsWith(QString::fromStdString(f->Caption()))) listed = a->isChecked();
+    QVERIFY(listed);
+  }
+
+  void zoomIsPixelExact() {
+    main_->Click("mnuNewImage");
+    Form_Camera* f = ActiveImage();
+    QVERIFY(f);
+    app::ImageWindow* w = ActiveWindow();
+
+    window_->MenuAction("mnuViewLarger", 4)->trigger();
+    QCOMPARE(f->ZoomFactor(), 4.0f);
+    QVERIFY(w->HorizontalBar()->isVisibleTo(w));
+    QVERIFY(w->VerticalBar()->isVisibleTo(w));
+
+    // Scrolling moves the picture.
+    w->HorizontalBar()->setValue(w->HorizontalBar()->maximum() / 2);
+    w->VerticalBar()->setValue(w->VerticalBar()->maximum() / 3);
+    QCOMPARE(f->ZoomOffsetX(), -long(w->HorizontalBar()->value()));
+    QCOMPARE(f->ZoomOffsetY(), -long(w->VerticalBar()->value()));
+
+    // Each image pixel is a 4 x 4 block of its own colour, no smoothing.
+    const QImage shot = GrabPicture();
+    QVERIFY(!shot.isNull());
+    for (int sy = 0; sy < shot.height(); sy += 5)
+      for (int sx = 0; sx < shot.width(); sx += 5) {
+        const long ix = (sx - f->ZoomOffsetX()) / 4;
+        const long iy = (sy - f->ZoomOffsetY()) / 4;
+        if (ix >= f->ImageWidth() || iy >= f->ImageHeight()) continue;
+        QCOMPARE(shot.pixelColor(sx, sy), BitmapColour(*f, ix, iy));
+      }
+
+    main_->Click("mnuViewSmaller", 3);
+    QCOMPARE(f->ZoomFactor(), 1.0f / 3.0f);
+    main_->Click("mnuZoom1x");
+    QCOMPARE(f->ZoomFactor(), 1.0f);
+    QVERIFY(!w->HorizontalBar()->isVisibleTo(w) || f->ImageWidth() > f->ClientWidth);
+  }
+
+  void overlayIsDrawnOnTheZoomedPicture() {
+    main_->Click("mnuNewImage");
+    Form_Camera* f = ActiveImage();
+    QVERIFY(f);
+    main_->Click("mnuViewLarger", 3);
+    f->SetZoomOffsets(0, 0);
+    f->Overlay.Clear();
+    f->Overlay.AddLine(2, 5, 20, 5, 0x0000FF, 1);  // red, across line 5
+    f->Overlay.AddRect(30, 30, 40, 40, 0x00FF00, 1);
+    f->DrawCameraImage();
+    const QImage shot = GrabPicture();
+    // Line 5 covers screen lines 15 to 17 from x = 6 to x = 62.
+    for (int sy = 15; sy <= 17; ++sy)
+      for (int sx = 6; sx < 63; sx += 4) QCOMPARE(shot.pixelColor(sx, sy), QColor(255, 0, 0));
+    QVERIFY(shot.pixelColor(30, 14) != QColor(255, 0, 0));
+    // The frame's left edge is image column 30: screen 90 to 92.
+    QCOMPARE(shot.pixelColor(91, 105), QColor(0, 255, 0));
+  }
+
+  void closeBoxAsksTheDocument() {
+    main_->Click("mnuNewImage");
+    Form_Camera* f = ActiveImage();
+    QVERIFY(f);
+    const long handle = f->Handle();
+    QMdiSubWindow* sub = window_->SubWindowFor(handle);
+    const long before = main_->ImageCount;
+    if (f->Changed()) host_->queue.push_back(MsgResult::No);
+    sub->close();
+    QCOMPARE(main_->ImageCount, before - 1);
+    QVERIFY(!window_->SubWindowFor(handle));
+    QCOMPARE(VisibleChildren(window_->MdiArea()), 0);
+  }
+
+  void exitAsksAndCancelKeepsEverything() {
+    G().ShowExitDialog = 1;
+    main_->Click("mnuNewImage");
+    QCOMPARE(VisibleChildren(window_->MdiArea()), 1);
+
+    host_->queue.push_back(MsgResult::Cancel);
+    QVERIFY(!window_->close());
+    QVERIFY(window_->isVisible());
+    QVERIFY(!main_->Closed());
+    QCOMPARE(VisibleChildren(window_->MdiArea()), 1);
+    QCOMPARE(QString::fromStdString(host_->messages.back().text),
+             QString("You are exiting Your SV4200 session."));
+    QCOMPARE(QString::fromStdString(host_->messages.back().title), QString("Exit"));
+    QCOMPARE(host_->messages.back().buttons, MsgButtons::OKCancel);
+
+    host_->queue.push_back(MsgResult::OK);
+    QVERIFY(window_->close());
+    QVERIFY(!window_->isVisible());
+    QVERIFY(main_->Closed());
+    QCOMPARE(main_->ImageCount, 0L);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCOMPARE(VisibleChildren(window_->MdiArea()), 0);
+  }
+
+  void exitFromTheMenuClosesTheWindow() {
+    G().ShowExitDialog = 1;
+    host_->queue.push_back(MsgResult::OK);
+    window_->MenuAction("mnuExit")->trigger();
+    QTRY_VERIFY(!window_->isVisible());
+    QCOMPARE(host_->messages.size(), size_t(1));
+  }
+};
+
+QTEST_MAIN(TestWorkbench)
+#include "test_app.moc"
