@@ -1,12 +1,16 @@
 #include "app/lut_dialog.h"
 
+#include <algorithm>
+
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QGuiApplication>
 #include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QSlider>
 #include <QVBoxLayout>
 
@@ -18,6 +22,9 @@ namespace sv::app {
 namespace {
 
 QString Q(const std::string& s) { return QString::fromStdString(s); }
+
+// Tool-form positions are kept in twips.
+constexpr int kTwipsPerPixel = 15;
 
 QSlider* MakeSlider(QWidget* parent) {
   auto* s = new QSlider(Qt::Horizontal, parent);
@@ -163,9 +170,18 @@ void LutDialog::SliderMoved() {
 void LutDialog::showEvent(QShowEvent* e) {
   lut_.Visible = true;
   if (!placed_) {
+    // The remembered place is in twips; the dialog slides back inside the
+    // screen, so the default (the screen's right edge) puts it at the right.
     placed_ = true;
     const Globals& g = G();
-    if (g.LutLeft > 0 || g.LutTop > 0) move(g.LutLeft, g.LutTop);
+    QPoint at(g.LutLeft / kTwipsPerPixel, g.LutTop / kTwipsPerPixel);
+    if (QScreen* screen = QGuiApplication::primaryScreen()) {
+      const QRect avail = screen->availableGeometry();
+      const QSize size = sizeHint().expandedTo(minimumSizeHint());
+      at.setX(std::clamp(at.x(), avail.left(), std::max(avail.left(), avail.right() - size.width())));
+      at.setY(std::clamp(at.y(), avail.top(), std::max(avail.top(), avail.bottom() - size.height())));
+    }
+    move(at);
   }
   lut_.Refresh();
   LoadControls();
@@ -175,8 +191,8 @@ void LutDialog::showEvent(QShowEvent* e) {
 void LutDialog::hideEvent(QHideEvent* e) {
   lut_.Visible = false;
   Globals& g = G();
-  g.LutLeft = pos().x();
-  g.LutTop = pos().y();
+  g.LutLeft = pos().x() * kTwipsPerPixel;
+  g.LutTop = pos().y() * kTwipsPerPixel;
   QDialog::hideEvent(e);
 }
 

@@ -146,6 +146,9 @@ MainWindow::MainWindow(MDIForm_Main& main, QtHost* host) : main_(main), host_(ho
 }
 
 MainWindow::~MainWindow() {
+  // The children go after this part of us: nothing of theirs may call back.
+  disconnect(mdi_, nullptr, this, nullptr);
+  mdi_->removeEventFilter(this);
   if (host_) {
     host_->SetStatusSink(nullptr);
     host_->SetDialogParent(nullptr);
@@ -511,18 +514,37 @@ void MainWindow::ShowMain() {
   UpdateMaxClientSizes();
 }
 
-void MainWindow::closeEvent(QCloseEvent* e) {
-  // Where the window is goes into the settings that the exit writes.
+// Where the window is goes into the settings that the exit writes, whichever
+// way the exit comes.
+void MainWindow::StoreWindowRect() {
+  if (!isVisible()) return;
   Globals& g = G();
-  g.MainState = isMaximized() ? 2 : 0;
-  const QRect r = isMaximized() ? normalGeometry() : geometry();
-  if (r.isValid()) {
-    const QRect frame = frameGeometry();
-    g.MainLeft = isMaximized() ? r.left() : frame.left();
-    g.MainTop = isMaximized() ? r.top() : frame.top();
-    g.MainWidth = r.width();
-    g.MainHeight = r.height();
-  }
+  g.MainState = isMinimized() ? 1 : isMaximized() ? 2 : 0;
+  if (g.MainState != 0) return;  // the normal rectangle stays as it was
+  const QRect frame = frameGeometry();
+  g.MainLeft = frame.left();
+  g.MainTop = frame.top();
+  g.MainWidth = width();
+  g.MainHeight = height();
+}
+
+void MainWindow::moveEvent(QMoveEvent* e) {
+  QMainWindow::moveEvent(e);
+  StoreWindowRect();
+}
+
+void MainWindow::resizeEvent(QResizeEvent* e) {
+  QMainWindow::resizeEvent(e);
+  StoreWindowRect();
+}
+
+void MainWindow::changeEvent(QEvent* e) {
+  QMainWindow::changeEvent(e);
+  if (e->type() == QEvent::WindowStateChange) StoreWindowRect();
+}
+
+void MainWindow::closeEvent(QCloseEvent* e) {
+  StoreWindowRect();
   if (main_.Closed() || main_.QueryUnload()) {
     lut_->Bind(nullptr);
     lut_->hide();

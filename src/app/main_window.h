@@ -69,6 +69,9 @@ class MainWindow : public QMainWindow, public MainView {
 
  protected:
   void closeEvent(QCloseEvent* e) override;
+  void moveEvent(QMoveEvent* e) override;
+  void resizeEvent(QResizeEvent* e) override;
+  void changeEvent(QEvent* e) override;
   bool eventFilter(QObject* watched, QEvent* e) override;
   QMenu* createPopupMenu() override { return nullptr; }
 
@@ -85,6 +88,7 @@ class MainWindow : public QMainWindow, public MainView {
     ImageWindow* image = nullptr;  // nullptr for other kinds of document
   };
 
+  void StoreWindowRect();
   void BuildMenuBar();
   void FillMenu(QMenu* menu, const MenuEntry& entry, std::vector<QAction*>& actions);
   void ClearMenu(QMenu* menu);

@@ -3,6 +3,13 @@
 // box of a child and the exit question.
 
 #include <QAction>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSlider>
+#include <QWheelEvent>
 #include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -18,6 +25,7 @@
 
 #include "app/app_environment.h"
 #include "app/image_window.h"
+#include "app/lut_dialog.h"
 #include "app/main_window.h"
 #include "app/qt_host.h"
 #include "core/globals.h"
@@ -231,6 +239,90 @@ class TestWorkbench : public QObject {
     main_->Click("mnuZoom1x");
     QCOMPARE(f->ZoomFactor(), 1.0f);
     QVERIFY(!w->HorizontalBar()->isVisibleTo(w) || f->ImageWidth() > f->ClientWidth);
+  }
+
+  void mouseReadsThePixelAndTheWheelZooms() {
+    main_->Click("mnuNewImage");
+    Form_Camera* f = ActiveImage();
+    app::ImageWindow* w = ActiveWindow();
+    QVERIFY(f && w);
+    const QPoint at(10, 5);
+    QMouseEvent move(QEvent::MouseMove, QPointF(at), QPointF(w->Picture()->mapToGlobal(at)),
+                     Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(w->Picture(), &move);
+    const long x = at.x() - f->ZoomOffsetX(), y = at.y() - f->ZoomOffsetY();
+    QCOMPARE(window_->PanelLabel(kPanelPixelColor)->text(),
+             QString("%1, %2: %3").arg(x).arg(y).arg(f->ImagePtr()[y * f->ImageWidth() + x]));
+
+    // Ctrl and the wheel step through the zoom list; the wheel alone does not.
+    auto wheel = [&](Qt::KeyboardModifiers mods) {
+      QWheelEvent e(QPointF(20, 20), QPointF(w->Picture()->mapToGlobal(QPoint(20, 20))),
+                    QPoint(), QPoint(0, 120), Qt::NoButton, mods, Qt::NoScrollPhase, false);
+      QCoreApplication::sendEvent(w->Picture(), &e);
+    };
+    wheel(Qt::NoModifier);
+    QCOMPARE(f->ZoomFactor(), 1.0f);
+    wheel(Qt::ControlModifier);
+    QCOMPARE(f->ZoomFactor(), 2.0f);
+  }
+
+  void commentFollowsTheOption() {
+    G().ViewImageComment = -1;
+    main_->Click("mnuNewImage");
+    Form_Camera* f = ActiveImage();
+    app::ImageWindow* w = ActiveWindow();
+    QVERIFY(f && w);
+    QVERIFY(w->Comment()->isVisibleTo(w));
+    QTest::keyClicks(w->Comment(), "Cu(100) 55 eV");
+    QCOMPARE(QString::fromStdString(f->ImgDescription), QString("Cu(100) 55 eV"));
+    const int pictureHeight = w->Picture()->height();
+    window_->MenuAction("mnuShowImageComment")->trigger();
+    QVERIFY(!w->Comment()->isVisibleTo(w));
+    QCoreApplication::processEvents();
+    QVERIFY(w->Picture()->height() > pictureHeight);
+    QCOMPARE(f->ClientHeight, w->Picture()->height());
+  }
+
+  void lutDialogFollowsTheImageInFront() {
+    main_->Click("mnuNewImage");
+    Form_Camera* first = ActiveImage();
+    QVERIFY(first);
+    window_->ToolbarAction("LUT")->trigger();
+    app::LutDialog* lut = window_->Lut();
+    QVERIFY(lut->isVisible());
+    QCOMPARE(lut->Bound(), first);
+
+    lut->TypeBox()->setCurrentIndex(2);  // green
+    QCOMPARE(first->LUTtype(), 2);
+    QCOMPARE(first->Header.bmiColors[200].rgbRed, first->Header.bmiColors[200].rgbBlue);
+    QVERIFY(first->Header.bmiColors[200].rgbGreen > first->Header.bmiColors[200].rgbRed);
+
+    lut->MaxText()->selectAll();
+    QTest::keyClicks(lut->MaxText(), "50");
+    QCOMPARE(first->LUTmax, 0.5f);
+    QCOMPARE(lut->MaxSlider()->value(), 500);
+    lut->MinSlider()->setValue(100);
+    QCOMPARE(first->LUTmin, 0.1f);
+    QCOMPARE(lut->MinText()->text(), QString("10"));
+
+    // A wrong number is reported by Apply and changes nothing; the text stays
+    // for the user to mend.
+    lut->MaxText()->setText("half");
+    host_->queue.push_back(MsgResult::OK);
+    lut->ApplyButton()->click();
+    QCOMPARE(host_->messages.back().title, std::string("LUT"));
+    QCOMPARE(first->LUTmax, 0.5f);
+    QCOMPARE(lut->MaxText()->text(), QString("half"));
+
+    // Another image in front takes the dialog over; closing it lets go.
+    main_->Click("mnuNewImage");
+    Form_Camera* second = ActiveImage();
+    QVERIFY(second && second != first);
+    QCOMPARE(lut->Bound(), second);
+    QCOMPARE(lut->MaxText()->text(), QString("100"));
+    window_->SubWindowFor(second->Handle())->close();
+    QCOMPARE(lut->Bound(), static_cast<Form_Camera*>(nullptr));
+    QVERIFY(!lut->ApplyButton()->isEnabled());
   }
 
   void overlayIsDrawnOnTheZoomedPicture() {
