@@ -172,7 +172,7 @@ QMdiSubWindow* MainWindow::SubWindowFor(long handle) const {
 }
 
 QAction* MainWindow::MenuAction(const std::string& name, int index) const {
-  const MenuEntry& bar = const_cast<MDIForm_Main&>(main_).MenuBar();
+  const MenuEntry& bar = main_.MenuBar();
   for (size_t t = 0; t < tops_.size() && t < bar.children.size(); ++t) {
     const MenuEntry& top = bar.children[t];
     if (top.name == name && top.index == index) return tops_[t].menu->menuAction();
