@@ -300,6 +300,10 @@ void MDIForm_Main::BuildMenus() {
       {"mnuToolScreenReader", "SetTool"}, {"mnuToolDataReader", "SetTool"},
       {"mnuToolMarker", "SetTool"}, {"mnuToolsCancel", "SetTool"},
   };
+  // A routed entry is built: whether it can be pressed is the document's word.
+  ForEach(menuBar_, [&](MenuEntry& e) {
+    if (routes_.count(e.name)) e.built = true;
+  });
 }
 
 void MDIForm_Main::BuildToolbars() {
