@@ -6,16 +6,7 @@ namespace sv {
 
 void Class_Overlay::AddLine(long x1, long y1, long x2, long y2, long colour, long width,
                             long style) {
-  OverlayItem item;
-  item.type = 1;
-  item.x1 = x1;
-  item.y1 = y1;
-  item.x2 = x2;
-  item.y2 = y2;
-  item.colour = colour;
-  item.width = width;
-  item.style = style;
-  items_.push_back(std::move(item));
+  items_.push_back({1, x1, y1, x2, y2, colour, width, style, {}});
 }
 
 void Class_Overlay::AddRect(long x1, long y1, long x2, long y2, long colour, long width,
@@ -43,25 +34,11 @@ void Class_Overlay::AddGriffLine(long x1, long y1, long x2, long y2) {
 void Class_Overlay::AddGrip(long x, long y) {
   // kGripSize pixels centred on the point; the far corner is exclusive.
   constexpr long half = kGripSize / 2;
-  OverlayItem item;
-  item.type = 3;
-  item.x1 = x - half;
-  item.y1 = y - half;
-  item.x2 = x - half + kGripSize;
-  item.y2 = y - half + kGripSize;
-  items_.push_back(std::move(item));
+  items_.push_back({3, x - half, y - half, x - half + kGripSize, y - half + kGripSize, 0, 1, 0, {}});
 }
 
 void Class_Overlay::AddText(long x, long y, const std::string& text, long colour) {
-  OverlayItem item;
-  item.type = 5;
-  item.x1 = x;
-  item.y1 = y;
-  item.x2 = x;
-  item.y2 = y;
-  item.colour = colour;
-  item.text = text;
-  items_.push_back(std::move(item));
+  items_.push_back({5, x, y, x, y, colour, 1, 0, text});
 }
 
 long Class_Overlay::DrawnWidth(long width) const {
