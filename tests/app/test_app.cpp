@@ -389,6 +389,32 @@ class TestWorkbench : public QObject {
     QTRY_VERIFY(!window_->isVisible());
     QCOMPARE(host_->messages.size(), size_t(1));
   }
+
+  void settingsSurviveARestart() {
+    main_->Click("mnuShowToolbar");
+    main_->Click("mnuShowImageComment");
+    main_->UpdateLastFiles("/data/run7.tif");
+    QCOMPARE(G().ShowToolbar, 0);
+    G().ShowExitDialog = 1;
+    host_->queue.push_back(MsgResult::OK);
+    QVERIFY(window_->close());
+
+    // A second start in the same places.
+    window_.reset();
+    main_.reset();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    ResetGlobals();
+    main_ = std::make_unique<MDIForm_Main>();
+    SetMainForm(main_.get());
+    RegisterImageDocuments(*main_);
+    window_ = std::make_unique<app::MainWindow>(*main_);
+    QVERIFY(sv::Main(*main_, ""));
+    QCOMPARE(G().ShowToolbar, 0);
+    QCOMPARE(G().ViewImageComment, 0);
+    QVERIFY(!main_->FindMenu("mnuShowToolbar")->checked);
+    QCOMPARE(QString::fromStdString(main_->GetLastFile(0)), QString("/data/run7.tif"));
+    for (QToolBar* bar : window_->findChildren<QToolBar*>()) QVERIFY(!bar->isVisible());
+  }
 };
 
 QTEST_MAIN(TestWorkbench)
