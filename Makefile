@@ -37,7 +37,8 @@ test-fuzz: deps
 	@cmake --build $(FUZZ_BUILD) -j $(JOBS)
 	@bash tests/fuzz/run-all $(FUZZ_BUILD)
 
-bench: deps
+bench:
+	@SV_WITH_OPENCV=1 bash scripts/install-deps
 	@cmake -S . -B $(BENCH_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DSV_BUILD_BENCH=ON -DSV_BUILD_GUI=OFF -DSV_BUILD_TESTS=OFF >/dev/null
 	@cmake --build $(BENCH_BUILD) -j $(JOBS)
 	@$(BENCH_BUILD)/bench/sv_bench
