@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <string>
 
+#include "image/kernel/analysis.h"
+#include "image/kernel/test_image.h"
+
 namespace sv {
 
 struct KernelVersion {
