@@ -259,31 +259,6 @@ void SV_memset(void* dest, int value, size_t bytes) {
   std::memset(dest, value, bytes);
 }
 
-void SV_convert_8_to_16(const uint8_t* source, uint16_t* dest, size_t count) {
-  if (!source || !dest) return;
-  for (size_t i = 0; i < count; ++i) dest[i] = source[i];
-}
-
-void SV_convert_16_to_8(const uint16_t* source, uint8_t* dest, size_t count, int bits) {
-  if (!source || !dest) return;
-  if (bits < 1) bits = 1;
-  if (bits > 16) bits = 16;
-  if (bits >= 8) {
-    const int shift = bits - 8;
-    for (size_t i = 0; i < count; ++i) {
-      const unsigned v = unsigned(source[i]) >> shift;
-      dest[i] = uint8_t(v > 255 ? 255 : v);
-    }
-  } else {
-    // Fewer than eight bits: spread them over the byte.
-    const int shift = 8 - bits;
-    for (size_t i = 0; i < count; ++i) {
-      const unsigned v = unsigned(source[i]) << shift;
-      dest[i] = uint8_t(v > 255 ? 255 : v);
-    }
-  }
-}
-
 void SV_set_lut(float min, float max, long levels, long tableSize, uint8_t* table, bool inverse) {
   if (!table || tableSize <= 0) return;
   if (levels < 1) levels = 1;

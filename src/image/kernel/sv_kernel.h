@@ -6,8 +6,11 @@
 #include <cstdint>
 #include <string>
 
-#include "image/kernel/analysis.h"
-#include "image/kernel/test_image.h"
+#include "image/kernel/accumulate.h"
+#include "image/kernel/convert.h"
+#include "image/kernel/image_math.h"
+#include "image/kernel/memory.h"
+#include "image/kernel/numbers.h"
 
 namespace sv {
 
@@ -22,11 +25,6 @@ std::string SV_dll_date();
 // Memory.
 void SV_memcpy(void* dest, const void* source, size_t bytes);
 void SV_memset(void* dest, int value, size_t bytes);
-
-// Depth conversions; count is the number of samples.
-void SV_convert_8_to_16(const uint8_t* source, uint16_t* dest, size_t count);
-// Keeps the upper eight of `bits` significant bits.
-void SV_convert_16_to_8(const uint16_t* source, uint8_t* dest, size_t count, int bits);
 
 // Display.
 // Fills a byte table of `tableSize` entries: min and max are fractions of

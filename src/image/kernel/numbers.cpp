@@ -1,0 +1,143 @@
+#include "image/kernel/numbers.h"
+
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+namespace sv {
+
+namespace {
+
+constexpr char kCellMark[] = "SVF:";
+constexpr char kCellTail[] = "~~~~~~~~~~~";  // 11 characters and the zero byte
+constexpr char kHex[] = "0123456789ABCDEF";
+static_assert(4 + 8 + 8 + sizeof kCellTail == kCodeCellBytes);
+
+void PutHex(uint8_t* out, uint32_t v) {
+  for (int i = 7; i >= 0; --i, v >>= 4) out[i] = uint8_t(kHex[v & 0xF]);
+}
+
+// Eight upper-case hex digits; anything else is refused.
+bool GetHex(const uint8_t* in, uint32_t& v) {
+  v = 0;
+  for (int i = 0; i < 8; ++i) {
+    const uint8_t c = in[i];
+    uint32_t d;
+    if (c >= '0' && c <= '9') d = uint32_t(c - '0');
+    else if (c >= 'A' && c <= 'F') d = uint32_t(c - 'A' + 10);
+    else return false;
+    v = (v << 4) | d;
+  }
+  return true;
+}
+
+bool DecodeCell(const uint8_t* cell, uint32_t& bits) {
+  uint32_t check;
+  return std::memcmp(cell, kCellMark, 4) == 0 && GetHex(cell + 4, bits) &&
+         GetHex(cell + 12, check) && check == ~bits &&
+         std::memcmp(cell + 20, kCellTail, sizeof kCellTail) == 0;
+}
+
+}  // namespace
+
+float SV_atan2(float y, float x) {
+  if (x == 0.0f && y == 0.0f) return 0.0f;
+  return float(std::atan2(double(y), double(x)));
+}
+
+bool SV_shr(size_t count, Samples32 buffer, int shift) {
+  if (buffer.size() < count || shift < 0 || shift > 31) return false;
+  uint32_t* b = buffer.data();
+  for (size_t i = 0; i < count; ++i) b[i] >>= shift;
+  return true;
+}
+
+bool SV_shr(size_t count, ConstSamples32 buffer, Samples16 dest, int shift) {
+  if (buffer.size() < count || dest.size() < count || shift < 0 || shift > 31) return false;
+  const uint32_t* b = buffer.data();
+  uint16_t* d = dest.data();
+  for (size_t i = 0; i < count; ++i) d[i] = uint16_t(std::min<uint32_t>(b[i] >> shift, 65535u));
+  return true;
+}
+
+uint64_t SV_UInt32x32To64(uint32_t a, uint32_t b) { return uint64_t(a) * uint64_t(b); }
+
+uint64_t SV_UInt64plus64To64(uint64_t a, uint64_t b) { return a + b; }
+
+std::string SV_mks(float value) {
+  const uint32_t bits = std::bit_cast<uint32_t>(value);
+  std::string s(4, '\0');
+  for (int i = 0; i < 4; ++i) s[size_t(i)] = char((bits >> (8 * i)) & 0xFF);
+  return s;
+}
+
+bool SV_cvs(std::string_view bytes, float& value) {
+  if (bytes.size() < 4) return false;
+  uint32_t bits = 0;
+  for (int i = 0; i < 4; ++i) bits |= uint32_t(uint8_t(bytes[size_t(i)])) << (8 * i);
+  value = std::bit_cast<float>(bits);
+  return true;
+}
+
+float SV_cvs(std::string_view bytes) {
+  float v = 0.0f;
+  return SV_cvs(bytes, v) ? v : 0.0f;
+}
+
+float SV_GapValue() { return std::bit_cast<float>(kGapBits); }
+
+// On the bits, so that a build with fast maths cannot optimise the test away.
+bool SV_IsNAVNBits(uint32_t bits) { return (bits & 0x7F800000u) == 0x7F800000u && (bits & 0x007FFFFFu) != 0; }
+
+bool SV_IsNAVN(float value) { return SV_IsNAVNBits(std::bit_cast<uint32_t>(value)); }
+
+int64_t SV_GetFreeDiskSpace(const std::string& folder) {
+  if (folder.empty()) return -1;
+  std::string path = folder;
+  std::replace(path.begin(), path.end(), '\\', '/');
+  struct statvfs st {};
+  if (statvfs(path.c_str(), &st) != 0) return -1;
+  return static_cast<int64_t>(st.f_bavail) * static_cast<int64_t>(st.f_frsize);
+}
+
+uint32_t SV_AddTime(uint32_t time, int32_t ms) { return time + static_cast<uint32_t>(ms); }
+
+int32_t SV_SubTime(uint32_t later, uint32_t earlier) {
+  return static_cast<int32_t>(later - earlier);  // modulo 2^32, read as signed
+}
+
+bool SV_code(Samples8 destination, std::span<const float> values) {
+  if (values.size() > destination.size() / kCodeCellBytes) return false;
+  uint8_t* cell = destination.data();
+  for (float v : values) {
+    const uint32_t bits = std::bit_cast<uint32_t>(v);
+    std::memcpy(cell, kCellMark, 4);
+    PutHex(cell + 4, bits);
+    PutHex(cell + 12, ~bits);
+    std::memcpy(cell + 20, kCellTail, sizeof kCellTail);
+    cell += kCodeCellBytes;
+  }
+  return true;
+}
+
+bool SV_decode(std::span<float> values, ConstSamples8 source) {
+  if (values.size() > source.size() / kCodeCellBytes) return false;
+  bool all = true;
+  const uint8_t* cell = source.data();
+  for (float& v : values) {
+    uint32_t bits;
+    if (DecodeCell(cell, bits)) {
+      v = std::bit_cast<float>(bits);
+    } else {
+      v = SV_GapValue();
+      all = false;
+    }
+    cell += kCodeCellBytes;
+  }
+  return all;
+}
+
+}  // namespace sv
