@@ -1,5 +1,9 @@
 #include "cli/batch.h"
 
+#include <cstdio>
+
+#include "acquisition/grabber.h"
+#include "acquisition/grabber_environment.h"
 #include "cli/batch_host.h"
 #include "core/globals.h"
 #include "core/settings.h"
@@ -58,12 +62,36 @@ int Settings(const std::vector<std::string>& args, std::ostream& out, std::ostre
   BatchHost batchHost(err, verbose);
   HostScope scope(&batchHost);
   ResetGlobals();
+  ResetGrabberGlobals();
   Globals& g = G();
   g.SlaveMode = slave;
   g.UserIniName = haveUser ? user : batchHost.UserName();
   g.IniFile = haveIni ? ini : FormIniFile(batchHost.ProgramFolder(), g.UserIniName);
+  InstallGrabberEnvironment();
   ReadSettings(nullptr);
   for (const auto& line : DescribeSettings()) out << line << "\n";
+  for (const auto& line : DescribeGrabberSettings()) out << line << "\n";
+  return 0;
+}
+
+// The driver table and the capture devices of this machine.
+int Grabbers(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+  if (args.size() > 1) return BadCommandLine(err, "grabbers takes no options");
+  auto row = [&](const std::string& number, const std::string& stem, const std::string& name,
+                 const std::string& available) {
+    char line[512];
+    std::snprintf(line, sizeof line, "%-7s %-16s %-28s %s\n", number.c_str(), stem.c_str(),
+                  name.c_str(), available.c_str());
+    out << line;
+  };
+  row("driver", "stem", "display name", "available");
+  for (const auto& d : GrabberDriverTable())
+    row(std::to_string(d.number), d.stem.empty() ? "-" : d.stem, d.displayName,
+        d.available ? "yes" : "no");
+  const auto devices = CaptureDriverEntries();
+  for (const auto& d : devices)
+    row(std::to_string(d.number), d.stem, d.displayName, d.available ? "yes" : "no");
+  if (devices.empty()) out << "no capture devices found\n";
   return 0;
 }
 
@@ -77,6 +105,8 @@ std::string Usage() {
          "              the settings as the workbench reads them at start, one\n"
          "              Section/Key=value a line; a FILE without a folder is\n"
          "              looked for in the config folder\n"
+         "  grabbers    the grabber drivers: number, stem, display name and whether\n"
+         "              it can come up here, then the capture devices found\n"
          "  help        this text\n";
 }
 
@@ -91,6 +121,7 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
     return Version(out);
   }
   if (cmd == "settings") return Settings(args, out, err);
+  if (cmd == "grabbers") return Grabbers(args, out, err);
   return BadCommandLine(err, "unknown command " + cmd);
 }
 

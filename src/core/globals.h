@@ -37,6 +37,10 @@ struct Globals {
   bool BackgroundValid = false;
   long BackgroundImageHandle = 0;
   bool NoiseReduction = false;
+  long PreviewImageHandle = 0;     // the image that shows the live picture, 0 for none
+
+  // The present electron energy in eV.
+  float ElectronEnergy = 100.0f;
 
   // Section "Main".
   int MainState = 2, MainLeft = 0, MainTop = 0, MainWidth = 0, MainHeight = 0;

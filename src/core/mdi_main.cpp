@@ -339,6 +339,13 @@ void MDIForm_Main::SetCommand(const std::string& name, std::function<void(int)> 
   });
 }
 
+void MDIForm_Main::SetEnabledRule(const std::string& name, std::function<bool()> rule) {
+  if (rule)
+    enabledRules_[name] = std::move(rule);
+  else
+    enabledRules_.erase(name);
+}
+
 void MDIForm_Main::Load() {
   // Zoom menus: n:1 and 1:n for n from 3 to 16.
   MenuEntry* larger = FindMenu("mnuViewLarger");
@@ -418,10 +425,21 @@ void MDIForm_Main::Click(const std::string& name, int index) {
 }
 
 void MDIForm_Main::ToolbarClick(const std::string& key) {
+  const ToolbarButton* button = nullptr;
   for (auto& t : toolbars_)
     for (auto& b : t.buttons)
-      if (b.key == key && (!t.enabled || !b.enabled)) return;
-  if (const char* menu = MenuForKey(key)) Click(menu);
+      if (b.key == key) {
+        if (!t.enabled || !b.enabled) return;
+        if (!button) button = &b;
+      }
+  if (const char* menu = MenuForKey(key)) {
+    Click(menu);
+  } else if (button && !button->menu.empty()) {
+    // Copies: the command may rebuild the toolbar it came from.
+    const std::string name = button->menu;
+    const int index = button->menuIndex;
+    Click(name, index);
+  }
 }
 
 void MDIForm_Main::RouteToActive(const std::string& operation) {
@@ -443,7 +461,8 @@ void MDIForm_Main::PrepareMenu(const std::string& topName) {
       e.enabled = free && doc->Offers(r->second);
       if (IsParent(e)) e.enabled = true;
     } else if (!IsParent(e)) {
-      e.enabled = e.built;
+      auto rule = enabledRules_.find(e.name);
+      e.enabled = e.built && (rule == enabledRules_.end() || rule->second());
     }
   });
   if (topName == "mnuEdit") {
@@ -480,7 +499,9 @@ void MDIForm_Main::UpdateToolbarState() {
   for (auto& t : toolbars_)
     for (auto& b : t.buttons) {
       const char* menu = MenuForKey(b.key);
-      MenuEntry* e = menu ? FindMenu(menu) : nullptr;
+      MenuEntry* e = menu              ? FindMenu(menu)
+                     : b.menu.empty() ? nullptr
+                                      : FindMenu(b.menu, b.menuIndex);
       b.built = e && (e->built || routes_.count(e->name));
       b.enabled = e && e->enabled;
       if (b.key == "Undo") {

@@ -34,6 +34,11 @@ struct ToolbarButton {
   bool enabled = true;
   bool checked = false;
   bool built = true;
+  std::string caption;       // shown instead of the key when not empty
+  // The menu entry a button stands for when its key names none
+  // ("mnuSource", index 2 for the third source button).
+  std::string menu;
+  int menuIndex = -1;
 };
 
 struct Toolbar {
@@ -91,6 +96,10 @@ class MDIForm_Main {
   // Commands an upper layer offers beyond the core ("mnuNewImage" is the image
   // layer's); registering one marks its menu entry built.
   void SetCommand(const std::string& name, std::function<void(int index)> handler);
+  // A condition beyond being built under which an entry may be pressed (the
+  // acquisition entries need a grabber that came up). Applied when menus are
+  // prepared.
+  void SetEnabledRule(const std::string& name, std::function<bool()> rule);
 
   // The load step: toolbar sizes, last-files array, function list, zoom menus.
   void Load();
@@ -178,6 +187,7 @@ class MDIForm_Main {
   MenuEntry menuBar_;
   std::vector<Toolbar> toolbars_;
   std::map<std::string, std::function<void(int)>> commands_;
+  std::map<std::string, std::function<bool()>> enabledRules_;
   std::map<std::string, std::string> routes_;  // menu name -> operation of the active document
   std::vector<std::unique_ptr<ChildDocument>> children_;
   long nextHandle_ = 1000;

@@ -27,13 +27,15 @@ void Fatal(const std::string& text) {
 }
 
 // A failed interface: its message, and the system goes on without it.
+// The name is read after the init, which may have normalised or cleared it.
 bool BringUp(const std::function<bool(const std::string&)>& init, const std::string& name,
-             const std::string& message, const std::string& device) {
+             const std::string& message, const std::string& device,
+             const std::function<std::string(const std::string&)>& displayName = nullptr) {
   if (!init) return false;
   const bool ok = init(name);
   if (!ok && !name.empty())
-    host().MsgBox(message + "\r\n" + device + ":" + name, MsgButtons::OK, MsgIcon::Exclamation,
-                  G().AppTitle);
+    host().MsgBox(message + "\r\n" + device + ":" + (displayName ? displayName(name) : name),
+                  MsgButtons::OK, MsgIcon::Exclamation, G().AppTitle);
   return ok;
 }
 
@@ -220,7 +222,7 @@ bool Main(MDIForm_Main& main, const std::string& commandLine) {
 
   // 18 to 21: each interface on its own, each allowed to fail.
   g.GrabberOK = BringUp(env.grabberInit, g.GrabberName, "Cannot initialize Grabber Interface",
-                        "Grabber");
+                        "Grabber", env.grabberDisplayName);
   g.IOOK = BringUp(env.ioInit, g.IOName, "Cannot initialize I/O-Interface", "Digital I/O") ? -1 : 0;
   g.DAOK = BringUp(env.daInit, g.DAName, "Cannot initialize D/A-Interface", "D/A-Converter") ? -1 : 0;
   g.ADOK = BringUp(env.adInit, g.ADName, "Cannot initialize A/D-Interface", "A/D-Converter") ? -1 : 0;

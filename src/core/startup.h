@@ -56,6 +56,9 @@ struct StartupEnvironment {
   std::function<void()> backgroundImage;
   // Step 26.
   std::function<bool()> grabberHasOverlay;
+  // The name the grabber's failure message shows for a driver name; the name
+  // itself when empty.
+  std::function<std::string(const std::string& name)> grabberDisplayName;
 };
 
 StartupEnvironment& Environment();

@@ -7,10 +7,12 @@
 #include <string>
 
 #include "image/kernel/accumulate.h"
+#include "image/kernel/analysis.h"
 #include "image/kernel/convert.h"
 #include "image/kernel/image_math.h"
 #include "image/kernel/memory.h"
 #include "image/kernel/numbers.h"
+#include "image/kernel/test_image.h"
 
 namespace sv {
 

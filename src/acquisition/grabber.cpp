@@ -1,0 +1,395 @@
+#include "acquisition/grabber.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "acquisition/capture_devices.h"
+#include "acquisition/grabber_environment.h"
+#include "core/globals.h"
+#include "core/host.h"
+#include "core/ini_profile.h"
+#include "core/mdi_main.h"
+#include "core/settings.h"
+#include "image/form_camera.h"
+
+namespace sv {
+
+namespace {
+
+GrabberGlobals g_grabber;
+
+struct FixedDriver {
+  long number;
+  const char* stem;
+  const char* displayName;
+};
+
+// The drivers the workbench knows by name. The SensiCam has a stem for each
+// family of the original platform; this one runs its drivers in a protected
+// kernel, so the NT stem is the one kept.
+const FixedDriver kFixedDrivers[] = {
+    {kDriverNone, "", "(none)"},
+    {kDriverV1sw2000, "V1sw2000", "Video 1000 S/W"},
+    {kDriverSensiCam, "SenNTcam", "PCO SensiCam 370xL/375xL"},
+    {kDriverV1rgb2k, "V1rgb2k", "Video 1000 RGB"},
+    {kDriverV1k12, "V1k12", "Video 1000 12Bit PCI"},
+    {kDriverPixelFly, "PCCAM", "PCO PixelFly"},
+    {kDriverUK1000, "CamUsb_API_vb6", "UK1000 USB2.0 Cameras"},
+    {kDriverDummy, "DummyGrb", "Dummy Grabber"},
+};
+
+std::string Upper(std::string s) {
+  std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return std::toupper(c); });
+  return s;
+}
+
+bool IsCapture(long driver) {
+  return driver >= kDriverCapture && driver < kDriverCapture + kCaptureDeviceCount;
+}
+
+// The driver the wrappers talk to: the selected one once it is loaded, else
+// none, so that every wrapper gives its default.
+long Active() {
+  const GrabberGlobals& b = g_grabber;
+  if (b.GrabberDriver >= kDriverDummy) return b.GrabberLibrary == -1 ? b.GrabberDriver : 0;
+  return b.GrabberLibrary > 0 ? b.GrabberDriver : 0;
+}
+
+// The closed driver libraries (1 to 6) do not exist on this platform; a
+// driver of theirs never loads, so nothing below dispatches to them.
+bool LoadClosedLibrary(long /*driver*/) { return false; }
+
+// The live picture's own status text while a frame is taken.
+void PreviewStatus(const std::string& text) {
+  if (Form_Camera* preview = PreviewImage()) {
+    preview->StatusLine = text;
+    preview->DrawCameraImage();
+  }
+}
+
+}  // namespace
+
+GrabberGlobals& GB() { return g_grabber; }
+void ResetGrabberGlobals() { g_grabber = GrabberGlobals(); }
+
+// --- The driver table ------------------------------------------------------------
+
+std::vector<GrabberDriverEntry> GrabberDriverTable() {
+  std::vector<GrabberDriverEntry> out;
+  for (const auto& d : kFixedDrivers) {
+    GrabberDriverEntry e;
+    e.number = d.number;
+    e.stem = d.stem;
+    e.displayName = d.displayName;
+    e.available = d.number == kDriverNone || d.number == kDriverDummy;
+    out.push_back(e);
+  }
+  return out;
+}
+
+std::vector<GrabberDriverEntry> CaptureDriverEntries() {
+  std::vector<GrabberDriverEntry> out;
+  CaptureDevices& devices = CaptureDeviceList();
+  for (int n = 0; n < kCaptureDeviceCount; ++n) {
+    std::string description = devices.Description(n);
+    if (description.empty()) continue;
+    GrabberDriverEntry e;
+    e.number = kDriverCapture + n;
+    e.stem = description;
+    e.displayName = description;
+    e.available = true;
+    out.push_back(e);
+  }
+  return out;
+}
+
+long GrabberDriverNumber(std::string& name) {
+  const std::string stem = Upper(name);
+  if (stem == "V1SW2000") return kDriverV1sw2000;
+  if (stem == "SEN95CAM" || stem == "SENNTCAM") {
+    name = "SenNTcam";
+    return kDriverSensiCam;
+  }
+  if (stem == "PCCAM") return kDriverPixelFly;
+  if (stem == "CAMUSB_API_VB6") return kDriverUK1000;
+  if (stem == "V1RGB2K") return kDriverV1rgb2k;
+  if (stem == "V1K12") return kDriverV1k12;
+  if (stem == "DUMMYGRB") return kDriverDummy;
+  if (stem == "MSVIDEO") return kDriverCapture;
+  if (!name.empty()) {
+    CaptureDevices& devices = CaptureDeviceList();
+    for (int n = 0; n < kCaptureDeviceCount; ++n)
+      if (devices.Description(n) == name) return kDriverCapture + n;
+  }
+  name.clear();
+  return kDriverNone;
+}
+
+std::string GrabberDisplayName(long driver) {
+  for (const auto& d : kFixedDrivers)
+    if (d.number == driver) return d.displayName;
+  if (IsCapture(driver)) {
+    std::string description = CaptureDeviceList().Description(int(driver - kDriverCapture));
+    if (!description.empty()) return description;
+  }
+  return "(none)";
+}
+
+std::string GrabberDisplayNameOf(const std::string& name) {
+  std::string copy = name;
+  return GrabberDisplayName(GrabberDriverNumber(copy));
+}
+
+// --- Selection ---------------------------------------------------------------------
+
+bool GrabberSelect(const std::string& name) {
+  Globals& g = G();
+  g.GrabberOK = false;
+  g.GrabberName = name;
+  if (GrabberLoad(g.GrabberName) && GrabberInit(g_grabber.GrabberSource)) g.GrabberOK = true;
+  // The settings of the camera, as the ini file in use holds them.
+  if (!g.IniFile.empty()) ReadGrabberSettings(Profile::Load(ResolveProfilePath(g.IniFile)));
+  return g.GrabberOK;
+}
+
+bool GrabberLoad(const std::string& name) {
+  GrabberGlobals& b = g_grabber;
+  std::string& stem = G().GrabberName;
+  if (&stem != &name) stem = name;
+  b.GrabberDriver = GrabberDriverNumber(stem);
+  b.GrabberLibrary = 0;
+  b.CaptureIndex = -1;
+  b.Initialised = false;
+  if (b.GrabberDriver == kDriverNone) return false;
+  if (b.GrabberDriver < kDriverDummy) {
+    if (!LoadClosedLibrary(b.GrabberDriver)) return false;
+    return true;
+  }
+  if (IsCapture(b.GrabberDriver)) {
+    b.CaptureIndex = b.GrabberDriver - kDriverCapture;
+    // A device that is not there cannot be loaded.
+    if (CaptureDeviceList().Description(int(b.CaptureIndex)).empty()) {
+      b.CaptureIndex = -1;
+      return false;
+    }
+  }
+  b.GrabberLibrary = -1;
+  return true;
+}
+
+bool GrabberInit(long source) {
+  GrabberGlobals& b = g_grabber;
+  const long driver = Active();
+  if (driver == kDriverNone) return false;
+  MDIForm_Main* main = MainForm();
+  auto status = [main](const std::string& text) {
+    if (main)
+      main->ShowStatus(text);
+    else if (HasHost())
+      ShowStatus(text);
+  };
+  status("Grabber initializing...");
+  bool ok = false;
+  if (driver == kDriverDummy) {
+    ok = true;
+  } else if (IsCapture(driver)) {
+    ok = CaptureDeviceList().CanOpen(int(b.CaptureIndex));
+  }
+  if (ok) {
+    b.Initialised = true;
+    b.GrabberSource = std::clamp(source, 0L, std::max(0L, GrabberInputs() - 1));
+    b.StartTime = HasHost() ? host().TimeGetTime() : 0;
+    b.DummyFrames = 0;
+  }
+  status("");
+  return ok;
+}
+
+void GrabberClose() { g_grabber.Initialised = false; }
+
+void GrabberUnload() {
+  GrabberGlobals& b = g_grabber;
+  b.Initialised = false;
+  b.GrabberLibrary = 0;
+  b.CaptureIndex = -1;
+}
+
+// --- Wrappers ------------------------------------------------------------------------
+
+std::string GrabberDllDate() {
+  switch (Active()) {
+    case kDriverDummy: return "Mar. 07, 2002 (R)";
+    case kDriverNone: return "(disabled)";
+    default: return IsCapture(Active()) ? "video4linux" : "(disabled)";
+  }
+}
+
+std::string GrabberInterfaceName() {
+  const long driver = Active();
+  if (driver == kDriverDummy) return "Dummy Grabber";
+  if (IsCapture(driver)) return GrabberDisplayName(driver);
+  return "(none)";
+}
+
+std::string GrabberInputName(long input) {
+  (void)input;
+  return "Video Source";
+}
+
+long GrabberInputs() {
+  const long driver = Active();
+  return driver == kDriverDummy || IsCapture(driver) ? 1 : 0;
+}
+
+bool GrabberInput(long input) {
+  if (input < 0 || input >= GrabberInputs()) return false;
+  g_grabber.GrabberSource = input;
+  if (MDIForm_Main* main = MainForm()) RebuildSourceControls(*main);
+  return true;
+}
+
+long GrabberWidth() { return Active() == kDriverDummy ? kDummyWidth : 0; }
+long GrabberHeight() { return Active() == kDriverDummy ? kDummyHeight : 0; }
+
+long GrabberBitsPerPixel() {
+  const long driver = Active();
+  if (driver == kDriverDummy) return kDummyBits;
+  return 8;
+}
+
+bool GrabberIsColor() {
+  const long driver = Active();
+  if (driver == kDriverDummy || IsCapture(driver)) return g_grabber.GrabberColor;
+  return false;  // driver 6 would ask its camera
+}
+
+bool GrabberDigitize() {
+  // Drivers 1, 3 and 4 digitise continuously; none of them loads here.
+  return false;
+}
+
+long GrabberReadImage(Samples16 dest) {
+  PreviewStatus("Grabbing...");
+  long result = -2;
+  switch (Active()) {
+    case kDriverDummy: result = DummyReadImage(dest); break;
+    // The capture devices do not deliver frames yet; the closed drivers
+    // never load. Both read as "(No Sync)".
+    default: result = -2; break;
+  }
+  PreviewStatus("");
+  return result;
+}
+
+namespace {
+// Drivers 1 and 3 need the buffer their lines go to.
+bool ScanBufferMissing(Samples16 buffer) {
+  const long driver = Active();
+  if ((driver == kDriverV1sw2000 || driver == kDriverV1rgb2k) && buffer.empty()) {
+    if (HasHost())
+      host().MsgBox("No Memory allocated", MsgButtons::OK, MsgIcon::Exclamation, G().AppTitle);
+    return true;
+  }
+  return false;
+}
+}  // namespace
+
+bool GrabberScanLine(long, long, long, long, Samples16 buffer) {
+  ScanBufferMissing(buffer);
+  return false;
+}
+
+bool GrabberScanFrame(long, long, long, long, Samples16 buffer) {
+  ScanBufferMissing(buffer);
+  return false;
+}
+
+bool GrabberRoi(long, long, long, long) { return false; }
+
+// Only drivers 1 and 4 can tell that the sync is missing; the others always
+// have one.
+bool GrabberSync() { return true; }
+
+bool GrabberHasOverlay() { return false; }
+bool GrabberDisplayOverlay(bool) { return false; }
+bool GrabberOverlayDrawLine(long, long, long, long, long) { return false; }
+bool GrabberOverlayDrawFrame(long, long, long, long, long) { return false; }
+bool GrabberOverlaySize(long, long) { return false; }
+bool GrabberOverlayClear() { return false; }
+
+// video4linux devices have no dialogs of their own.
+bool GrabberOffersDialogs() { return false; }
+
+// --- Exit ----------------------------------------------------------------------------
+
+void GrabberExit() {
+  // Nothing runs live yet that would need stopping here.
+  GrabberClose();
+  GrabberUnload();
+  GrabberGlobals& b = g_grabber;
+  if (Form_Camera* preview = PreviewImage()) {
+    b.CameraImageWidth = preview->ClientWidth;
+    b.CameraImageHeight = preview->ClientHeight;
+    const std::string& ini = G().IniFile;
+    if (!ini.empty()) {
+      WritePrivateProfileString("Camera Image", "Width", std::to_string(b.CameraImageWidth), ini);
+      WritePrivateProfileString("Camera Image", "Height", std::to_string(b.CameraImageHeight),
+                                ini);
+    }
+  }
+}
+
+// --- Settings ------------------------------------------------------------------------
+
+void ReadGrabberSettings(const Profile& ini) {
+  GrabberGlobals& b = g_grabber;
+  b.CameraImageLeft = ini.GetInt("Camera Image", "Left", 0);
+  b.CameraImageTop = ini.GetInt("Camera Image", "Top", 0);
+  b.CameraImageWidth = ini.GetInt("Camera Image", "Width", 0);
+  b.CameraImageHeight = ini.GetInt("Camera Image", "Height", 0);
+  b.OverlayLeft = ini.GetInt("Overlay Window", "Left", 0);
+  b.OverlayTop = ini.GetInt("Overlay Window", "Top", 0);
+  b.UseOverlay = ini.GetInt("Overlay Window", "UseOverlay", 0) != 0;
+  G().NoiseReduction = ini.GetInt("Grabber", "NoiseReduction", 0) != 0;
+  // The name itself came with the hardware names; the menu shows it.
+  if (MDIForm_Main* main = MainForm()) ShowGrabberSetupCaption(*main);
+}
+
+void WriteGrabberSettings(Profile& ini) {
+  const GrabberGlobals& b = g_grabber;
+  ini.SetInt("Camera Image", "Left", b.CameraImageLeft);
+  ini.SetInt("Camera Image", "Top", b.CameraImageTop);
+  ini.SetInt("Camera Image", "Width", b.CameraImageWidth);
+  ini.SetInt("Camera Image", "Height", b.CameraImageHeight);
+  ini.SetInt("Overlay Window", "Left", b.OverlayLeft);
+  ini.SetInt("Overlay Window", "Top", b.OverlayTop);
+  ini.SetInt("Overlay Window", "UseOverlay", b.UseOverlay ? -1 : 0);
+  ini.SetInt("Grabber", "NoiseReduction", G().NoiseReduction ? -1 : 0);
+}
+
+void RegisterGrabberSettings() {
+  for (const auto& s : SettingsSections())
+    if (s.slot == SettingsSlot::Grabber) return;
+  RegisterSettingsSection({SettingsSlot::Grabber, "Grabber",
+                           [](const Profile& ini) { ReadGrabberSettings(ini); },
+                           [](Profile& ini) { WriteGrabberSettings(ini); }});
+}
+
+std::vector<std::string> DescribeGrabberSettings() {
+  const GrabberGlobals& b = g_grabber;
+  auto line = [](const char* section, const char* key, long value) {
+    return std::string(section) + "/" + key + "=" + std::to_string(value);
+  };
+  return {
+      line("Camera Image", "Left", b.CameraImageLeft),
+      line("Camera Image", "Top", b.CameraImageTop),
+      line("Camera Image", "Width", b.CameraImageWidth),
+      line("Camera Image", "Height", b.CameraImageHeight),
+      line("Overlay Window", "Left", b.OverlayLeft),
+      line("Overlay Window", "Top", b.OverlayTop),
+      line("Overlay Window", "UseOverlay", b.UseOverlay ? -1 : 0),
+      line("Grabber", "NoiseReduction", G().NoiseReduction ? -1 : 0),
+  };
+}
+
+}  // namespace sv

@@ -1,0 +1,323 @@
+// The driver table, the wrappers' answers per driver, the dummy's frames and
+// the grabber's settings pair.
+
+#include <algorithm>
+#include <vector>
+
+#include "acquisition/grabber_environment.h"
+#include "core/ini_profile.h"
+#include "grabber_fixture.h"
+#include "image/form_camera.h"
+#include "image/kernel/test_image.h"
+
+namespace sv {
+namespace {
+
+using test::GrabberTest;
+
+TEST_F(GrabberTest, EveryStemInAnyCaseGivesItsNumber) {
+  struct Case {
+    const char* name;
+    long number;
+    const char* after;
+  };
+  const Case cases[] = {
+      {"V1sw2000", 1, "V1sw2000"},       {"v1SW2000", 1, "v1SW2000"},
+      {"Sen95cam", 2, "SenNTcam"},       {"SEN95CAM", 2, "SenNTcam"},
+      {"senntcam", 2, "SenNTcam"},       {"V1rgb2k", 3, "V1rgb2k"},
+      {"v1k12", 4, "v1k12"},             {"PCCAM", 5, "PCCAM"},
+      {"pccam", 5, "pccam"},             {"CamUsb_API_vb6", 6, "CamUsb_API_vb6"},
+      {"CAMUSB_API_VB6", 6, "CAMUSB_API_VB6"}, {"DummyGrb", 10, "DummyGrb"},
+      {"dummygrb", 10, "dummygrb"},      {"MSVIDEO", 11, "MSVIDEO"},
+  };
+  for (const Case& c : cases) {
+    std::string name = c.name;
+    EXPECT_EQ(GrabberDriverNumber(name), c.number) << c.name;
+    EXPECT_EQ(name, c.after) << c.name;
+  }
+  // A stem is the whole name, not a part of it.
+  for (const char* other : {"V1sw2000.dll", " DummyGrb", "Dummy", "PIXELFLY", "SenXXcam"}) {
+    std::string name = other;
+    EXPECT_EQ(GrabberDriverNumber(name), 0) << other;
+    EXPECT_EQ(name, "") << other;
+  }
+}
+
+TEST_F(GrabberTest, UnknownNameClearsTheGrabberName) {
+  devices.names[0] = "USB Camera";
+  G().GrabberName = "Frame Grabber 9000";
+  EXPECT_EQ(GrabberDriverNumber(G().GrabberName), 0);
+  EXPECT_EQ(G().GrabberName, "");
+  EXPECT_EQ(GrabberDriverNumber(G().GrabberName), 0) << "an empty name is no device either";
+  // Selecting such a name leaves no grabber and says nothing.
+  EXPECT_FALSE(GrabberSelect("Frame Grabber 9000"));
+  EXPECT_FALSE(G().GrabberOK);
+  EXPECT_EQ(G().GrabberName, "");
+  EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(GrabberTest, CaptureDevicesAreNumberedElevenPlusTheirIndex) {
+  devices.names = {{0, "Integrated Camera"}, {3, "USB Video"}, {9, "Capture Card"}};
+  const auto entries = CaptureDriverEntries();
+  ASSERT_EQ(entries.size(), 3u);
+  EXPECT_EQ(entries[0].number, 11);
+  EXPECT_EQ(entries[1].number, 14);
+  EXPECT_EQ(entries[2].number, 20);
+  EXPECT_EQ(entries[1].stem, "USB Video");
+  EXPECT_EQ(entries[1].displayName, "USB Video");
+  EXPECT_TRUE(entries[1].available);
+
+  std::string name = "USB Video";
+  EXPECT_EQ(GrabberDriverNumber(name), 14);
+  EXPECT_EQ(name, "USB Video");
+  name = "usb video";
+  EXPECT_EQ(GrabberDriverNumber(name), 0) << "a description is matched as it is written";
+  EXPECT_EQ(GrabberDisplayName(20), "Capture Card");
+  EXPECT_EQ(GrabberDisplayName(12), "(none)") << "no device 1";
+  EXPECT_EQ(GrabberDisplayNameOf("Capture Card"), "Capture Card");
+
+  // The device that was configured has gone: the name is cleared.
+  devices.names.erase(3);
+  G().GrabberName = "USB Video";
+  EXPECT_EQ(GrabberDriverNumber(G().GrabberName), 0);
+  EXPECT_EQ(G().GrabberName, "");
+}
+
+TEST_F(GrabberTest, CaptureDevicesSelectWhenTheyOpenButDeliverNoFramesYet) {
+  devices.names = {{2, "USB Video"}};
+  EXPECT_FALSE(GrabberSelect("USB Video")) << "listed but cannot be opened";
+  EXPECT_FALSE(G().GrabberOK);
+  devices.openable = {2};
+  ASSERT_TRUE(GrabberSelect("USB Video"));
+  EXPECT_EQ(GB().GrabberDriver, 13);
+  EXPECT_EQ(GB().CaptureIndex, 2);
+  EXPECT_EQ(GB().GrabberLibrary, -1);
+  EXPECT_EQ(GrabberInterfaceName(), "USB Video");
+  EXPECT_EQ(GrabberInputs(), 1);
+  GB().GrabberColor = true;
+  EXPECT_TRUE(GrabberIsColor());
+  std::vector<uint16_t> frame(16, 7);
+  EXPECT_EQ(GrabberReadImage(frame), -2);
+  EXPECT_TRUE(std::all_of(frame.begin(), frame.end(), [](uint16_t v) { return v == 7; }));
+}
+
+TEST_F(GrabberTest, WithoutADriverEveryWrapperGivesItsDefault) {
+  GB().GrabberColor = true;  // the global alone does not make a colour grabber
+  EXPECT_FALSE(GrabberLoad(""));
+  EXPECT_EQ(GB().GrabberDriver, 0);
+  EXPECT_FALSE(GrabberInit(0));
+  EXPECT_EQ(GrabberDllDate(), "(disabled)");
+  EXPECT_EQ(GrabberInterfaceName(), "(none)");
+  EXPECT_EQ(GrabberInputName(0), "Video Source");
+  EXPECT_EQ(GrabberInputs(), 0);
+  EXPECT_FALSE(GrabberInput(0));
+  EXPECT_EQ(GrabberWidth(), 0);
+  EXPECT_EQ(GrabberHeight(), 0);
+  EXPECT_EQ(GrabberBitsPerPixel(), 8);
+  EXPECT_FALSE(GrabberIsColor());
+  EXPECT_FALSE(GrabberDigitize());
+  std::vector<uint16_t> frame(64, 0x5555);
+  EXPECT_EQ(GrabberReadImage(frame), -2);
+  EXPECT_TRUE(std::all_of(frame.begin(), frame.end(), [](uint16_t v) { return v == 0x5555; }));
+  EXPECT_FALSE(GrabberScanLine(0, 0, 10, 10, {}));
+  EXPECT_FALSE(GrabberScanFrame(0, 0, 10, 10, {}));
+  EXPECT_FALSE(GrabberRoi(0, 0, 10, 10));
+  EXPECT_TRUE(GrabberSync());
+  EXPECT_FALSE(GrabberHasOverlay());
+  EXPECT_FALSE(GrabberDisplayOverlay(true));
+  EXPECT_FALSE(GrabberOverlayDrawLine(0, 0, 1, 1, 0xFF));
+  EXPECT_FALSE(GrabberOverlayDrawFrame(0, 0, 1, 1, 0xFF));
+  EXPECT_FALSE(GrabberOverlaySize(10, 10));
+  EXPECT_FALSE(GrabberOverlayClear());
+  EXPECT_FALSE(GrabberOffersDialogs());
+  EXPECT_TRUE(host.messages.empty()) << "a missing scan buffer matters only to drivers 1 and 3";
+}
+
+TEST_F(GrabberTest, ClosedDriversFailCleanly) {
+  for (const char* name : {"V1sw2000", "Sen95cam", "V1rgb2k", "V1k12", "PCCAM", "CamUsb_API_vb6"}) {
+    EXPECT_FALSE(GrabberSelect(name)) << name;
+    EXPECT_FALSE(G().GrabberOK) << name;
+    EXPECT_NE(GB().GrabberDriver, 0) << name << " keeps its number for the message";
+    EXPECT_EQ(GB().GrabberLibrary, 0) << name;
+    // Nothing dispatches to a driver that never loaded.
+    EXPECT_FALSE(GrabberInit(0)) << name;
+    EXPECT_EQ(GrabberWidth(), 0) << name;
+    EXPECT_EQ(GrabberDllDate(), "(disabled)") << name;
+    std::vector<uint16_t> frame(4);
+    EXPECT_EQ(GrabberReadImage(frame), -2) << name;
+    EXPECT_FALSE(GrabberScanLine(0, 0, 1, 1, {})) << name;
+  }
+  EXPECT_EQ(G().GrabberName, "CamUsb_API_vb6");
+  EXPECT_TRUE(host.messages.empty());
+  const auto table = GrabberDriverTable();
+  for (const auto& d : table)
+    EXPECT_EQ(d.available, d.number == 0 || d.number == 10) << d.displayName;
+}
+
+TEST_F(GrabberTest, TheDummyAnswersByItselfWhateverTheIniSays) {
+  test::WriteFile(host.programFolder + "/grab.ini",
+                  "[Camera Image]\r\nWidth=640\r\nHeight=480\r\n");
+  G().IniFile = host.programFolder + "/grab.ini";
+  ASSERT_TRUE(GrabberSelect("DummyGrb"));
+  EXPECT_TRUE(G().GrabberOK);
+  EXPECT_EQ(GB().CameraImageWidth, 640) << "the selection re-reads the camera's settings";
+  EXPECT_EQ(GB().GrabberLibrary, -1);
+  EXPECT_EQ(GrabberWidth(), 384);
+  EXPECT_EQ(GrabberHeight(), 288);
+  EXPECT_EQ(GrabberBitsPerPixel(), 12);
+  EXPECT_EQ(GrabberDllDate(), "Mar. 07, 2002 (R)");
+  EXPECT_EQ(GrabberInterfaceName(), "Dummy Grabber");
+  EXPECT_EQ(GrabberInputName(0), "Video Source");
+  EXPECT_EQ(GrabberInputs(), 1);
+  EXPECT_FALSE(GrabberIsColor());
+  GB().GrabberColor = true;
+  EXPECT_TRUE(GrabberIsColor());
+  EXPECT_FALSE(GrabberInput(1));
+  EXPECT_TRUE(GrabberInput(0));
+  // The init shows its status text and clears it again.
+  auto at = std::find(host.status.begin(), host.status.end(), "Grabber initializing...");
+  ASSERT_NE(at, host.status.end());
+  ASSERT_NE(at + 1, host.status.end());
+  EXPECT_EQ(*(at + 1), "");
+
+  GrabberClose();
+  GrabberUnload();
+  EXPECT_EQ(GrabberWidth(), 0) << "an unloaded dummy answers nothing";
+}
+
+TEST_F(GrabberTest, DummyFramesAreTheScreenAtTheEnergyAndTimeOfNow) {
+  host.clock = 5000;
+  ASSERT_TRUE(GrabberSelect("DummyGrb"));
+  host.clock = 25000;  // 20 s later
+  G().ElectronEnergy = 150.0f;
+  const FrameSize size{384, 288};
+  std::vector<uint16_t> frame(size.Samples()), expected(size.Samples());
+  ASSERT_EQ(GrabberReadImage(frame), 0);
+  TestImageParams p;
+  p.Energy = 150.0;
+  p.Time = 20.0;
+  p.Seed = 1;
+  p.Bits = 12;
+  ASSERT_TRUE(SV_test_image(size, expected, p));
+  EXPECT_EQ(frame, expected);
+  EXPECT_LE(*std::max_element(frame.begin(), frame.end()), 4095);
+
+  // The next frame has fresh noise.
+  ASSERT_EQ(DummyReadImage(frame), 0);
+  EXPECT_NE(frame, expected);
+
+  // Colour follows the global, three words a pixel.
+  GB().GrabberColor = true;
+  std::vector<uint16_t> rgb(size.Samples(3)), rgbExpected(size.Samples(3));
+  ASSERT_EQ(DummyReadImage(rgb), 0);
+  p.Seed = 3;
+  ASSERT_TRUE(SV_RGB_test_image(size, rgbExpected, p));
+  EXPECT_EQ(rgb, rgbExpected);
+
+  // A buffer too small for the frame is left alone.
+  std::vector<uint16_t> small(size.Samples(), 9);
+  EXPECT_EQ(GrabberReadImage(small), -1);
+  EXPECT_TRUE(std::all_of(small.begin(), small.end(), [](uint16_t v) { return v == 9; }));
+
+  // No electrons at 0 eV still gives a picture.
+  GB().GrabberColor = false;
+  G().ElectronEnergy = 0.0f;
+  EXPECT_EQ(DummyReadImage(frame), 0);
+}
+
+// Notes the image's status text each time the window is refreshed.
+struct StatusRecorder : CameraView {
+  std::vector<std::string> seen;
+  void Present(const Form_Camera& f) override { seen.push_back(f.StatusLine); }
+};
+
+TEST_F(GrabberTest, ReadingAFrameShowsGrabbingOnTheLivePicture) {
+  RegisterImageDocuments(main);
+  ASSERT_TRUE(StartGrabber("DummyGrb"));
+  Form_Camera* preview = PreviewImage();
+  ASSERT_NE(preview, nullptr);
+  StatusRecorder view;
+  preview->SetView(&view);
+  std::vector<uint16_t> frame(size_t(384 * 288));
+  EXPECT_EQ(GrabberReadImage(frame), 0);
+  EXPECT_EQ(view.seen, (std::vector<std::string>{"Grabbing...", ""}));
+
+  // A driver number that is none of the known ones: no sync.
+  view.seen.clear();
+  GB().GrabberDriver = 42;
+  EXPECT_EQ(GrabberReadImage(frame), -2);
+  EXPECT_EQ(view.seen, (std::vector<std::string>{"Grabbing...", ""}));
+  preview->SetView(nullptr);
+}
+
+TEST_F(GrabberTest, SettingsPairRoundTrip) {
+  InstallGrabberEnvironment();
+  InstallGrabberEnvironment();
+  int grabberSections = 0;
+  SettingsSlot before = SettingsSlot::Core;
+  for (const auto& s : SettingsSections()) {
+    EXPECT_LE(int(before), int(s.slot)) << "kept in order";
+    before = s.slot;
+    if (s.slot == SettingsSlot::Grabber) ++grabberSections;
+  }
+  EXPECT_EQ(grabberSections, 1);
+
+  // Missing keys give their defaults.
+  G().IniFile = host.programFolder + "/SV4200.ini";
+  G().NoiseReduction = true;
+  GB().CameraImageWidth = 99;
+  ReadSettings(nullptr);
+  EXPECT_EQ(GB().CameraImageWidth, 0);
+  EXPECT_FALSE(G().NoiseReduction);
+  EXPECT_FALSE(GB().UseOverlay);
+
+  test::WriteFile(G().IniFile,
+                  "[Camera Image]\r\nLeft=10\r\nTop=20\r\nWidth=768\r\nHeight=576\r\n"
+                  "[Overlay Window]\r\nLeft=5\r\nTop=6\r\nUseOverlay=1\r\n"
+                  "[Grabber]\r\nNoiseReduction=-1\r\nWebCamInterval=9\r\n");
+  ReadSettings(nullptr);
+  EXPECT_EQ(GB().CameraImageLeft, 10);
+  EXPECT_EQ(GB().CameraImageTop, 20);
+  EXPECT_EQ(GB().CameraImageWidth, 768);
+  EXPECT_EQ(GB().CameraImageHeight, 576);
+  EXPECT_EQ(GB().OverlayLeft, 5);
+  EXPECT_EQ(GB().OverlayTop, 6);
+  EXPECT_TRUE(GB().UseOverlay);
+  EXPECT_TRUE(G().NoiseReduction);
+  EXPECT_EQ(G().WebCamInterval, 9) << "the core's keys of the same section stay the core's";
+
+  GB().CameraImageLeft = -3;
+  GB().UseOverlay = false;
+  G().NoiseReduction = false;
+  WriteSettings(nullptr);
+  const Profile ini = Profile::Load(G().IniFile);
+  EXPECT_EQ(ini.GetString("Camera Image", "Left", "?"), "-3");
+  EXPECT_EQ(ini.GetString("Camera Image", "Width", "?"), "768");
+  EXPECT_EQ(ini.GetString("Overlay Window", "UseOverlay", "?"), "0");
+  EXPECT_EQ(ini.GetString("Grabber", "NoiseReduction", "?"), "0");
+  GB().UseOverlay = true;
+  G().NoiseReduction = true;
+  WriteSettings(nullptr);
+  const Profile again = Profile::Load(G().IniFile);
+  EXPECT_EQ(again.GetString("Overlay Window", "UseOverlay", "?"), "-1") << "true is -1";
+  EXPECT_EQ(again.GetString("Grabber", "NoiseReduction", "?"), "-1");
+  ResetGrabberGlobals();
+  ReadSettings(nullptr);
+  EXPECT_EQ(GB().CameraImageLeft, -3);
+  EXPECT_TRUE(GB().UseOverlay);
+  // The grabber's name is the per-user store's, written there only.
+  EXPECT_EQ(again.Get("Grabber", "Grabber"), std::nullopt);
+}
+
+TEST_F(GrabberTest, CaptionsAndZoomOfTheLivePicture) {
+  EXPECT_EQ(SourceCaption(0, 1, "Composite"), "Video Source");
+  EXPECT_EQ(SourceCaption(2, 3, "S-Video"), "Source &2:S-Video");
+  EXPECT_EQ(ZoomIndexToFit(384, 288, 0, 0), 15) << "nothing stored: 1:1";
+  EXPECT_EQ(ZoomIndexToFit(384, 288, 384, 288), 15);
+  EXPECT_EQ(ZoomIndexToFit(384, 288, 800, 600), 14) << "2:1";
+  EXPECT_EQ(ZoomIndexToFit(384, 288, 383, 600), 16) << "1:2";
+  EXPECT_EQ(ZoomIndexToFit(384, 288, 1, 1), 30) << "the smallest there is";
+}
+
+}  // namespace
+}  // namespace sv

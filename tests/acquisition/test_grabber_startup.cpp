@@ -1,0 +1,242 @@
+// The grabber at start-up, in the main window (menus, toolbars, the live
+// picture's image), in the setup dialog's presenter, and at exit.
+
+#include "acquisition/form_grabber_interface.h"
+#include "acquisition/grabber_environment.h"
+#include "core/ini_profile.h"
+#include "grabber_fixture.h"
+#include "image/form_camera.h"
+
+namespace sv {
+namespace {
+
+class GrabberStartupTest : public test::GrabberTest {
+ protected:
+  void SetUp() override {
+    GrabberTest::SetUp();
+    RegisterImageDocuments(main);
+    InstallGrabberEnvironment();
+    RegisterGrabberCommands(main);
+    // The live commands are not there yet; a stand-in shows the rule at work.
+    main.SetCommand("mnuPreview", [this](int) { ++previews; });
+  }
+  void Configure(const std::string& grabber) {
+    host.store.SaveSetting("sv4200", "HARDWARE", "Grabber", grabber);
+  }
+  int previews = 0;
+};
+
+TEST_F(GrabberStartupTest, ClosedDriverIsReportedWithItsDisplayName) {
+  Configure("Sen95cam");
+  host.Answer(MsgResult::OK);
+  ASSERT_TRUE(Main(main, "/B"));
+  ASSERT_EQ(host.messages.size(), 1u);
+  EXPECT_EQ(host.messages[0].text,
+            "Cannot initialize Grabber Interface\r\nGrabber:PCO SensiCam 370xL/375xL");
+  EXPECT_FALSE(G().GrabberOK);
+  EXPECT_EQ(G().GrabberName, "SenNTcam");
+  EXPECT_EQ(GB().GrabberLibrary, 0) << "unloaded again";
+  EXPECT_EQ(PreviewImage(), nullptr);
+  EXPECT_FALSE(main.FindButton("Preview")->enabled);
+  EXPECT_EQ(main.FindToolbar("Toolbar_Sources")->buttons.size(), 0u);
+  EXPECT_EQ(main.FindMenu("mnuGrabberSetup")->caption, "&Grabber: PCO SensiCam 370xL/375xL...");
+}
+
+TEST_F(GrabberStartupTest, EachClosedDriverNamesItselfInTheMessage) {
+  const std::pair<const char*, const char*> drivers[] = {
+      {"V1SW2000", "Video 1000 S/W"},        {"V1rgb2k", "Video 1000 RGB"},
+      {"V1k12", "Video 1000 12Bit PCI"},     {"PCCAM", "PCO PixelFly"},
+      {"CamUsb_API_vb6", "UK1000 USB2.0 Cameras"},
+  };
+  for (const auto& [stem, display] : drivers) {
+    ResetGlobals();
+    MDIForm_Main other;
+    SetMainForm(&other);
+    Configure(stem);
+    host.Answer(MsgResult::OK);
+    ASSERT_TRUE(Main(other, "/B"));
+    EXPECT_EQ(host.messages.back().text,
+              std::string("Cannot initialize Grabber Interface\r\nGrabber:") + display);
+    SetMainForm(&main);
+  }
+}
+
+TEST_F(GrabberStartupTest, NoNameNoMessageAndAGoneDeviceIsForgotten) {
+  ASSERT_TRUE(Main(main, "/B"));
+  EXPECT_TRUE(host.messages.empty());
+  EXPECT_EQ(main.FindMenu("mnuGrabberSetup")->caption, "&Grabber: (none)...");
+
+  ResetGlobals();
+  MDIForm_Main other;
+  SetMainForm(&other);
+  Configure("USB Video");  // was device 0, is unplugged now
+  ASSERT_TRUE(Main(other, "/B"));
+  EXPECT_TRUE(host.messages.empty());
+  EXPECT_EQ(G().GrabberName, "");
+  SetMainForm(&main);
+}
+
+TEST_F(GrabberStartupTest, TheDummyComesUpWithItsLivePicture) {
+  Configure("DummyGrb");
+  ASSERT_TRUE(Main(main, ""));
+  EXPECT_TRUE(host.messages.empty());
+  ASSERT_TRUE(G().GrabberOK);
+  EXPECT_EQ(G().VideoMode, 0);
+  EXPECT_EQ(GB().GrabberBits, 12);
+  EXPECT_EQ(GB().GrabberDynamik, 4096);
+
+  Form_Camera* preview = PreviewImage();
+  ASSERT_NE(preview, nullptr);
+  EXPECT_EQ(preview->Caption(), "Camera Image");
+  EXPECT_TRUE(preview->Locked());
+  EXPECT_TRUE(preview->GrabEnabled);
+  EXPECT_FALSE(preview->HasColors());
+  EXPECT_EQ(preview->ImageWidth(), 384);
+  EXPECT_EQ(preview->ImageHeight(), 288);
+  EXPECT_EQ(preview->ImageBitsPerPixel(), 12);
+  EXPECT_TRUE(preview->Filename.empty());
+  EXPECT_NE(preview->ImagePtr(), nullptr);
+  EXPECT_EQ(main.ActiveChild(), preview) << "the live picture has the focus";
+  EXPECT_EQ(main.ImageCount, 2) << "the live picture and the hidden background image";
+
+  // The grabber's entries follow GrabberOK.
+  EXPECT_TRUE(main.FindMenu("mnuPreview")->enabled);
+  EXPECT_TRUE(main.FindButton("Preview")->enabled);
+  EXPECT_FALSE(main.FindButton("Overlay")->enabled) << "the dummy has no overlay";
+  EXPECT_FALSE(main.FindMenu("mnuDlgVideoSource")->enabled);
+  EXPECT_EQ(main.FindMenu("mnuGrabberSetup")->caption, "&Grabber: Dummy Grabber...");
+  EXPECT_TRUE(main.FindMenu("mnuGrabberSetup")->built == false)
+      << "the dialog is the workbench window's";
+
+  // One source, shown as "Video Source" and pressed.
+  Toolbar* sources = main.FindToolbar("Toolbar_Sources");
+  ASSERT_NE(sources, nullptr);
+  ASSERT_EQ(sources->buttons.size(), 1u);
+  EXPECT_EQ(sources->buttons[0].caption, "Video Source");
+  EXPECT_TRUE(sources->buttons[0].checked);
+  EXPECT_TRUE(sources->buttons[0].enabled);
+  EXPECT_TRUE(sources->visible);
+  MenuEntry* source = main.FindMenu("mnuSource", 0);
+  ASSERT_NE(source, nullptr);
+  EXPECT_EQ(source->caption, "Video Source");
+  EXPECT_TRUE(source->checked);
+
+  // Pressing the button selects its input.
+  GB().GrabberSource = 7;
+  main.ToolbarClick("Source0");
+  EXPECT_EQ(GB().GrabberSource, 0);
+  EXPECT_TRUE(main.FindToolbar("Toolbar_Sources")->buttons[0].checked);
+
+  main.ToolbarClick("Preview");
+  EXPECT_EQ(previews, 1);
+}
+
+TEST_F(GrabberStartupTest, TheStoredRectangleSetsTheZoomOfANewLivePicture) {
+  Configure("DummyGrb");
+  test::WriteFile(host.programFolder + "/SV4200_tester.ini",
+                  "[Camera Image]\r\nLeft=4\r\nTop=8\r\nWidth=800\r\nHeight=600\r\n");
+  ASSERT_TRUE(Main(main, "/B"));
+  ASSERT_NE(PreviewImage(), nullptr);
+  EXPECT_EQ(PreviewImage()->ZoomIndex, 14) << "2:1 fits 800 x 600";
+}
+
+TEST_F(GrabberStartupTest, ExitShutsTheGrabberDownFirstAndKeepsTheRectangle) {
+  Configure("DummyGrb");
+  ASSERT_TRUE(Main(main, "/B"));
+  std::vector<std::string> order;
+  main.exitHooks.shutdown.push_back([&] {
+    order.push_back(GB().GrabberLibrary == 0 ? "grabber already down" : "grabber still up");
+  });
+  G().ShowExitDialog = 0;
+  Form_Camera* preview = PreviewImage();
+  ASSERT_NE(preview, nullptr);
+  preview->ClientWidth = 500;
+  preview->ClientHeight = 400;
+  ASSERT_TRUE(main.QueryUnload());
+  EXPECT_EQ(order, std::vector<std::string>{"grabber already down"});
+  EXPECT_EQ(GB().CameraImageWidth, 500);
+  const Profile ini = Profile::Load(ResolveProfilePath(G().IniFile));
+  EXPECT_EQ(ini.GetInt("Camera Image", "Width", 0), 500);
+  EXPECT_EQ(ini.GetInt("Camera Image", "Height", 0), 400);
+  EXPECT_EQ(host.store.GetSetting("sv4200", "HARDWARE", "Grabber", "?"), "DummyGrb");
+}
+
+TEST_F(GrabberStartupTest, SetupListsTheDriversAndChangesAtRunTime) {
+  devices.names = {{1, "USB Video"}};
+  ASSERT_TRUE(Main(main, "/B"));
+  Form_GrabberInterface form(&main);
+  form.Form_Load();
+  ASSERT_EQ(form.Drivers.size(), 9u) << "eight fixed rows and one device";
+  ASSERT_EQ(form.List_Drivers.size(), form.Drivers.size());
+  EXPECT_EQ(form.List_Drivers[0], "(none)");
+  EXPECT_EQ(form.List_Drivers[1], "Video 1000 S/W (not available)");
+  EXPECT_EQ(form.List_Drivers[7], "Dummy Grabber");
+  EXPECT_EQ(form.List_Drivers[8], "USB Video");
+  EXPECT_EQ(form.Drivers[8].number, 12);
+  EXPECT_EQ(form.ListIndex, 0) << "no grabber: the first row";
+  EXPECT_EQ(form.Label_Info, "No grabber");
+  EXPECT_FALSE(form.Check_ColorEnabled);
+
+  // To the dummy, in colour.
+  form.List_Drivers_Click(7);
+  EXPECT_TRUE(form.Check_ColorEnabled);
+  form.Check_Color = true;
+  form.Visible = true;
+  EXPECT_TRUE(form.Command_OK());
+  EXPECT_FALSE(form.Visible);
+  EXPECT_TRUE(G().GrabberOK);
+  EXPECT_EQ(G().GrabberName, "DummyGrb");
+  EXPECT_TRUE(GrabberIsColor());
+  Form_Camera* preview = PreviewImage();
+  ASSERT_NE(preview, nullptr);
+  EXPECT_TRUE(preview->HasColors());
+  EXPECT_NE(form.Label_Info.find("Dummy Grabber"), std::string::npos);
+  EXPECT_NE(form.Label_Info.find("384 x 288"), std::string::npos);
+  EXPECT_TRUE(main.FindButton("Preview")->enabled);
+  EXPECT_EQ(main.FindMenu("mnuGrabberSetup")->caption, "&Grabber: Dummy Grabber...");
+
+  // The dialog opens on the driver in use.
+  form.Form_Load();
+  EXPECT_EQ(form.ListIndex, 7);
+  EXPECT_TRUE(form.Check_Color);
+
+  // To a driver that cannot come up here: the start-up message, no grabber,
+  // and the images stay.
+  form.List_Drivers_Click(4);
+  host.Answer(MsgResult::OK);
+  EXPECT_FALSE(form.Command_OK());
+  ASSERT_EQ(host.messages.size(), 1u);
+  EXPECT_EQ(host.messages[0].text, "Cannot initialize Grabber Interface\r\nGrabber:Video 1000 12Bit PCI");
+  EXPECT_FALSE(G().GrabberOK);
+  EXPECT_EQ(PreviewImage(), preview);
+  EXPECT_FALSE(main.FindButton("Preview")->enabled);
+  EXPECT_TRUE(main.FindToolbar("Toolbar_Sources")->buttons.empty());
+  EXPECT_FALSE(main.FindToolbar("Toolbar_Sources")->visible);
+
+  // Back to none: no message. Cancel changes nothing.
+  form.Form_Load();
+  form.List_Drivers_Click(0);
+  EXPECT_FALSE(form.Command_OK());
+  EXPECT_EQ(host.messages.size(), 1u);
+  EXPECT_EQ(G().GrabberName, "");
+  form.List_Drivers_Click(7);
+  form.Command_Cancel();
+  EXPECT_FALSE(G().GrabberOK);
+  form.List_Drivers_Click(99);
+  EXPECT_EQ(form.ListIndex, -1);
+  EXPECT_FALSE(form.Command_OKEnabled);
+}
+
+TEST_F(GrabberStartupTest, ResetComesUpWithoutTheGrabber) {
+  Configure("DummyGrb");
+  ASSERT_TRUE(Main(main, "/B /RESET"));
+  EXPECT_FALSE(G().GrabberOK);
+  EXPECT_EQ(PreviewImage(), nullptr);
+  EXPECT_FALSE(main.FindMenu("mnuPreview")->enabled);
+  EXPECT_FALSE(main.FindButton("Preview")->enabled);
+  main.ToolbarClick("Preview");
+  EXPECT_EQ(previews, 0);
+}
+
+}  // namespace
+}  // namespace sv
