@@ -7,7 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "acquisition/grabber_environment.h"
 #include "app/app_environment.h"
+#include "app/grabber_dialog.h"
 #include "app/main_window.h"
 #include "app/qt_host.h"
 #include "core/globals.h"
@@ -41,7 +43,10 @@ int main(int argc, char** argv) {
     sv::SetMainForm(&main);
     sv::RegisterImageDocuments(main);
     sv::app::InstallKernelEnvironment();
+    sv::InstallGrabberEnvironment();
+    sv::RegisterGrabberCommands(main);
     sv::app::MainWindow window(main, &host);
+    sv::app::InstallGrabberDialog(main, &window);
 
     if (!sv::Main(main, sv::JoinArguments(args))) {
       exitCode = 1;

@@ -381,7 +381,7 @@ void MainWindow::BuildToolbars() {
     if (t.name == "Toolbar_Scan") addToolBarBreak(Qt::TopToolBarArea);
     addToolBar(Qt::TopToolBarArea, bar);
     for (const ToolbarButton& b : t.buttons) {
-      QAction* a = bar->addAction(Q(b.key));
+      QAction* a = bar->addAction(Q(b.caption.empty() ? b.key : b.caption));
       a->setObjectName(Q(b.key));
       a->setToolTip(Q(b.tip));
       const std::string key = b.key;
@@ -417,6 +417,8 @@ void MainWindow::SyncToolbars() {
       if (!a) continue;
       const bool enabled = b.enabled && b.built;
       if (a->isEnabled() != enabled) a->setEnabled(enabled);
+      const QString text = Q(b.caption.empty() ? b.key : b.caption);
+      if (a->text() != text) a->setText(text);
       if (a->toolTip() != Q(b.tip)) a->setToolTip(Q(b.tip));
       if (a->isCheckable() != b.checked) a->setCheckable(b.checked);
       if (a->isChecked() != b.checked) a->setChecked(b.checked);

@@ -3,7 +3,9 @@
 // box of a child and the exit question.
 
 #include <QAction>
+#include <QCheckBox>
 #include <QComboBox>
+#include <QListWidget>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPlainTextEdit>
@@ -23,7 +25,10 @@
 #include <deque>
 #include <memory>
 
+#include "acquisition/grabber.h"
+#include "acquisition/grabber_environment.h"
 #include "app/app_environment.h"
+#include "app/grabber_dialog.h"
 #include "app/image_window.h"
 #include "app/lut_dialog.h"
 #include "app/main_window.h"
@@ -113,6 +118,10 @@ class TestWorkbench : public QObject {
   void cleanup() {
     window_.reset();
     main_.reset();
+    // The grabber's plug-ins go with the window they were made for.
+    Environment() = StartupEnvironment();
+    ClearSettingsSections();
+    ResetGrabberGlobals();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     const std::vector<std::string> unscripted = host_->unscripted;
     host_.reset();
@@ -414,6 +423,73 @@ class TestWorkbench : public QObject {
     QVERIFY(!main_->FindMenu("mnuShowToolbar")->checked);
     QCOMPARE(QString::fromStdString(main_->GetLastFile(0)), QString("/data/run7.tif"));
     for (QToolBar* bar : window_->findChildren<QToolBar*>()) QVERIFY(!bar->isVisible());
+  }
+
+  // Setup -> Grabber: the dialog lists the drivers, OK changes to the dummy,
+  // and the live picture and its source button appear.
+  void grabberSetupChangesToTheDummy() {
+    InstallGrabberEnvironment();
+    RegisterGrabberCommands(*main_);
+    app::GrabberDialog* dialog = app::InstallGrabberDialog(*main_, window_.get());
+    main_->PrepareMenu("mnuSetup");
+    QAction* setup = window_->MenuAction("mnuGrabberSetup");
+    QVERIFY(setup);
+    QVERIFY(setup->isEnabled());
+    QVERIFY(!window_->ToolbarAction("Source0"));
+    setup->trigger();
+    QVERIFY(dialog->isVisible());
+    QCOMPARE(dialog->windowTitle(), QString("Grabber Interface"));
+    QCOMPARE(dialog->InfoLabel()->text(), QString("No grabber"));
+
+    const auto found = dialog->DriverList()->findItems("Dummy Grabber", Qt::MatchExactly);
+    QCOMPARE(found.size(), 1);
+    dialog->DriverList()->setCurrentItem(found.front());
+    QVERIFY(dialog->ColorBox()->isEnabled());
+    QVERIFY(!dialog->ColorBox()->isChecked());
+    QTest::mouseClick(dialog->OKButton(), Qt::LeftButton);
+    QVERIFY(!dialog->isVisible());
+    QVERIFY(G().GrabberOK);
+    QCOMPARE(QString::fromStdString(G().GrabberName), QString("DummyGrb"));
+
+    Form_Camera* preview = PreviewImage();
+    QVERIFY(preview);
+    QMdiSubWindow* sub = window_->SubWindowFor(preview->Handle());
+    QVERIFY(sub && sub->isVisible());
+    QCOMPARE(sub->windowTitle(), QString("Camera Image"));
+    QCOMPARE(ActiveImage(), preview);
+
+    QToolBar* sources = window_->ToolbarWidget("Toolbar_Sources");
+    QVERIFY(sources && sources->isVisible());
+    QAction* source = window_->ToolbarAction("Source0");
+    QVERIFY(source);
+    QCOMPARE(source->text(), QString("Video Source"));
+    QVERIFY(source->isEnabled());
+    QVERIFY(source->isChecked());
+    main_->PrepareMenu("mnuSetup");
+    QCOMPARE(window_->MenuAction("mnuGrabberSetup")->text(),
+             QString("&Grabber: Dummy Grabber..."));
+    QCOMPARE(window_->MenuAction("mnuSource", 0)->text(), QString("Video Source"));
+  }
+
+  // Drivers that cannot come up here are listed greyed; Cancel changes nothing.
+  void grabberSetupGreysTheClosedDrivers() {
+    InstallGrabberEnvironment();
+    RegisterGrabberCommands(*main_);
+    app::GrabberDialog* dialog = app::InstallGrabberDialog(*main_, window_.get());
+    main_->PrepareMenu("mnuSetup");
+    main_->Click("mnuGrabberSetup");
+    QVERIFY(dialog->isVisible());
+    const auto closed = dialog->DriverList()->findItems("Video 1000 S/W (not available)",
+                                                        Qt::MatchExactly);
+    QCOMPARE(closed.size(), 1);
+    QVERIFY(!(closed.front()->flags() & Qt::ItemIsEnabled));
+    QCOMPARE(dialog->DriverList()->currentRow(), 0);
+    QVERIFY(!dialog->ColorBox()->isEnabled());
+    QTest::mouseClick(dialog->CancelButton(), Qt::LeftButton);
+    QVERIFY(!dialog->isVisible());
+    QVERIFY(!G().GrabberOK);
+    QVERIFY(!PreviewImage());
+    QVERIFY(host_->messages.empty());
   }
 };
 
