@@ -270,12 +270,12 @@ bool GrabberDigitize() {
 
 long GrabberReadImage(Samples16 dest) {
   PreviewStatus("Grabbing...");
-  long result = -2;
+  long result = kGrabberNoSync;
   switch (Active()) {
     case kDriverDummy: result = DummyReadImage(dest); break;
     // The capture devices do not deliver frames yet; the closed drivers
     // never load. Both read as "(No Sync)".
-    default: result = -2; break;
+    default: result = kGrabberNoSync; break;
   }
   PreviewStatus("");
   return result;

@@ -78,6 +78,9 @@ void ResetGrabberGlobals();
 bool GrabberSelect(const std::string& name);
 
 // Wrappers.
+// Takes the name into GrabberName, normalised as GrabberDriverNumber leaves
+// it, and loads that driver. The closed drivers 1 to 6 have no library on
+// this platform and never load.
 bool GrabberLoad(const std::string& name);
 bool GrabberInit(long source);
 void GrabberClose();
@@ -97,6 +100,8 @@ bool GrabberDigitize();
 // 0 when a frame arrived; -2 "(No Sync)" when none came; -1 when `dest` is too
 // small for the frame.
 long GrabberReadImage(Samples16 dest);
+inline constexpr long kGrabberNoSync = -2;
+inline constexpr const char* kNoSyncText = "(No Sync)";
 bool GrabberScanLine(long x1, long y1, long x2, long y2, Samples16 buffer);
 bool GrabberScanFrame(long left, long top, long width, long height, Samples16 buffer);
 bool GrabberRoi(long left, long top, long width, long height);
