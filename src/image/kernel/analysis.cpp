@@ -1,12 +1,14 @@
 #include "image/kernel/analysis.h"
 
 #include <algorithm>
+#include <atomic>
 #include <climits>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <type_traits>
 #include <vector>
+
 
 namespace sv {
 
@@ -110,6 +112,67 @@ struct Tally {
   long maxX = -1, maxY = -1;
 };
 
+// --- Instruction sets ------------------------------------------------------
+//
+// The hot loops are lambdas inlined into a plain, an AVX2 and an AVX-512
+// function, so the compiler vectorises the same source for each; integer
+// loops give the same results on every path. Arguments come by value: a limit captured by reference
+// might, for all the compiler knows, change under the loop's stores.
+
+#define SV_ANALYSIS_BODY __attribute__((always_inline))
+
+std::atomic<int> gIsa{-1};
+
+int BestIsa() {
+#if defined(__x86_64__) || defined(__i386__)
+  static const int best = [] {
+    __builtin_cpu_init();
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+        __builtin_cpu_supports("avx512vl"))
+      return 2;
+    return __builtin_cpu_supports("avx2") ? 1 : 0;
+  }();
+  return best;
+#else
+  return 0;
+#endif
+}
+
+#if defined(__x86_64__) || defined(__i386__)
+template <class F, class... A>
+__attribute__((target("avx2"))) void RunAvx2(F& f, A... args) {
+  f(args...);
+}
+template <class F, class... A>
+__attribute__((target("avx512f,avx512bw,avx512vl,avx2,prefer-vector-width=512"))) void RunAvx512(
+    F& f, A... args) {
+  f(args...);
+}
+#endif
+
+int CurrentIsa() {
+  const int isa = gIsa.load(std::memory_order_relaxed);
+  return isa < 0 ? BestIsa() : isa;
+}
+
+// Runs f on the chosen level, at most kMost.
+template <int kMost = 2, class F, class... A>
+void Run(F& f, A... args) {
+#if defined(__x86_64__) || defined(__i386__)
+  switch (std::min(CurrentIsa(), kMost)) {
+    case 2:
+      RunAvx512(f, args...);
+      return;
+    case 1:
+      RunAvx2(f, args...);
+      return;
+    default:
+      break;
+  }
+#endif
+  f(args...);
+}
+
 // Samples p[0], p[S], ... p[(n-1) S] of the shape, the first at (x0, y).
 template <typename T, int S>
 void ShapeSegment(const T* __restrict p, long n, long x0, long y, Tally& t) {
@@ -117,10 +180,7 @@ void ShapeSegment(const T* __restrict p, long n, long x0, long y, Tally& t) {
   // 16-bit samples sum in 32-bit lanes, a chunk at a time.
   using Acc = std::conditional_t<sizeof(T) == 2, uint32_t, uint64_t>;
   constexpr long kChunk = sizeof(T) == 2 ? 65536 : LONG_MAX;
-  T mx = 0;
-  for (long done = 0; done < n;) {
-    const long m = std::min(n - done, kChunk);
-    const T* q = p + done * S;
+  static auto body = [](const T* __restrict q, long m, Acc* sum, T* most) SV_ANALYSIS_BODY {
     Acc s = 0;
     T cm = 0;
     for (long i = 0; i < m; ++i) {
@@ -128,6 +188,15 @@ void ShapeSegment(const T* __restrict p, long n, long x0, long y, Tally& t) {
       s += v;
       cm = v > cm ? v : cm;
     }
+    *sum = s;
+    *most = cm;
+  };
+  T mx = 0;
+  for (long done = 0; done < n;) {
+    const long m = std::min(n - done, kChunk);
+    Acc s;
+    T cm;
+    Run(body, p + done * S, m, &s, &cm);
     t.sum += s;
     mx = cm > mx ? cm : mx;
     done += m;
@@ -209,28 +278,34 @@ AnalysisResult ResultOf(const Tally& t, uint64_t dynamic) {
 
 // One row of a window into its C planes: starts a sum or adds to it.
 template <int C, bool kStart>
-void AccumulateRow(const uint16_t* __restrict s, uint32_t* const* d, long n) {
+void AccumulateRow(const uint16_t* s, uint32_t* const* d, long n) {
   if constexpr (C == 1) {
-    uint32_t* __restrict d0 = d[0];
-    for (long i = 0; i < n; ++i) {
-      if constexpr (kStart) d0[i] = s[i];
-      else d0[i] += s[i];
-    }
-  } else {
-    uint32_t* __restrict d0 = d[0];
-    uint32_t* __restrict d1 = d[1];
-    uint32_t* __restrict d2 = d[2];
-    for (long i = 0; i < n; ++i) {
-      if constexpr (kStart) {
-        d0[i] = s[3 * i];
-        d1[i] = s[3 * i + 1];
-        d2[i] = s[3 * i + 2];
-      } else {
-        d0[i] += s[3 * i];
-        d1[i] += s[3 * i + 1];
-        d2[i] += s[3 * i + 2];
+    static auto body = [](const uint16_t* __restrict src, uint32_t* __restrict d0,
+                          long m) SV_ANALYSIS_BODY {
+      for (long i = 0; i < m; ++i) {
+        if constexpr (kStart) d0[i] = src[i];
+        else d0[i] += src[i];
       }
-    }
+    };
+    Run(body, s, d[0], n);
+  } else {
+    static auto body = [](const uint16_t* __restrict src, uint32_t* __restrict d0,
+                          uint32_t* __restrict d1, uint32_t* __restrict d2,
+                          long m) SV_ANALYSIS_BODY {
+      for (long i = 0; i < m; ++i) {
+        if constexpr (kStart) {
+          d0[i] = src[3 * i];
+          d1[i] = src[3 * i + 1];
+          d2[i] = src[3 * i + 2];
+        } else {
+          d0[i] += src[3 * i];
+          d1[i] += src[3 * i + 1];
+          d2[i] += src[3 * i + 2];
+        }
+      }
+    };
+    // AVX-512's word permutes make this slower than AVX2 here.
+    Run<1>(body, s, d[0], d[1], d[2], n);
   }
 }
 
@@ -405,6 +480,12 @@ long CountBits(const std::vector<uint64_t>& bits) {
 }
 
 }  // namespace
+
+int SV_set_analysis_isa(int level) {
+  const int best = BestIsa();
+  gIsa.store(level < 0 || level > best ? -1 : level, std::memory_order_relaxed);
+  return level < 0 || level > best ? best : level;
+}
 
 // --- Windows -----------------------------------------------------------------
 

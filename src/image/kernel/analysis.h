@@ -190,6 +190,13 @@ long SV_RGB_color_count(FrameSize size, ConstSamples16 image, int bits);
 // Different triples of full 16-bit samples.
 long SV_RGB_color_count16(FrameSize size, ConstSamples16 image);
 
+// Which instructions the window loops may use: 0 plain x86-64, 1 up to AVX2,
+// 2 up to AVX-512, -1 the best this processor has (the default); capped to
+// the processor.
+// Every level gives the same results; tests and benchmarks reach each path
+// through this. Returns the level now in effect.
+int SV_set_analysis_isa(int level);
+
 // True when any sample reaches the top level, levels - 1, or lies above it;
 // `channels` is 1 for grey, 3 for colour. False for bad sizes.
 bool SV_test_overload16(FrameSize size, ConstSamples16 image, long levels, int channels = 1);
