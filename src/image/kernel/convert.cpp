@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "image/kernel/cpu_paths.h"
+
 namespace sv {
 
 namespace {
@@ -9,75 +11,186 @@ namespace {
 // Round to nearest, ties to even, clamped to 0..top; NaN gives 0. Adding and
 // taking away 2^23 leaves a float below 2^23 rounded to an integer in the
 // default rounding mode, and the loop stays vectorisable.
-inline uint32_t RoundClamp(float v, float top) {
+SV_INLINE int32_t RoundClamp(float v, float top) {
   const float c = v > 0.0f ? (v < top ? v : top) : 0.0f;
-  return uint32_t((c + 8388608.0f) - 8388608.0f);
+  return int32_t((c + 8388608.0f) - 8388608.0f);
 }
+
+template <typename Dest>
+SV_INLINE void FloatsBody(size_t n, const float* s, Dest* d, float top) {
+  for (size_t i = 0; i < n; ++i) d[i] = Dest(RoundClamp(s[i], top));
+}
+
+SV_INLINE void WidenBody(size_t n, const uint8_t* s, uint16_t* d) {
+  for (size_t i = 0; i < n; ++i) d[i] = s[i];
+}
+
+SV_INLINE void InverseBody(size_t pixels, const uint8_t* s, uint16_t* d) {
+  for (size_t i = 0; i < pixels; ++i) {
+    d[3 * i] = s[3 * i + 2];
+    d[3 * i + 1] = s[3 * i + 1];
+    d[3 * i + 2] = s[3 * i];
+  }
+}
+
+SV_INLINE void NarrowBody(size_t n, const uint16_t* s, uint8_t* d, int bits) {
+  if (bits >= 8) {
+    const int shift = bits - 8;
+    for (size_t i = 0; i < n; ++i) {
+      const uint32_t v = uint32_t(s[i]) >> shift;
+      d[i] = uint8_t(v < 255u ? v : 255u);
+    }
+  } else {
+    // Fewer than eight bits: spread them over the byte.
+    const int shift = 8 - bits;
+    for (size_t i = 0; i < n; ++i) {
+      const uint32_t v = uint32_t(s[i]) << shift;
+      d[i] = uint8_t(v < 255u ? v : 255u);
+    }
+  }
+}
+
+SV_INLINE void SumsBody(size_t n, const uint32_t* s, uint16_t* d) {
+  for (size_t i = 0; i < n; ++i) d[i] = uint16_t(s[i] < 65535u ? s[i] : 65535u);
+}
+
+SV_INLINE void SwapBody(size_t n, const uint16_t* s, uint16_t* d) {
+  for (size_t i = 0; i < n; ++i) d[i] = uint16_t((s[i] << 8) | (s[i] >> 8));
+}
+
+SV_INLINE void GreyBody(size_t pixels, const uint8_t* s, uint8_t* d) {
+  for (size_t i = 0; i < pixels; ++i) d[i] = uint8_t(GreyOf(s[3 * i], s[3 * i + 1], s[3 * i + 2]));
+}
+
+// Each body compiled twice; Run picks the one the processor can take.
+#define SV_PATHS(name, params, args)        \
+  SV_AVX2 void name##Avx2 params { name##Body args; } \
+  void name##Base params { name##Body args; }
+SV_PATHS(Widen, (size_t n, const uint8_t* s, uint16_t* d), (n, s, d))
+SV_PATHS(Narrow, (size_t n, const uint16_t* s, uint8_t* d, int bits), (n, s, d, bits))
+SV_PATHS(Sums, (size_t n, const uint32_t* s, uint16_t* d), (n, s, d))
+SV_PATHS(Swap, (size_t n, const uint16_t* s, uint16_t* d), (n, s, d))
+SV_PATHS(Grey, (size_t n, const uint8_t* s, uint8_t* d), (n, s, d))
+#undef SV_PATHS
+#define SV_RUN(name) (cpu::HaveAvx2() ? name##Avx2 : name##Base)
+
+template <typename Dest>
+void FloatsBase(size_t n, const float* s, Dest* d, float top) { FloatsBody(n, s, d, top); }
+void InverseBase(size_t n, const uint8_t* s, uint16_t* d) { InverseBody(n, s, d); }
+
+#ifdef SV_X86
+// Sixteen floats to integers in two registers of eight, as RoundClamp does it:
+// max with 0 first (it also turns NaN into 0), then min with the top.
+SV_AVX2 SV_INLINE void RoundClamp16(const float* s, __m256 top, __m256i& lo, __m256i& hi) {
+  const __m256 zero = _mm256_setzero_ps(), magic = _mm256_set1_ps(8388608.0f);
+  __m256 a = _mm256_min_ps(_mm256_max_ps(_mm256_loadu_ps(s), zero), top);
+  __m256 b = _mm256_min_ps(_mm256_max_ps(_mm256_loadu_ps(s + 8), zero), top);
+  a = _mm256_sub_ps(_mm256_add_ps(a, magic), magic);
+  b = _mm256_sub_ps(_mm256_add_ps(b, magic), magic);
+  lo = _mm256_cvttps_epi32(a);
+  hi = _mm256_cvttps_epi32(b);
+}
+
+SV_AVX2 void FloatsAvx2(size_t n, const float* s, uint16_t* d, float top) {
+  const __m256 vtop = _mm256_set1_ps(top);
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    __m256i a, b;
+    RoundClamp16(s + i, vtop, a, b);
+    const __m256i words = _mm256_permute4x64_epi64(_mm256_packus_epi32(a, b), 0xD8);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i), words);
+  }
+  FloatsBody(n - i, s + i, d + i, top);
+}
+
+SV_AVX2 void FloatsAvx2(size_t n, const float* s, uint8_t* d, float top) {
+  const __m256 vtop = _mm256_set1_ps(top);
+  const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+  size_t i = 0;
+  for (; i + 32 <= n; i += 32) {
+    __m256i a, b, c, e;
+    RoundClamp16(s + i, vtop, a, b);
+    RoundClamp16(s + i + 16, vtop, c, e);
+    const __m256i bytes = _mm256_packus_epi16(_mm256_packus_epi32(a, b), _mm256_packus_epi32(c, e));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i), _mm256_permutevar8x32_epi32(bytes, order));
+  }
+  FloatsBody(n - i, s + i, d + i, top);
+}
+
+// Eight B, G, R pixels (24 bytes) to 24 words R, G, B: each output register
+// of eight words comes from one 16-byte load at kInverseLoad[o], shuffled,
+// with zero high bytes.
+constexpr int kInverseLoad[3] = {0, 6, 15};
+struct InverseMasks {
+  int8_t m[3][16];
+};
+constexpr InverseMasks MakeInverseMasks() {
+  InverseMasks k{};
+  for (int o = 0; o < 3; ++o)
+    for (int j = 0; j < 8; ++j) {
+      const int w = 8 * o + j, pixel = w / 3, channel = w % 3;
+      k.m[o][2 * j] = int8_t(3 * pixel + (2 - channel) - kInverseLoad[o]);
+      k.m[o][2 * j + 1] = -1;
+    }
+  return k;
+}
+constexpr InverseMasks kInverse = MakeInverseMasks();
+
+SV_AVX2 void InverseAvx2(size_t n, const uint8_t* s, uint16_t* d) {
+  size_t i = 0;
+  // The last load of a group reaches 7 bytes into the next group.
+  for (; i + 11 <= n; i += 8) {
+    for (int o = 0; o < 3; ++o) {
+      const __m128i v =
+          _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 3 * i + size_t(kInverseLoad[o])));
+      const __m128i mask = _mm_loadu_si128(reinterpret_cast<const __m128i*>(kInverse.m[o]));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(d + 3 * i + 8 * size_t(o)), _mm_shuffle_epi8(v, mask));
+    }
+  }
+  InverseBody(n - i, s + 3 * i, d + 3 * i);
+}
+#else
+template <typename Dest>
+void FloatsAvx2(size_t n, const float* s, Dest* d, float top) { FloatsBody(n, s, d, top); }
+void InverseAvx2(size_t n, const uint8_t* s, uint16_t* d) { InverseBody(n, s, d); }
+#endif
 
 template <typename Dest>
 bool FloatsTo(size_t count, std::span<const float> source, std::span<Dest> dest, float top) {
   if (source.size() < count || dest.size() < count) return false;
-  const float* s = source.data();
-  Dest* d = dest.data();
-  for (size_t i = 0; i < count; ++i) d[i] = Dest(RoundClamp(s[i], top));
-  return true;
-}
-
-// Colour bytes to words; R, G and B name the source byte of each channel.
-template <int R, int G, int B>
-bool ColourBytesToWords(size_t pixels, ConstSamples8 source, Samples16 dest) {
-  if (pixels > source.size() / 3 || pixels > dest.size() / 3) return false;
-  const uint8_t* s = source.data();
-  uint16_t* d = dest.data();
-  for (size_t i = 0; i < pixels; ++i, s += 3, d += 3) {
-    d[0] = s[R];
-    d[1] = s[G];
-    d[2] = s[B];
-  }
+  using Fn = void (*)(size_t, const float*, Dest*, float);
+  const Fn fn = cpu::HaveAvx2() ? Fn(FloatsAvx2) : Fn(FloatsBase<Dest>);
+  fn(count, source.data(), dest.data(), top);
   return true;
 }
 
 }  // namespace
 
 void SV_convert_8_to_16(const uint8_t* source, uint16_t* dest, size_t count) {
-  if (!source || !dest) return;
-  for (size_t i = 0; i < count; ++i) dest[i] = source[i];
+  if (source && dest) SV_RUN(Widen)(count, source, dest);
 }
 
 bool SV_convert_8_to_16(size_t count, ConstSamples8 source, Samples16 dest) {
   if (source.size() < count || dest.size() < count) return false;
-  SV_convert_8_to_16(source.data(), dest.data(), count);
+  SV_RUN(Widen)(count, source.data(), dest.data());
   return true;
 }
 
 bool SV_RGB_convert_8_to_16(size_t pixels, ConstSamples8 source, Samples16 dest) {
   // The same order on both sides: one flat run of 3 x pixels samples.
   if (pixels > source.size() / 3 || pixels > dest.size() / 3) return false;
-  SV_convert_8_to_16(source.data(), dest.data(), pixels * 3);
+  SV_RUN(Widen)(pixels * 3, source.data(), dest.data());
   return true;
 }
 
 bool SV_RGB_convert_inverse_8_to_16(size_t pixels, ConstSamples8 source, Samples16 dest) {
-  return ColourBytesToWords<2, 1, 0>(pixels, source, dest);
+  if (pixels > source.size() / 3 || pixels > dest.size() / 3) return false;
+  SV_RUN(Inverse)(pixels, source.data(), dest.data());
+  return true;
 }
 
 void SV_convert_16_to_8(const uint16_t* source, uint8_t* dest, size_t count, int bits) {
-  if (!source || !dest) return;
-  bits = std::clamp(bits, 1, 16);
-  if (bits >= 8) {
-    const int shift = bits - 8;
-    for (size_t i = 0; i < count; ++i) {
-      const unsigned v = unsigned(source[i]) >> shift;
-      dest[i] = uint8_t(v > 255 ? 255 : v);
-    }
-  } else {
-    // Fewer than eight bits: spread them over the byte.
-    const int shift = 8 - bits;
-    for (size_t i = 0; i < count; ++i) {
-      const unsigned v = unsigned(source[i]) << shift;
-      dest[i] = uint8_t(v > 255 ? 255 : v);
-    }
-  }
+  if (source && dest) SV_RUN(Narrow)(count, source, dest, std::clamp(bits, 1, 16));
 }
 
 bool SV_convert_16_to_8(size_t count, ConstSamples16 source, Samples8 dest, int bits) {
@@ -110,25 +223,19 @@ bool SV_convert_4_to_8(size_t count, ConstSamples8 packed, Samples8 dest) {
 
 bool SV_rgb_to_8(size_t pixels, ConstSamples8 rgb, Samples8 grey) {
   if (pixels > rgb.size() / 3 || grey.size() < pixels) return false;
-  const uint8_t* s = rgb.data();
-  uint8_t* d = grey.data();
-  for (size_t i = 0; i < pixels; ++i, s += 3) d[i] = uint8_t(GreyOf(s[0], s[1], s[2]));
+  SV_RUN(Grey)(pixels, rgb.data(), grey.data());
   return true;
 }
 
 bool SV_convert_32_to_16(size_t count, ConstSamples32 source, Samples16 dest) {
   if (source.size() < count || dest.size() < count) return false;
-  const uint32_t* s = source.data();
-  uint16_t* d = dest.data();
-  for (size_t i = 0; i < count; ++i) d[i] = uint16_t(std::min<uint32_t>(s[i], 65535u));
+  SV_RUN(Sums)(count, source.data(), dest.data());
   return true;
 }
 
 bool SV_swap_lo_hi_byte(size_t count, ConstSamples16 source, Samples16 dest) {
   if (source.size() < count || dest.size() < count) return false;
-  const uint16_t* s = source.data();
-  uint16_t* d = dest.data();
-  for (size_t i = 0; i < count; ++i) d[i] = uint16_t((s[i] << 8) | (s[i] >> 8));
+  SV_RUN(Swap)(count, source.data(), dest.data());
   return true;
 }
 

@@ -5,30 +5,14 @@
 #include <type_traits>
 
 #include "image/kernel/convert.h"
+#include "image/kernel/cpu_paths.h"
 #include "image/kernel/sv_kernel.h"
 
 namespace sv {
 
 namespace {
 
-#if defined(__x86_64__) || defined(__i386__)
-#define SV_AVX2 __attribute__((target("avx2")))
-#else
-#define SV_AVX2
-#endif
-#define SV_INLINE inline __attribute__((always_inline))
-
-bool Avx2() {
-#if defined(__x86_64__) || defined(__i386__)
-  static const bool has = [] {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx2") != 0;
-  }();
-  return has;
-#else
-  return false;
-#endif
-}
+using cpu::HaveAvx2;
 
 bool ChannelsOk(int channels) { return channels == 1 || channels == 3; }
 
@@ -37,9 +21,6 @@ bool LevelsOk(long levels) { return levels >= 2 && levels <= 65536; }
 bool IsPowerOfTwo(long v) { return v > 0 && (v & (v - 1)) == 0; }
 
 // --- Arithmetic --------------------------------------------------------------
-
-// Limits of the values the fast loops take in 32 bits.
-constexpr long kSmall = 1L << 29;
 
 struct Range {
   int64_t top, levels;
@@ -89,77 +70,131 @@ int64_t Evaluate(int64_t a, int64_t b, const ImageMathParams& p, const Range& r)
   return Limit(DivRoundEven(num, den) + p.bias, r);
 }
 
-template <int Op, typename T>
-SV_INLINE T Combine(T a, T b) {
+template <int Op>
+SV_INLINE int32_t Combine(int32_t a, int32_t b) {
   if constexpr (Op == kMathAdd) return a + b;
   if constexpr (Op == kMathSubtract) return a - b;
-  if constexpr (Op == kMathMultiply) return a * b;
   if constexpr (Op == kMathDifference) return a > b ? a - b : b - a;
   if constexpr (Op == kMathLightest) return a > b ? a : b;
   if constexpr (Op == kMathDarkest) return a < b ? a : b;
   if constexpr (Op == kMathAnd) return a & b;
   if constexpr (Op == kMathOr) return a | b;
   if constexpr (Op == kMathXor) return a ^ b;
-  return T(0);
+  return 0;
 }
 
-// The fast loop: divisor 1, clip or a power-of-two wrap. The second operand is
-// an image (ArrayB) or a constant for each of the C channels.
-template <int Op, bool Clip, typename T, int C, bool ArrayB>
-SV_INLINE void SimpleLoop(size_t pixels, const uint16_t* a, const uint16_t* b, const int64_t* k,
-                          uint16_t* d, int64_t bias64, int64_t top64) {
-  const T bias = T(bias64), top = T(top64);
-  T kc[C];
-  for (int c = 0; c < C; ++c) kc[c] = ArrayB ? T(0) : T(k[c]);
+// num / den to nearest, ties to even, within the limits of cpu::FloorDiv.
+SV_INLINE int32_t DivEven(int32_t num, int32_t den, float inv) {
+  int32_t rem;
+  const int32_t q = cpu::FloorDiv(num, den, inv, rem);
+  return q + cpu::RoundsUp(q, rem, den);
+}
+
+struct FastArgs {
+  int32_t bias, top, divisor, den, fade;
+  float inv;  // 1 / den
+};
+
+// The fast loop, in 32-bit lanes. Its callers keep the values in range: the
+// second operand within +-65535, |bias| <= 2^29, a divisor up to 2^20 (256
+// for Divide), Multiply without divisor and bias, and clip or a wrap at a
+// power of two. The second operand is an image (ArrayB) or a constant for
+// each of the C channels; Divided applies the divisor.
+template <int Op, bool Clip, int C, bool ArrayB, bool Divided>
+SV_INLINE void FastBody(size_t pixels, const uint16_t* a, const uint16_t* b, const int32_t* k,
+                        uint16_t* d, const FastArgs& f) {
+  // Locals, so that nothing is read again inside the loop.
+  const int32_t bias = f.bias, top = f.top, divisor = f.divisor, den = f.den, fade = f.fade;
+  const float inv = f.inv;
+  int32_t kc[C];
+  for (int c = 0; c < C; ++c) kc[c] = ArrayB ? 0 : k[c];
   for (size_t p = 0; p < pixels; ++p) {
     for (int c = 0; c < C; ++c) {
       const size_t i = p * C + size_t(c);
-      T v = Combine<Op, T>(T(a[i]), ArrayB ? T(b[i]) : kc[c]) + bias;
-      if constexpr (Clip) v = v < 0 ? T(0) : (v > top ? top : v);
-      else v &= top;
+      const int32_t av = a[i];
+      const int32_t bv = ArrayB ? int32_t(b[i]) : kc[c];
+      int32_t v;
+      if constexpr (Op == kMathMultiply) {
+        const uint32_t product = uint32_t(av) * uint32_t(bv);
+        v = int32_t(Clip ? std::min(product, uint32_t(top)) : product & uint32_t(top));
+      } else if constexpr (Op == kMathCompare) {
+        const int32_t x = av ^ bv;
+        v = top & ~((x | -x) >> 31);  // top where equal
+      } else {
+        if constexpr (Op == kMathFade) {
+          v = DivEven(av * fade + bv * (100 - fade), den, inv);
+        } else if constexpr (Op == kMathDivide) {
+          const int32_t laneDen = std::max(bv, 1) * divisor;
+          v = DivEven(av, laneDen, 1.0f / float(laneDen));
+        } else {
+          v = Combine<Op>(av, bv);
+          if constexpr (Divided) v = DivEven(v, den, inv);
+        }
+        v += bias;
+        if constexpr (Clip) v = std::min(std::max(v, 0), top);
+        else v &= top;
+        if constexpr (Op == kMathDivide) {
+          // By a zero sample: the top level, or 0 for 0 / 0.
+          const int32_t nonzeroB = (bv | -bv) >> 31, nonzeroA = (av | -av) >> 31;
+          v = (v & nonzeroB) | (top & nonzeroA & ~nonzeroB);
+        }
+      }
       d[i] = uint16_t(v);
     }
   }
 }
 
-using SimpleFn = void (*)(size_t, const uint16_t*, const uint16_t*, const int64_t*, uint16_t*,
-                          int64_t, int64_t);
+using FastFn = void (*)(size_t, const uint16_t*, const uint16_t*, const int32_t*, uint16_t*,
+                        const FastArgs&);
 
-template <int Op, bool Clip, typename T, int C, bool ArrayB>
-void SimpleBase(size_t n, const uint16_t* a, const uint16_t* b, const int64_t* k, uint16_t* d,
-                int64_t bias, int64_t top) {
-  SimpleLoop<Op, Clip, T, C, ArrayB>(n, a, b, k, d, bias, top);
+template <int Op, bool Clip, int C, bool ArrayB, bool Divided>
+void FastBase(size_t n, const uint16_t* a, const uint16_t* b, const int32_t* k, uint16_t* d,
+              const FastArgs& f) {
+  FastBody<Op, Clip, C, ArrayB, Divided>(n, a, b, k, d, f);
 }
 
-template <int Op, bool Clip, typename T, int C, bool ArrayB>
-SV_AVX2 void SimpleAvx2(size_t n, const uint16_t* a, const uint16_t* b, const int64_t* k,
-                        uint16_t* d, int64_t bias, int64_t top) {
-  SimpleLoop<Op, Clip, T, C, ArrayB>(n, a, b, k, d, bias, top);
+template <int Op, bool Clip, int C, bool ArrayB, bool Divided>
+SV_AVX2 void FastAvx2(size_t n, const uint16_t* a, const uint16_t* b, const int32_t* k,
+                      uint16_t* d, const FastArgs& f) {
+  FastBody<Op, Clip, C, ArrayB, Divided>(n, a, b, k, d, f);
 }
 
-template <int Op, int C, bool ArrayB>
-SimpleFn PickSimple(bool clip) {
-  // Products of two samples need more than 31 bits.
-  using T = std::conditional_t<Op == kMathMultiply, int64_t, int32_t>;
-  const bool avx2 = Avx2();
-  if (clip) return avx2 ? SimpleAvx2<Op, true, T, C, ArrayB> : SimpleBase<Op, true, T, C, ArrayB>;
-  return avx2 ? SimpleAvx2<Op, false, T, C, ArrayB> : SimpleBase<Op, false, T, C, ArrayB>;
+template <int Op, int C, bool ArrayB, bool Divided>
+FastFn PickPath(bool clip) {
+  const bool avx2 = HaveAvx2();
+  if (clip) return avx2 ? FastAvx2<Op, true, C, ArrayB, Divided> : FastBase<Op, true, C, ArrayB, Divided>;
+  return avx2 ? FastAvx2<Op, false, C, ArrayB, Divided> : FastBase<Op, false, C, ArrayB, Divided>;
 }
 
+// Two images take every operation and a divisor; constants (the one-image
+// dialog has no divisor) the operations without a division.
 template <int C, bool ArrayB>
-SimpleFn Simple(int op, bool clip) {
+FastFn PickFast(int op, bool clip, bool divided) {
+#define SV_COMBINE(OP)                                                   \
+  case OP:                                                               \
+    if constexpr (ArrayB)                                                \
+      if (divided) return PickPath<OP, C, ArrayB, true>(clip);           \
+    return PickPath<OP, C, ArrayB, false>(clip);
   switch (op) {
-    case kMathAdd: return PickSimple<kMathAdd, C, ArrayB>(clip);
-    case kMathSubtract: return PickSimple<kMathSubtract, C, ArrayB>(clip);
-    case kMathMultiply: return PickSimple<kMathMultiply, C, ArrayB>(clip);
-    case kMathDifference: return PickSimple<kMathDifference, C, ArrayB>(clip);
-    case kMathLightest: return PickSimple<kMathLightest, C, ArrayB>(clip);
-    case kMathDarkest: return PickSimple<kMathDarkest, C, ArrayB>(clip);
-    case kMathAnd: return PickSimple<kMathAnd, C, ArrayB>(clip);
-    case kMathOr: return PickSimple<kMathOr, C, ArrayB>(clip);
-    case kMathXor: return PickSimple<kMathXor, C, ArrayB>(clip);
+    SV_COMBINE(kMathAdd)
+    SV_COMBINE(kMathSubtract)
+    SV_COMBINE(kMathDifference)
+    SV_COMBINE(kMathLightest)
+    SV_COMBINE(kMathDarkest)
+    SV_COMBINE(kMathAnd)
+    SV_COMBINE(kMathOr)
+    SV_COMBINE(kMathXor)
+    case kMathMultiply: return divided ? nullptr : PickPath<kMathMultiply, C, ArrayB, false>(clip);
+    case kMathCompare: return PickPath<kMathCompare, C, ArrayB, false>(clip);
+    case kMathFade:
+      if constexpr (ArrayB) return PickPath<kMathFade, C, ArrayB, true>(clip);
+      return nullptr;
+    case kMathDivide:
+      if constexpr (ArrayB) return PickPath<kMathDivide, C, ArrayB, true>(clip);
+      return nullptr;
     default: return nullptr;
   }
+#undef SV_COMBINE
 }
 
 bool ParamsOk(const ImageMathParams& p) {
@@ -169,17 +204,33 @@ bool ParamsOk(const ImageMathParams& p) {
 }
 
 // Runs `pixels` pixels of C channels; the second operand is `b` (ArrayB, C 1)
-// or the constants `k`.
+// or the constants `k`. The fast loop where the values allow it, else the
+// long way.
 template <int C, bool ArrayB>
 void Arithmetic(size_t pixels, const uint16_t* a, const uint16_t* b, const int64_t* k,
                 uint16_t* d, const ImageMathParams& p) {
   const Range r{p.levels - 1, p.levels, p.clip, IsPowerOfTwo(p.levels)};
-  bool small = std::abs(p.bias) <= kSmall;
+  const int op = p.operation;
+  bool fast = (r.clip || r.pow2) && std::abs(p.bias) <= (1L << 29) &&
+              p.divisor <= (op == kMathDivide ? 256 : (1L << 20));
+  int32_t k32[C] = {};
   if constexpr (!ArrayB)
-    for (int c = 0; c < C; ++c) small = small && k[c] >= -kSmall && k[c] <= kSmall;
-  if (p.divisor == 1 && small && (r.clip || r.pow2)) {
-    if (SimpleFn fn = Simple<C, ArrayB>(p.operation, p.clip)) {
-      fn(pixels, a, b, k, d, p.bias, r.top);
+    for (int c = 0; c < C; ++c) {
+      fast = fast && k[c] >= (op == kMathMultiply ? 0 : -65535) && k[c] <= 65535;
+      k32[c] = int32_t(fast ? k[c] : 0);
+    }
+  if (op == kMathMultiply) fast = fast && p.divisor == 1 && p.bias == 0;
+  if (fast) {
+    const bool divided = p.divisor != 1 || op == kMathFade || op == kMathDivide;
+    if (FastFn fn = PickFast<C, ArrayB>(op, p.clip, divided)) {
+      FastArgs f;
+      f.bias = int32_t(p.bias);
+      f.top = int32_t(r.top);
+      f.divisor = int32_t(p.divisor);
+      f.den = int32_t(op == kMathFade ? 100 * p.divisor : p.divisor);
+      f.fade = p.fade;
+      f.inv = 1.0f / float(f.den);
+      fn(pixels, a, b, k32, d, f);
       return;
     }
   }
@@ -203,15 +254,225 @@ bool ModifyImage(FrameSize size, ConstSamples16 source, Samples16 dest, const lo
   return true;
 }
 
-// --- Per-sample loops of the twins -----------------------------------------
+// --- Per-sample loops ----------------------------------------------------
+
+SV_INLINE void NegativeBody(size_t n, uint16_t* s, uint16_t top) {
+  for (size_t i = 0; i < n; ++i) {
+    const uint16_t v = s[i] < top ? s[i] : top;
+    s[i] = uint16_t(top - v);
+  }
+}
+
+SV_INLINE void DepthBody(size_t n, uint16_t* s, uint32_t oldTop, uint32_t newTop, int up,
+                         int down) {
+  for (size_t i = 0; i < n; ++i) {
+    const uint32_t v = s[i];
+    s[i] = uint16_t(v > oldTop ? newTop : (v << up) >> down);
+  }
+}
+
+template <int C>
+SV_INLINE uint32_t PixelGrey(const uint16_t* p) {
+  if constexpr (C == 1) return p[0];
+  else return GreyOf(p[0], p[1], p[2]);
+}
+
+template <int C>
+SV_INLINE void MonoBody(size_t n, const uint16_t* s, uint8_t* m, uint32_t threshold) {
+  for (size_t i = 0; i < n; ++i) m[i] = uint8_t(PixelGrey<C>(s + i * C) >= threshold);
+}
+
+SV_INLINE size_t CountBody(size_t n, const uint8_t* m) {
+  size_t ones = 0;
+  for (size_t i = 0; i < n; ++i) ones += m[i];
+  return ones;
+}
+
+template <int C>
+SV_INLINE size_t CompareBody(size_t n, const uint16_t* x, const uint16_t* y) {
+  size_t differ = 0;
+  for (size_t i = 0; i < n; ++i) {
+    uint32_t d = 0;
+    for (int c = 0; c < C; ++c) d |= uint32_t(x[i * C + size_t(c)] ^ y[i * C + size_t(c)]);
+    differ += d != 0;
+  }
+  return differ;
+}
+
+SV_INLINE void SubtractBody(size_t n, uint16_t* s, const uint16_t* b) {
+  for (size_t i = 0; i < n; ++i) s[i] = uint16_t(s[i] > b[i] ? s[i] - b[i] : 0);
+}
+
+SV_INLINE void GreyBody(size_t n, const uint16_t* rgb, uint16_t* grey) {
+  for (size_t i = 0; i < n; ++i)
+    grey[i] = uint16_t(GreyOf(rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2]));
+}
+
+SV_INLINE void SpreadBody(size_t n, const uint16_t* grey, uint16_t* rgb) {
+  for (size_t i = 0; i < n; ++i) rgb[3 * i] = rgb[3 * i + 1] = rgb[3 * i + 2] = grey[i];
+}
+
+SV_INLINE void SplitBody(size_t n, const uint16_t* rgb, uint16_t* r, uint16_t* g, uint16_t* b) {
+  for (size_t i = 0; i < n; ++i) {
+    r[i] = rgb[3 * i];
+    g[i] = rgb[3 * i + 1];
+    b[i] = rgb[3 * i + 2];
+  }
+}
+
+#ifdef SV_X86
+// Byte shuffles between eight colour pixels (24 words in three registers)
+// and eight words of each channel. Deal[c][v] gathers channel c's words held
+// in register v; Spread[o] makes output register o of a grey-to-colour run
+// from eight grey words.
+struct ShuffleMasks {
+  int8_t deal[3][3][16];
+  int8_t spread[3][16];
+};
+
+constexpr ShuffleMasks MakeShuffleMasks() {
+  ShuffleMasks m{};
+  for (int c = 0; c < 3; ++c)
+    for (int v = 0; v < 3; ++v)
+      for (int j = 0; j < 8; ++j) {
+        const int w = 3 * j + c;  // the word of pixel j, channel c
+        const bool here = w / 8 == v;
+        m.deal[c][v][2 * j] = here ? int8_t(2 * (w % 8)) : int8_t(-1);
+        m.deal[c][v][2 * j + 1] = here ? int8_t(2 * (w % 8) + 1) : int8_t(-1);
+      }
+  for (int o = 0; o < 3; ++o)
+    for (int j = 0; j < 8; ++j) {
+      const int pixel = (8 * o + j) / 3;
+      m.spread[o][2 * j] = int8_t(2 * pixel);
+      m.spread[o][2 * j + 1] = int8_t(2 * pixel + 1);
+    }
+  return m;
+}
+constexpr ShuffleMasks kMasks = MakeShuffleMasks();
+
+SV_AVX2 SV_INLINE __m128i Mask(const int8_t* m) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(m));
+}
+
+// Eight pixels from rgb into r, g, b.
+SV_AVX2 SV_INLINE void Deal8(const uint16_t* rgb, __m128i& r, __m128i& g, __m128i& b) {
+  const __m128i v[3] = {_mm_loadu_si128(reinterpret_cast<const __m128i*>(rgb)),
+                        _mm_loadu_si128(reinterpret_cast<const __m128i*>(rgb + 8)),
+                        _mm_loadu_si128(reinterpret_cast<const __m128i*>(rgb + 16))};
+  __m128i out[3];
+  for (int c = 0; c < 3; ++c)
+    out[c] = _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(v[0], Mask(kMasks.deal[c][0])),
+                                       _mm_shuffle_epi8(v[1], Mask(kMasks.deal[c][1]))),
+                          _mm_shuffle_epi8(v[2], Mask(kMasks.deal[c][2])));
+  r = out[0];
+  g = out[1];
+  b = out[2];
+}
+
+SV_AVX2 void SplitAvx2(size_t n, const uint16_t* rgb, uint16_t* r, uint16_t* g, uint16_t* b) {
+  size_t i = 0;
+  for (; i + 8 <= n; i += 8) {
+    __m128i vr, vg, vb;
+    Deal8(rgb + 3 * i, vr, vg, vb);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(r + i), vr);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(g + i), vg);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(b + i), vb);
+  }
+  SplitBody(n - i, rgb + 3 * i, r + i, g + i, b + i);
+}
+
+// GreyOf on eight pixels at once, in 32-bit lanes.
+SV_AVX2 void GreyAvx2(size_t n, const uint16_t* rgb, uint16_t* grey) {
+  const __m256i wr = _mm256_set1_epi32(19595), wg = _mm256_set1_epi32(38470),
+                wb = _mm256_set1_epi32(7471), low = _mm256_set1_epi32(0xFFFF),
+                half = _mm256_set1_epi32(0x8000), one = _mm256_set1_epi32(1);
+  size_t i = 0;
+  for (; i + 8 <= n; i += 8) {
+    __m128i vr, vg, vb;
+    Deal8(rgb + 3 * i, vr, vg, vb);
+    const __m256i s = _mm256_add_epi32(
+        _mm256_add_epi32(_mm256_mullo_epi32(_mm256_cvtepu16_epi32(vr), wr),
+                         _mm256_mullo_epi32(_mm256_cvtepu16_epi32(vg), wg)),
+        _mm256_mullo_epi32(_mm256_cvtepu16_epi32(vb), wb));
+    __m256i q = _mm256_srli_epi32(s, 16);
+    const __m256i rest = _mm256_and_si256(s, low);
+    const __m256i up = _mm256_or_si256(
+        _mm256_cmpgt_epi32(rest, half),
+        _mm256_and_si256(_mm256_cmpeq_epi32(rest, half), _mm256_sub_epi32(_mm256_setzero_si256(), _mm256_and_si256(q, one))));
+    q = _mm256_sub_epi32(q, up);  // up is 0 or -1
+    const __m128i words =
+        _mm_packus_epi32(_mm256_castsi256_si128(q), _mm256_extracti128_si256(q, 1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(grey + i), words);
+  }
+  GreyBody(n - i, rgb + 3 * i, grey + i);
+}
+
+SV_AVX2 void SpreadAvx2(size_t n, const uint16_t* grey, uint16_t* rgb) {
+  size_t i = 0;
+  for (; i + 8 <= n; i += 8) {
+    const __m128i g = _mm_loadu_si128(reinterpret_cast<const __m128i*>(grey + i));
+    for (int o = 0; o < 3; ++o)
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(rgb + 3 * i + 8 * size_t(o)),
+                       _mm_shuffle_epi8(g, Mask(kMasks.spread[o])));
+  }
+  SpreadBody(n - i, grey + i, rgb + 3 * i);
+}
+
+SV_AVX2 void SubtractAvx2(size_t n, uint16_t* s, const uint16_t* b) {
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i));
+    const __m256i y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b + i));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(s + i), _mm256_subs_epu16(x, y));
+  }
+  SubtractBody(n - i, s + i, b + i);
+}
+
+void SubtractBase(size_t n, uint16_t* s, const uint16_t* b) {
+  size_t i = 0;
+  for (; i + 8 <= n; i += 8) {
+    const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
+    const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + i));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(s + i), _mm_subs_epu16(x, y));
+  }
+  SubtractBody(n - i, s + i, b + i);
+}
+#else
+void SplitAvx2(size_t n, const uint16_t* rgb, uint16_t* r, uint16_t* g, uint16_t* b) { SplitBody(n, rgb, r, g, b); }
+void GreyAvx2(size_t n, const uint16_t* rgb, uint16_t* grey) { GreyBody(n, rgb, grey); }
+void SpreadAvx2(size_t n, const uint16_t* grey, uint16_t* rgb) { SpreadBody(n, grey, rgb); }
+void SubtractAvx2(size_t n, uint16_t* s, const uint16_t* b) { SubtractBody(n, s, b); }
+void SubtractBase(size_t n, uint16_t* s, const uint16_t* b) { SubtractBody(n, s, b); }
+#endif
+
+void SplitBase(size_t n, const uint16_t* rgb, uint16_t* r, uint16_t* g, uint16_t* b) { SplitBody(n, rgb, r, g, b); }
+void GreyBase(size_t n, const uint16_t* rgb, uint16_t* grey) { GreyBody(n, rgb, grey); }
+void SpreadBase(size_t n, const uint16_t* grey, uint16_t* rgb) { SpreadBody(n, grey, rgb); }
+
+#define SV_PATHS(name, params, args)                   \
+  SV_AVX2 void name##Avx2 params { name##Body args; } \
+  void name##Base params { name##Body args; }
+SV_PATHS(Negative, (size_t n, uint16_t* s, uint16_t top), (n, s, top))
+SV_PATHS(Depth, (size_t n, uint16_t* s, uint32_t oldTop, uint32_t newTop, int up, int down),
+         (n, s, oldTop, newTop, up, down))
+#undef SV_PATHS
+#define SV_RUN(name) (HaveAvx2() ? name##Avx2 : name##Base)
+
+template <int C>
+SV_AVX2 void MonoAvx2(size_t n, const uint16_t* s, uint8_t* m, uint32_t t) { MonoBody<C>(n, s, m, t); }
+template <int C>
+void MonoBase(size_t n, const uint16_t* s, uint8_t* m, uint32_t t) { MonoBody<C>(n, s, m, t); }
+SV_AVX2 size_t CountAvx2(size_t n, const uint8_t* m) { return CountBody(n, m); }
+size_t CountBase(size_t n, const uint8_t* m) { return CountBody(n, m); }
+template <int C>
+SV_AVX2 size_t CompareAvx2(size_t n, const uint16_t* x, const uint16_t* y) { return CompareBody<C>(n, x, y); }
+template <int C>
+size_t CompareBase(size_t n, const uint16_t* x, const uint16_t* y) { return CompareBody<C>(n, x, y); }
 
 template <int C>
 bool Negative(FrameSize size, Samples16 image, long levels) {
   if (!Holds(image, size, C) || !LevelsOk(levels)) return false;
-  const uint32_t top = uint32_t(levels - 1);
-  uint16_t* s = image.data();
-  const size_t n = size.Samples(C);
-  for (size_t i = 0; i < n; ++i) s[i] = uint16_t(top - std::min<uint32_t>(s[i], top));
+  SV_RUN(Negative)(size.Samples(C), image.data(), uint16_t(levels - 1));
   return true;
 }
 
@@ -220,16 +481,8 @@ bool ChangeDepth(FrameSize size, Samples16 image, int fromBits, int toBits) {
   if (!Holds(image, size, C) || fromBits < 1 || fromBits > 16 || toBits < 1 || toBits > 16)
     return false;
   const uint32_t oldTop = (1u << fromBits) - 1u, newTop = (1u << toBits) - 1u;
-  uint16_t* s = image.data();
-  const size_t n = size.Samples(C);
-  if (toBits >= fromBits) {
-    const int shift = toBits - fromBits;
-    for (size_t i = 0; i < n; ++i)
-      s[i] = uint16_t(s[i] > oldTop ? newTop : uint32_t(s[i]) << shift);
-  } else {
-    const int shift = fromBits - toBits;
-    for (size_t i = 0; i < n; ++i) s[i] = uint16_t(s[i] > oldTop ? newTop : uint32_t(s[i]) >> shift);
-  }
+  const int up = std::max(toBits - fromBits, 0), down = std::max(fromBits - toBits, 0);
+  SV_RUN(Depth)(size.Samples(C), image.data(), oldTop, newTop, up, down);
   return true;
 }
 
@@ -245,52 +498,18 @@ bool ThroughTable(FrameSize size, Samples16 image, ConstSamples16 table) {
 }
 
 template <int C>
-SV_INLINE uint32_t PixelGrey(const uint16_t* p) {
-  if constexpr (C == 1) return p[0];
-  else return GreyOf(p[0], p[1], p[2]);
-}
-
-template <int C>
 long ToMono(FrameSize size, ConstSamples16 image, Samples8 matrix, uint32_t threshold) {
   if (!Holds(image, size, C) || !Holds(matrix, size)) return -1;
-  const uint16_t* s = image.data();
-  uint8_t* m = matrix.data();
   const size_t n = size.Pixels();
-  long ones = 0;
-  for (size_t i = 0; i < n; ++i) {
-    const uint8_t bit = PixelGrey<C>(s + i * C) >= threshold ? 1 : 0;
-    m[i] = bit;
-    ones += bit;
-  }
-  return ones;
+  (HaveAvx2() ? MonoAvx2<C> : MonoBase<C>)(n, image.data(), matrix.data(), threshold);
+  return long(SV_RUN(Count)(n, matrix.data()));
 }
 
 template <int C>
 long Compare(FrameSize size, ConstSamples16 a, ConstSamples16 b) {
   if (!Holds(a, size, C) || !Holds(b, size, C)) return -1;
-  const uint16_t* x = a.data();
-  const uint16_t* y = b.data();
-  const size_t n = size.Pixels();
-  long differ = 0;
-  for (size_t i = 0; i < n; ++i) {
-    bool same = true;
-    for (int c = 0; c < C; ++c) same = same && x[i * C + size_t(c)] == y[i * C + size_t(c)];
-    differ += same ? 0 : 1;
-  }
-  return differ;
+  return long((HaveAvx2() ? CompareAvx2<C> : CompareBase<C>)(size.Pixels(), a.data(), b.data()));
 }
-
-SV_INLINE void SubtractClipped(size_t n, uint16_t* s, const uint16_t* b) {
-  for (size_t i = 0; i < n; ++i) s[i] = uint16_t(s[i] > b[i] ? s[i] - b[i] : 0);
-}
-void SubtractBase(size_t n, uint16_t* s, const uint16_t* b) { SubtractClipped(n, s, b); }
-SV_AVX2 void SubtractAvx2(size_t n, uint16_t* s, const uint16_t* b) { SubtractClipped(n, s, b); }
-
-SV_INLINE void Grey(size_t n, const uint16_t* rgb, uint16_t* grey) {
-  for (size_t i = 0; i < n; ++i) grey[i] = uint16_t(GreyOf(rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2]));
-}
-void GreyBase(size_t n, const uint16_t* rgb, uint16_t* grey) { Grey(n, rgb, grey); }
-SV_AVX2 void GreyAvx2(size_t n, const uint16_t* rgb, uint16_t* grey) { Grey(n, rgb, grey); }
 
 }  // namespace
 
@@ -324,7 +543,7 @@ bool SV_subtract_background(FrameSize size, int channels, Samples16 image,
   if (!ChannelsOk(channels) || !Holds(image, size, channels) ||
       !Holds(background, size, channels))
     return false;
-  (Avx2() ? SubtractAvx2 : SubtractBase)(size.Samples(channels), image.data(), background.data());
+  SV_RUN(Subtract)(size.Samples(channels), image.data(), background.data());
   return true;
 }
 
@@ -363,17 +582,22 @@ bool SV_RGB_Greyscale16(FrameSize size, ConstSamples16 rgb, Samples16 grey) {
   if (!Holds(rgb, size, 3) || !Holds(grey, size)) return false;
   // Pixel i is read before any write reaches it, so grey may lie over the
   // start of rgb.
-  (Avx2() ? GreyAvx2 : GreyBase)(size.Pixels(), rgb.data(), grey.data());
+  SV_RUN(Grey)(size.Pixels(), rgb.data(), grey.data());
   return true;
 }
 
 bool SV_RGB_TrueColor16(FrameSize size, ConstSamples16 grey, Samples16 rgb) {
   if (!Holds(grey, size) || !Holds(rgb, size, 3)) return false;
-  // Backwards, so that a grey frame at the start of the colour buffer can be
-  // spread in place.
-  for (size_t i = size.Pixels(); i-- > 0;) {
-    const uint16_t v = grey[i];
-    rgb[3 * i] = rgb[3 * i + 1] = rgb[3 * i + 2] = v;
+  const size_t n = size.Pixels();
+  if (grey.data() + n <= rgb.data() || rgb.data() + 3 * n <= grey.data()) {
+    SV_RUN(Spread)(n, grey.data(), rgb.data());
+  } else {
+    // Backwards, so that a grey frame at the start of the colour buffer is
+    // spread in place.
+    for (size_t i = n; i-- > 0;) {
+      const uint16_t v = grey[i];
+      rgb[3 * i] = rgb[3 * i + 1] = rgb[3 * i + 2] = v;
+    }
   }
   return true;
 }
@@ -382,12 +606,7 @@ bool SV_RGB_split16(FrameSize size, ConstSamples16 rgb, Samples16 red, Samples16
                     Samples16 blue) {
   if (!Holds(rgb, size, 3) || !Holds(red, size) || !Holds(green, size) || !Holds(blue, size))
     return false;
-  const size_t n = size.Pixels();
-  for (size_t i = 0; i < n; ++i) {
-    red[i] = rgb[3 * i];
-    green[i] = rgb[3 * i + 1];
-    blue[i] = rgb[3 * i + 2];
-  }
+  SV_RUN(Split)(size.Pixels(), rgb.data(), red.data(), green.data(), blue.data());
   return true;
 }
 

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "image/kernel/cpu_paths.h"
+
 namespace sv {
 
 namespace {
@@ -41,6 +43,22 @@ bool DecodeCell(const uint8_t* cell, uint32_t& bits) {
          std::memcmp(cell + 20, kCellTail, sizeof kCellTail) == 0;
 }
 
+SV_INLINE void Shift(size_t n, uint32_t* b, int shift) {
+  for (size_t i = 0; i < n; ++i) b[i] >>= shift;
+}
+
+SV_INLINE void Narrow(size_t n, const uint32_t* b, uint16_t* d, int shift) {
+  for (size_t i = 0; i < n; ++i) {
+    const uint32_t v = b[i] >> shift;
+    d[i] = uint16_t(v < 65535u ? v : 65535u);
+  }
+}
+
+SV_AVX2 void ShiftAvx2(size_t n, uint32_t* b, int shift) { Shift(n, b, shift); }
+void ShiftBase(size_t n, uint32_t* b, int shift) { Shift(n, b, shift); }
+SV_AVX2 void NarrowAvx2(size_t n, const uint32_t* b, uint16_t* d, int shift) { Narrow(n, b, d, shift); }
+void NarrowBase(size_t n, const uint32_t* b, uint16_t* d, int shift) { Narrow(n, b, d, shift); }
+
 }  // namespace
 
 float SV_atan2(float y, float x) {
@@ -50,16 +68,13 @@ float SV_atan2(float y, float x) {
 
 bool SV_shr(size_t count, Samples32 buffer, int shift) {
   if (buffer.size() < count || shift < 0 || shift > 31) return false;
-  uint32_t* b = buffer.data();
-  for (size_t i = 0; i < count; ++i) b[i] >>= shift;
+  (cpu::HaveAvx2() ? ShiftAvx2 : ShiftBase)(count, buffer.data(), shift);
   return true;
 }
 
 bool SV_shr(size_t count, ConstSamples32 buffer, Samples16 dest, int shift) {
   if (buffer.size() < count || dest.size() < count || shift < 0 || shift > 31) return false;
-  const uint32_t* b = buffer.data();
-  uint16_t* d = dest.data();
-  for (size_t i = 0; i < count; ++i) d[i] = uint16_t(std::min<uint32_t>(b[i] >> shift, 65535u));
+  (cpu::HaveAvx2() ? NarrowAvx2 : NarrowBase)(count, buffer.data(), dest.data(), shift);
   return true;
 }
 

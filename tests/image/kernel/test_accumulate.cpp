@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "kernel_paths.h"
+
+#include <algorithm>
 #include <cstdint>
 #include <random>
 #include <vector>
@@ -10,6 +13,9 @@
 
 namespace sv {
 namespace {
+
+class KernelAccumulatePaths : public test::BothPaths {};
+SV_BOTH_PATHS(KernelAccumulatePaths);
 
 TEST(KernelAccumulate, SixteenBitSumsSaturate) {
   std::vector<uint16_t> sum = {0, 65000, 65535, 7};
@@ -22,7 +28,23 @@ TEST(KernelAccumulate, SixteenBitSumsSaturate) {
   EXPECT_EQ(many[0], 65535);
 }
 
-TEST(KernelAccumulate, AveragingSumsThenShifts) {
+TEST_P(KernelAccumulatePaths, LongRunsSaturateElementByElement) {
+  const size_t n = 1003;
+  std::mt19937 rng(5);
+  std::vector<uint16_t> sum(n), frame(n), expected(n);
+  std::vector<uint8_t> bytes(n);
+  for (size_t i = 0; i < n; ++i) {
+    sum[i] = uint16_t(rng());
+    frame[i] = uint16_t(rng());
+    bytes[i] = uint8_t(rng());
+    expected[i] = uint16_t(std::min<uint32_t>(uint32_t(sum[i]) + frame[i] + bytes[i], 65535));
+  }
+  ASSERT_TRUE(SV_add_16_to_16(n, frame, sum));
+  ASSERT_TRUE(SV_add_8_to_16(n, bytes, sum));
+  EXPECT_EQ(sum, expected);
+}
+
+TEST_P(KernelAccumulatePaths, AveragingSumsThenShifts) {
   // Eight frames into a 32-bit sum, then log2(8) = 3 shifts back to words:
   // the mean, rounded down, also of full-scale frames.
   const size_t n = 37;  // not a multiple of any vector width
@@ -95,7 +117,7 @@ TEST(KernelAvgHist, RunningMeanOfTheFirstFrames) {
   EXPECT_EQ(mean[2], 40000);
 }
 
-TEST(KernelAvgHist, MatchesTheExactQuotientEverywhere) {
+TEST_P(KernelAccumulatePaths, MatchesTheExactQuotientEverywhere) {
   std::mt19937 rng(11);
   const size_t n = 1001;
   for (int frames : {2, 3, 4, 7, 8, 100, 4097, 65535}) {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "kernel_paths.h"
+
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -10,6 +13,9 @@
 
 namespace sv {
 namespace {
+
+class KernelConvertPaths : public test::BothPaths {};
+SV_BOTH_PATHS(KernelConvertPaths);
 
 TEST(KernelConvert, BytesToWordsAndColourOrder) {
   const std::vector<uint8_t> bytes = {0, 1, 128, 255, 7, 9};
@@ -141,6 +147,53 @@ TEST(KernelConvert, InsertSumsIntoAFrameClipped) {
   EXPECT_FALSE(SV_insert_32_into_16(size, Samples16(image).first(11), 0, 0, part, sums, 0));
   EXPECT_FALSE(SV_insert_32_into_16(size, image, 0, 0, part, sums, 32));
   EXPECT_EQ(image, before);
+}
+
+// Runs long enough for the vector loops, with an odd tail, against the
+// element-by-element definitions.
+TEST_P(KernelConvertPaths, LongRunsMatchElementByElement) {
+  const size_t n = 1001;
+  std::mt19937 rng(21);
+  std::vector<uint8_t> bytes(3 * n);
+  for (auto& b : bytes) b = uint8_t(rng());
+  std::vector<uint16_t> words(3 * n), out(3 * n);
+
+  ASSERT_TRUE(SV_RGB_convert_inverse_8_to_16(n, bytes, out));
+  for (size_t i = 0; i < 3 * n; ++i) ASSERT_EQ(out[i], bytes[i - i % 3 + 2 - i % 3]) << i;
+  ASSERT_TRUE(SV_convert_8_to_16(3 * n, bytes, out));
+  for (size_t i = 0; i < 3 * n; ++i) ASSERT_EQ(out[i], bytes[i]);
+  std::vector<uint8_t> grey(n);
+  ASSERT_TRUE(SV_rgb_to_8(n, bytes, grey));
+  for (size_t i = 0; i < n; ++i)
+    ASSERT_EQ(grey[i], GreyOf(bytes[3 * i], bytes[3 * i + 1], bytes[3 * i + 2]));
+
+  for (auto& w : words) w = uint16_t(rng());
+  std::vector<uint8_t> narrow(3 * n);
+  ASSERT_TRUE(SV_convert_16_to_8(3 * n, words, narrow, 12));
+  for (size_t i = 0; i < 3 * n; ++i) ASSERT_EQ(narrow[i], std::min(words[i] >> 4, 255));
+  ASSERT_TRUE(SV_swap_lo_hi_byte(3 * n, words, out));
+  for (size_t i = 0; i < 3 * n; ++i) ASSERT_EQ(out[i], uint16_t(words[i] << 8 | words[i] >> 8));
+
+  std::vector<uint32_t> sums(n);
+  for (auto& v : sums) v = rng() >> (rng() % 32);
+  ASSERT_TRUE(SV_convert_32_to_16(n, sums, out));
+  for (size_t i = 0; i < n; ++i) ASSERT_EQ(out[i], std::min<uint32_t>(sums[i], 65535));
+
+  std::vector<float> f(n);
+  const float specials[] = {std::numeric_limits<float>::quiet_NaN(),
+                            std::numeric_limits<float>::infinity(),
+                            -std::numeric_limits<float>::infinity(), 0.5f, 1.5f, 254.5f, -0.0f};
+  for (size_t i = 0; i < n; ++i)
+    f[i] = i % 5 == 0 ? specials[(i / 5) % 7] : float(int32_t(rng() % 140000) - 5000) / 2.0f;
+  std::vector<uint8_t> fb(n);
+  ASSERT_TRUE(SV_copy_floats_to_shorts(n, f, out));
+  ASSERT_TRUE(SV_copy_floats_to_bytes(n, f, fb));
+  for (size_t i = 0; i < n; ++i) {
+    const float c16 = std::isnan(f[i]) ? 0.0f : std::clamp(f[i], 0.0f, 65535.0f);
+    const float c8 = std::isnan(f[i]) ? 0.0f : std::clamp(f[i], 0.0f, 255.0f);
+    ASSERT_EQ(out[i], uint16_t(std::nearbyint(c16))) << f[i];
+    ASSERT_EQ(fb[i], uint8_t(std::nearbyint(c8))) << f[i];
+  }
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "kernel_paths.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -14,6 +16,9 @@
 
 namespace sv {
 namespace {
+
+class KernelImageMathPaths : public test::BothPaths {};
+SV_BOTH_PATHS(KernelImageMathPaths);
 
 using Words = std::vector<uint16_t>;
 
@@ -128,7 +133,7 @@ uint16_t Reference(long a, long b, const ImageMathParams& p) {
   return uint16_t(r < 0 ? r + p.levels : r);
 }
 
-TEST(KernelImageMath, WholeFramesMatchTheYardstick) {
+TEST_P(KernelImageMathPaths, WholeFramesMatchTheYardstick) {
   const FrameSize size{13, 5};  // odd width
   for (int channels : {1, 3}) {
     const size_t n = size.Samples(channels);
@@ -138,7 +143,7 @@ TEST(KernelImageMath, WholeFramesMatchTheYardstick) {
     b[2] = 0;
     for (int op = kMathFade; op <= kMathCompare; ++op)
       for (bool clip : {true, false})
-        for (long divisor : {1L, 3L})
+        for (long divisor : {1L, 3L, 300L, 1L << 21})
           for (long levels : {1000L, 4096L, 65536L}) {
             ImageMathParams p = Op(op, clip, levels);
             p.divisor = divisor;
@@ -344,6 +349,62 @@ TEST(KernelImageMath, GreyColourSplitAndFill) {
   std::vector<uint8_t> shortMap(23, 0xEE);
   EXPECT_FALSE(SV_RGB_fill8({3, 2}, shortMap, 1, 2, 3));
   EXPECT_EQ(shortMap, std::vector<uint8_t>(23, 0xEE));
+}
+
+// Frames large enough for the vector loops, with odd widths, against the
+// pixel-by-pixel definitions.
+TEST_P(KernelImageMathPaths, LongRunsMatchPixelByPixel) {
+  const FrameSize size{37, 9};
+  const size_t n = size.Pixels();
+  const Words grey = Random(n, 30), other = Random(n, 31), rgb = Random(3 * n, 32);
+
+  Words image = grey;
+  ASSERT_TRUE(SV_subtract_background(size, 1, image, other));
+  for (size_t i = 0; i < n; ++i) ASSERT_EQ(image[i], grey[i] > other[i] ? grey[i] - other[i] : 0);
+  image = grey;
+  ASSERT_TRUE(SV_negative(size, image, 40000));
+  for (size_t i = 0; i < n; ++i) ASSERT_EQ(image[i], 39999 - std::min<int>(grey[i], 39999));
+  image = grey;
+  ASSERT_TRUE(SV_change_color_depth(size, image, 15, 10));
+  for (size_t i = 0; i < n; ++i) ASSERT_EQ(image[i], grey[i] > 32767 ? 1023 : grey[i] >> 5);
+
+  std::vector<uint8_t> m(n);
+  long ones = SV_CvtToMono(size, 1, grey, m, 30000);
+  long expected = 0;
+  for (size_t i = 0; i < n; ++i) {
+    ASSERT_EQ(m[i], grey[i] >= 30000 ? 1 : 0);
+    expected += grey[i] >= 30000;
+  }
+  EXPECT_EQ(ones, expected);
+  ones = SV_CvtToMono(size, 3, rgb, m, 30000);
+  expected = 0;
+  for (size_t i = 0; i < n; ++i) expected += GreyOf(rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2]) >= 30000;
+  EXPECT_EQ(ones, expected);
+
+  Words half = grey;
+  long differ = 0;
+  for (size_t i = 0; i < n; i += 2) {
+    half[i] = other[i];
+    differ += grey[i] != other[i];
+  }
+  EXPECT_EQ(SV_compare(size, 1, grey, half), differ);
+  Words rgbHalf = rgb;
+  for (size_t i = 0; i < n; i += 3) rgbHalf[3 * i + 2] ^= 1;  // blue of every third pixel
+  EXPECT_EQ(SV_compare(size, 3, rgb, rgbHalf), long((n + 2) / 3));
+
+  Words g(n), colour(3 * n), r(n), gr(n), b(n);
+  ASSERT_TRUE(SV_RGB_Greyscale16(size, rgb, g));
+  for (size_t i = 0; i < n; ++i) ASSERT_EQ(g[i], GreyOf(rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2]));
+  ASSERT_TRUE(SV_RGB_TrueColor16(size, grey, colour));
+  EXPECT_EQ(colour, Interleave(grey, grey, grey));
+  ASSERT_TRUE(SV_RGB_split16(size, rgb, r, gr, b));
+  EXPECT_EQ(r, Channel(rgb, 0));
+  EXPECT_EQ(gr, Channel(rgb, 1));
+  EXPECT_EQ(b, Channel(rgb, 2));
+  // Full-scale colours round the same way in the vector loop.
+  const Words white(3 * n, 65535);
+  ASSERT_TRUE(SV_RGB_Greyscale16(size, white, g));
+  EXPECT_EQ(g, Words(n, 65535));
 }
 
 TEST(KernelImageMath, CompareCountsDifferingPixels) {

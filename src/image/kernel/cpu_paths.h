@@ -1,0 +1,63 @@
+// Private to the kernel sources: a loop written once as an always-inlined
+// body is compiled for the baseline and again, in a function marked SV_AVX2,
+// for AVX2; HaveAvx2() chooses at run time. Both give the same results.
+#pragma once
+
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+#define SV_X86 1
+#define SV_AVX2 __attribute__((target("avx2")))
+#else
+#define SV_AVX2
+#endif
+#define SV_INLINE inline __attribute__((always_inline))
+
+#include <cstdint>
+
+namespace sv::cpu {
+
+// Tests set this to run the baseline loops on a processor that has AVX2.
+inline bool baselineOnly = false;
+
+inline bool HaveAvx2() {
+#ifdef SV_X86
+  static const bool has = [] {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx2") != 0;
+  }();
+  return has && !baselineOnly;
+#else
+  return false;
+#endif
+}
+
+// Exact integer division that vectorises: the floor of num / den and the
+// remainder (0 <= rem < den), for 1 <= den < 2^28, |num| < 2^24 and
+// |num / den| <= 131070. `inv` is 1.0f / den. A float estimate of the floor is
+// off by at most one (the offset keeps it positive, so that truncation is the
+// floor); the integer remainder puts it right. Written with masks rather
+// than branches, so that the loops around it stay vector loops.
+SV_INLINE int32_t FloorDiv(int32_t num, int32_t den, float inv, int32_t& rem) {
+  int32_t k = int32_t(float(num) * inv + 131072.0f) - 131072;
+  int32_t r = num - k * den;
+  const int32_t below = r >> 31;  // -1 when r < 0
+  k += below;
+  r += den & below;
+  const int32_t above = (den - 1 - r) >> 31;  // -1 when r >= den
+  k -= above;
+  r -= den & above;
+  rem = r;
+  return k;
+}
+
+// 1 when q + rem / den, 0 <= rem < den, rounds up to nearest, ties to even.
+// Masks again: compares turned into integers keep GCC 12 from vectorising.
+SV_INLINE int32_t RoundsUp(int32_t q, int32_t rem, int32_t den) {
+  const int32_t twice = 2 * rem;
+  const int32_t above = -((den - twice) >> 31);   // 1 when twice > den
+  const int32_t x = twice ^ den;
+  const int32_t equal = ((x | -x) >> 31) + 1;     // 1 when twice == den
+  return above | (equal & q & 1);
+}
+
+}  // namespace sv::cpu
