@@ -1,5 +1,8 @@
 #include "image/kernel/accumulate.h"
 
+#include <bit>
+#include <cmath>
+
 #include "image/kernel/cpu_paths.h"
 
 namespace sv {
@@ -21,14 +24,29 @@ SV_INLINE void AddWide(size_t n, const uint16_t* s, uint32_t* d) {
 }
 
 // mean := ((frames - 1) * mean + frame) / frames, to nearest, ties to even,
-// written as mean + (frame - mean) / frames.
+// written as mean + (frame - mean) / frames = mean + d / n.
+//
+// x = d * (1 / n) in floats is within 0.008 / n of d / n (|d / n| < 65536).
+// A quotient that is no tie lies at least 1 / (2 n) from every half, so
+// rounding x to nearest (the add and subtract of 1.5 * 2^23) gives its
+// rounding. A tie shows as |x - k| above 0.5 - 0.25 / n, which nothing else
+// reaches; then k and its neighbour on the side of x are the candidates, and
+// the one that makes the mean even wins. Masks instead of compares keep the
+// loop a vector loop.
 SV_INLINE void MixMean(size_t n, const uint16_t* f, uint16_t* m, int32_t frames) {
   const float inv = 1.0f / float(frames);
+  const float tieAbove = 0.5f - 0.25f * inv;
+  const float magic = 12582912.0f;
   for (size_t i = 0; i < n; ++i) {
     const int32_t mean = m[i];
-    int32_t rem;
-    const int32_t q = mean + cpu::FloorDiv(int32_t(f[i]) - mean, frames, inv, rem);
-    m[i] = uint16_t(q + cpu::RoundsUp(q, rem, frames));
+    const float x = float(int32_t(f[i]) - mean) * inv;
+    const float kf = (x + magic) - magic;
+    const int32_t k = int32_t(kf);
+    const float e = x - kf;  // exact
+    const int32_t tie = std::bit_cast<int32_t>(tieAbove - std::fabs(e)) >> 31;  // -1 on a tie
+    const int32_t side = (std::bit_cast<int32_t>(e) >> 31) | 1;                 // -1 or 1
+    const int32_t odd = -((mean + k) & 1 & tie);                                 // -1: move
+    m[i] = uint16_t(mean + k + (side & odd));
   }
 }
 
@@ -60,6 +78,7 @@ SV_AVX2 void Add8To16Avx2(size_t n, const uint8_t* s, uint16_t* d) { AddSaturati
 void Add8To16Base(size_t n, const uint8_t* s, uint16_t* d) { AddSaturating(n, s, d); }
 SV_AVX2 void Add16To32Avx2(size_t n, const uint16_t* s, uint32_t* d) { AddWide(n, s, d); }
 void Add16To32Base(size_t n, const uint16_t* s, uint32_t* d) { AddWide(n, s, d); }
+SV_AVX512 void MixMeanAvx512(size_t n, const uint16_t* f, uint16_t* m, int32_t k) { MixMean(n, f, m, k); }
 SV_AVX2 void MixMeanAvx2(size_t n, const uint16_t* f, uint16_t* m, int32_t k) { MixMean(n, f, m, k); }
 void MixMeanBase(size_t n, const uint16_t* f, uint16_t* m, int32_t k) { MixMean(n, f, m, k); }
 
@@ -85,7 +104,8 @@ bool SV_add_8_to_16(size_t count, ConstSamples8 source, Samples16 sum) {
 
 bool SV_avg_hist(size_t count, ConstSamples16 frame, Samples16 mean, int frames) {
   if (frame.size() < count || mean.size() < count || frames < 1 || frames > 65535) return false;
-  (HaveAvx2() ? MixMeanAvx2 : MixMeanBase)(count, frame.data(), mean.data(), frames);
+  (cpu::HaveAvx512() ? MixMeanAvx512 : HaveAvx2() ? MixMeanAvx2 : MixMeanBase)(
+      count, frame.data(), mean.data(), frames);
   return true;
 }
 

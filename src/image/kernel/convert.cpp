@@ -80,15 +80,13 @@ void InverseBase(size_t n, const uint8_t* s, uint16_t* d) { InverseBody(n, s, d)
 
 #ifdef SV_X86
 // Sixteen floats to integers in two registers of eight, as RoundClamp does it:
-// max with 0 first (it also turns NaN into 0), then min with the top.
+// max with 0 first (it also turns NaN into 0), then min with the top, then
+// the conversion, which rounds to nearest, ties to even, as the float adds of
+// RoundClamp do (both in the processor's rounding mode, which is that one).
 SV_AVX2 SV_INLINE void RoundClamp16(const float* s, __m256 top, __m256i& lo, __m256i& hi) {
-  const __m256 zero = _mm256_setzero_ps(), magic = _mm256_set1_ps(8388608.0f);
-  __m256 a = _mm256_min_ps(_mm256_max_ps(_mm256_loadu_ps(s), zero), top);
-  __m256 b = _mm256_min_ps(_mm256_max_ps(_mm256_loadu_ps(s + 8), zero), top);
-  a = _mm256_sub_ps(_mm256_add_ps(a, magic), magic);
-  b = _mm256_sub_ps(_mm256_add_ps(b, magic), magic);
-  lo = _mm256_cvttps_epi32(a);
-  hi = _mm256_cvttps_epi32(b);
+  const __m256 zero = _mm256_setzero_ps();
+  lo = _mm256_cvtps_epi32(_mm256_min_ps(_mm256_max_ps(_mm256_loadu_ps(s), zero), top));
+  hi = _mm256_cvtps_epi32(_mm256_min_ps(_mm256_max_ps(_mm256_loadu_ps(s + 8), zero), top));
 }
 
 SV_AVX2 void FloatsAvx2(size_t n, const float* s, uint16_t* d, float top) {

@@ -7,8 +7,11 @@
 #include <immintrin.h>
 #define SV_X86 1
 #define SV_AVX2 __attribute__((target("avx2")))
+#define SV_AVX512 \
+  __attribute__((target("avx512f,avx512bw,avx512vl,avx512dq,avx2,prefer-vector-width=512")))
 #else
 #define SV_AVX2
+#define SV_AVX512
 #endif
 #define SV_INLINE inline __attribute__((always_inline))
 
@@ -16,7 +19,7 @@
 
 namespace sv::cpu {
 
-// Tests set this to run the baseline loops on a processor that has AVX2.
+// Tests set this to run the baseline loops on a processor that has more.
 inline bool baselineOnly = false;
 
 inline bool HaveAvx2() {
@@ -24,6 +27,20 @@ inline bool HaveAvx2() {
   static const bool has = [] {
     __builtin_cpu_init();
     return __builtin_cpu_supports("avx2") != 0;
+  }();
+  return has && !baselineOnly;
+#else
+  return false;
+#endif
+}
+
+// AVX-512 (F, BW, VL, DQ), for the loops that gain from 16 lanes.
+inline bool HaveAvx512() {
+#ifdef SV_X86
+  static const bool has = [] {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+           __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
   }();
   return has && !baselineOnly;
 #else

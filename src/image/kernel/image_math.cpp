@@ -1,6 +1,8 @@
 #include "image/kernel/image_math.h"
 
 #include <algorithm>
+#include <bit>
+#include <cmath>
 #include <cstdlib>
 #include <type_traits>
 
@@ -124,8 +126,19 @@ SV_INLINE void FastBody(size_t pixels, const uint16_t* a, const uint16_t* b, con
         if constexpr (Op == kMathFade) {
           v = DivEven(av * fade + bv * (100 - fade), den, inv);
         } else if constexpr (Op == kMathDivide) {
-          const int32_t laneDen = std::max(bv, 1) * divisor;
-          v = DivEven(av, laneDen, 1.0f / float(laneDen));
+          // a / den in floats is within 0.004 / den of the quotient (a <
+          // 2^16, den < 2^24 exact), and a quotient that is no tie lies
+          // 1 / (2 den) or more from every half: rounding the float to
+          // nearest rounds the quotient. A tie shows as (0.5 - |x - q|) den
+          // below 0.25; then the even one of q and its neighbour wins.
+          const float fden = float(std::max(bv, 1) * divisor);
+          const float x = float(av) / fden;
+          const float qf = (x + 12582912.0f) - 12582912.0f;
+          const float e = x - qf;  // exact
+          const int32_t q = int32_t(qf);
+          const int32_t tie = std::bit_cast<int32_t>((0.5f - std::fabs(e)) * fden - 0.25f) >> 31;
+          const int32_t side = (std::bit_cast<int32_t>(e) >> 31) | 1;
+          v = q + (side & -(q & 1 & tie));
         } else {
           v = Combine<Op>(av, bv);
           if constexpr (Divided) v = DivEven(v, den, inv);
@@ -159,11 +172,89 @@ SV_AVX2 void FastAvx2(size_t n, const uint16_t* a, const uint16_t* b, const int3
   FastBody<Op, Clip, C, ArrayB, Divided>(n, a, b, k, d, f);
 }
 
+template <int Op, bool Clip, int C, bool ArrayB, bool Divided>
+SV_AVX512 void FastAvx512(size_t n, const uint16_t* a, const uint16_t* b, const int32_t* k,
+                          uint16_t* d, const FastArgs& f) {
+  FastBody<Op, Clip, C, ArrayB, Divided>(n, a, b, k, d, f);
+}
+
+#ifdef SV_X86
+// Without divisor and bias, the operations other than Multiply stay within
+// sixteen bits, and AVX2 has them as single instructions on sixteen lanes.
+template <int Op, bool Clip>
+SV_AVX2 SV_INLINE __m256i Lane16(__m256i a, __m256i b, __m256i top) {
+  __m256i v;
+  if constexpr (Op == kMathCompare) return _mm256_and_si256(_mm256_cmpeq_epi16(a, b), top);
+  else if constexpr (Op == kMathAdd) v = Clip ? _mm256_adds_epu16(a, b) : _mm256_add_epi16(a, b);
+  else if constexpr (Op == kMathSubtract) v = Clip ? _mm256_subs_epu16(a, b) : _mm256_sub_epi16(a, b);
+  else if constexpr (Op == kMathDifference)
+    v = _mm256_or_si256(_mm256_subs_epu16(a, b), _mm256_subs_epu16(b, a));
+  else if constexpr (Op == kMathLightest) v = _mm256_max_epu16(a, b);
+  else if constexpr (Op == kMathDarkest) v = _mm256_min_epu16(a, b);
+  else if constexpr (Op == kMathAnd) v = _mm256_and_si256(a, b);
+  else if constexpr (Op == kMathOr) v = _mm256_or_si256(a, b);
+  else v = _mm256_xor_si256(a, b);
+  // A wrap keeps the low bits: levels are a power of two.
+  return Clip ? _mm256_min_epu16(v, top) : _mm256_and_si256(v, top);
+}
+
+// Blocks of 48 samples (sixteen colour pixels); the rest goes the fast way.
+template <int Op, bool Clip, int C, bool ArrayB>
+SV_AVX2 void Lane16Avx2(size_t pixels, const uint16_t* a, const uint16_t* b, const int32_t* k,
+                        uint16_t* d, const FastArgs& f) {
+  const size_t n = pixels * C;
+  const __m256i top = _mm256_set1_epi16(int16_t(uint16_t(f.top)));
+  __m256i kv[3];
+  for (int j = 0; j < 3; ++j) {
+    alignas(32) uint16_t lanes[16];
+    for (int l = 0; l < 16; ++l) lanes[l] = ArrayB ? 0 : uint16_t(k[(16 * j + l) % C]);
+    kv[j] = _mm256_load_si256(reinterpret_cast<const __m256i*>(lanes));
+  }
+  size_t i = 0;
+  for (; i + 48 <= n; i += 48)
+    for (int j = 0; j < 3; ++j) {
+      const size_t at = i + 16 * size_t(j);
+      const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a + at));
+      const __m256i y =
+          ArrayB ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b + at)) : kv[j];
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + at), Lane16<Op, Clip>(x, y, top));
+    }
+  FastBody<Op, Clip, C, ArrayB, false>((n - i) / C, a + i, ArrayB ? b + i : b, k, d + i, f);
+}
+
+template <int C, bool ArrayB>
+FastFn PickLane16(int op, bool clip) {
+#define SV_LANE16(OP) \
+  case OP: return clip ? Lane16Avx2<OP, true, C, ArrayB> : Lane16Avx2<OP, false, C, ArrayB>;
+  switch (op) {
+    SV_LANE16(kMathAdd)
+    SV_LANE16(kMathSubtract)
+    SV_LANE16(kMathDifference)
+    SV_LANE16(kMathLightest)
+    SV_LANE16(kMathDarkest)
+    SV_LANE16(kMathAnd)
+    SV_LANE16(kMathOr)
+    SV_LANE16(kMathXor)
+    SV_LANE16(kMathCompare)
+    default: return nullptr;
+  }
+#undef SV_LANE16
+}
+#else
+template <int C, bool ArrayB>
+FastFn PickLane16(int, bool) { return nullptr; }
+#endif
+
 template <int Op, int C, bool ArrayB, bool Divided>
 FastFn PickPath(bool clip) {
-  const bool avx2 = HaveAvx2();
-  if (clip) return avx2 ? FastAvx2<Op, true, C, ArrayB, Divided> : FastBase<Op, true, C, ArrayB, Divided>;
-  return avx2 ? FastAvx2<Op, false, C, ArrayB, Divided> : FastBase<Op, false, C, ArrayB, Divided>;
+  // Only the dividing loops gain from 16 lanes; the others run at the speed
+  // of memory already.
+  constexpr bool wide = Divided || Op == kMathFade || Op == kMathDivide;
+  if (wide && cpu::HaveAvx512())
+    return clip ? FastAvx512<Op, true, C, ArrayB, Divided> : FastAvx512<Op, false, C, ArrayB, Divided>;
+  if (HaveAvx2())
+    return clip ? FastAvx2<Op, true, C, ArrayB, Divided> : FastAvx2<Op, false, C, ArrayB, Divided>;
+  return clip ? FastBase<Op, true, C, ArrayB, Divided> : FastBase<Op, false, C, ArrayB, Divided>;
 }
 
 // Two images take every operation and a divisor; constants (the one-image
@@ -222,7 +313,11 @@ void Arithmetic(size_t pixels, const uint16_t* a, const uint16_t* b, const int64
   if (op == kMathMultiply) fast = fast && p.divisor == 1 && p.bias == 0;
   if (fast) {
     const bool divided = p.divisor != 1 || op == kMathFade || op == kMathDivide;
-    if (FastFn fn = PickFast<C, ArrayB>(op, p.clip, divided)) {
+    bool sixteen = !divided && p.bias == 0 && HaveAvx2();
+    for (int c = 0; c < C && !ArrayB; ++c) sixteen = sixteen && k32[c] >= 0;
+    FastFn fn = sixteen ? PickLane16<C, ArrayB>(op, p.clip) : nullptr;
+    if (!fn) fn = PickFast<C, ArrayB>(op, p.clip, divided);
+    if (fn) {
       FastArgs f;
       f.bias = int32_t(p.bias);
       f.top = int32_t(r.top);
@@ -321,24 +416,31 @@ SV_INLINE void SplitBody(size_t n, const uint16_t* rgb, uint16_t* r, uint16_t* g
 }
 
 #ifdef SV_X86
-// Byte shuffles between eight colour pixels (24 words in three registers)
-// and eight words of each channel. Deal[c][v] gathers channel c's words held
-// in register v; Spread[o] makes output register o of a grey-to-colour run
-// from eight grey words.
+// Sixteen colour pixels (48 words) into sixteen words of each channel. The
+// words are loaded as three registers whose two halves hold pixels 0-7 and
+// 8-15; in each half the words of one channel sit at different slots of the
+// three registers, so two blends gather them into one, and a byte shuffle
+// puts them in pixel order.
+constexpr int DealBlend(int channel, int reg) {
+  int imm = 0;
+  for (int slot = 0; slot < 8; ++slot)
+    if ((8 * reg + slot) % 3 == channel) imm |= 1 << slot;
+  return imm;
+}
+
 struct ShuffleMasks {
-  int8_t deal[3][3][16];
+  int8_t deal[3][32];   // per channel, both halves
   int8_t spread[3][16];
 };
 
 constexpr ShuffleMasks MakeShuffleMasks() {
   ShuffleMasks m{};
   for (int c = 0; c < 3; ++c)
-    for (int v = 0; v < 3; ++v)
-      for (int j = 0; j < 8; ++j) {
-        const int w = 3 * j + c;  // the word of pixel j, channel c
-        const bool here = w / 8 == v;
-        m.deal[c][v][2 * j] = here ? int8_t(2 * (w % 8)) : int8_t(-1);
-        m.deal[c][v][2 * j + 1] = here ? int8_t(2 * (w % 8) + 1) : int8_t(-1);
+    for (int half = 0; half < 2; ++half)
+      for (int pixel = 0; pixel < 8; ++pixel) {
+        const int slot = (3 * pixel + c) % 8;
+        m.deal[c][16 * half + 2 * pixel] = int8_t(2 * slot);
+        m.deal[c][16 * half + 2 * pixel + 1] = int8_t(2 * slot + 1);
       }
   for (int o = 0; o < 3; ++o)
     for (int j = 0; j < 8; ++j) {
@@ -350,61 +452,139 @@ constexpr ShuffleMasks MakeShuffleMasks() {
 }
 constexpr ShuffleMasks kMasks = MakeShuffleMasks();
 
-SV_AVX2 SV_INLINE __m128i Mask(const int8_t* m) {
-  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(m));
+SV_AVX2 SV_INLINE __m256i LoadHalves(const uint16_t* lo, const uint16_t* hi) {
+  return _mm256_inserti128_si256(
+      _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lo))),
+      _mm_loadu_si128(reinterpret_cast<const __m128i*>(hi)), 1);
 }
 
-// Eight pixels from rgb into r, g, b.
-SV_AVX2 SV_INLINE void Deal8(const uint16_t* rgb, __m128i& r, __m128i& g, __m128i& b) {
-  const __m128i v[3] = {_mm_loadu_si128(reinterpret_cast<const __m128i*>(rgb)),
-                        _mm_loadu_si128(reinterpret_cast<const __m128i*>(rgb + 8)),
-                        _mm_loadu_si128(reinterpret_cast<const __m128i*>(rgb + 16))};
-  __m128i out[3];
-  for (int c = 0; c < 3; ++c)
-    out[c] = _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(v[0], Mask(kMasks.deal[c][0])),
-                                       _mm_shuffle_epi8(v[1], Mask(kMasks.deal[c][1]))),
-                          _mm_shuffle_epi8(v[2], Mask(kMasks.deal[c][2])));
-  r = out[0];
-  g = out[1];
-  b = out[2];
+template <int C>
+SV_AVX2 SV_INLINE __m256i Gather(__m256i a, __m256i b, __m256i c) {
+  constexpr int fromB = DealBlend(C, 1), fromC = DealBlend(C, 2);
+  const __m256i t = _mm256_blend_epi16(_mm256_blend_epi16(a, b, fromB), c, fromC);
+  return _mm256_shuffle_epi8(
+      t, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(kMasks.deal[C])));
+}
+
+SV_AVX2 SV_INLINE void Deal16(const uint16_t* rgb, __m256i& r, __m256i& g, __m256i& b) {
+  const __m256i x = LoadHalves(rgb, rgb + 24), y = LoadHalves(rgb + 8, rgb + 32),
+                z = LoadHalves(rgb + 16, rgb + 40);
+  r = Gather<0>(x, y, z);
+  g = Gather<1>(x, y, z);
+  b = Gather<2>(x, y, z);
+}
+
+SV_AVX2 SV_INLINE void Store(uint16_t* p, __m256i v) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
 }
 
 SV_AVX2 void SplitAvx2(size_t n, const uint16_t* rgb, uint16_t* r, uint16_t* g, uint16_t* b) {
   size_t i = 0;
-  for (; i + 8 <= n; i += 8) {
-    __m128i vr, vg, vb;
-    Deal8(rgb + 3 * i, vr, vg, vb);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(r + i), vr);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(g + i), vg);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(b + i), vb);
+  for (; i + 16 <= n; i += 16) {
+    __m256i vr, vg, vb;
+    Deal16(rgb + 3 * i, vr, vg, vb);
+    Store(r + i, vr);
+    Store(g + i, vg);
+    Store(b + i, vb);
   }
   SplitBody(n - i, rgb + 3 * i, r + i, g + i, b + i);
 }
 
-// GreyOf on eight pixels at once, in 32-bit lanes.
+// GreyOf on sixteen pixels. Samples less 32768 fit signed words, so pairs
+// (R, G) and (G, B) go through the word multiply-add with the weights 19595,
+// 19235 and 19235, 7471 (G's 38470 in two halves); the offsets add up to
+// -2^31, which adding 2^31 takes back. Rounding to nearest, ties to even:
+// (s + 0x7FFF + bit 16 of s) >> 16.
+SV_AVX2 SV_INLINE __m256i GreyRound(__m256i rg, __m256i gb) {
+  const __m256i s = _mm256_add_epi32(_mm256_madd_epi16(rg, _mm256_set1_epi32((19235 << 16) | 19595)),
+                                     _mm256_madd_epi16(gb, _mm256_set1_epi32((7471 << 16) | 19235)));
+  const __m256i plain = _mm256_add_epi32(s, _mm256_set1_epi32(int32_t(0x80000000u)));
+  const __m256i odd = _mm256_and_si256(_mm256_srli_epi32(plain, 16), _mm256_set1_epi32(1));
+  const __m256i up = _mm256_add_epi32(plain, _mm256_add_epi32(odd, _mm256_set1_epi32(0x7FFF)));
+  return _mm256_srli_epi32(up, 16);
+}
+
 SV_AVX2 void GreyAvx2(size_t n, const uint16_t* rgb, uint16_t* grey) {
-  const __m256i wr = _mm256_set1_epi32(19595), wg = _mm256_set1_epi32(38470),
-                wb = _mm256_set1_epi32(7471), low = _mm256_set1_epi32(0xFFFF),
-                half = _mm256_set1_epi32(0x8000), one = _mm256_set1_epi32(1);
+  const __m256i flip = _mm256_set1_epi16(int16_t(0x8000));
   size_t i = 0;
-  for (; i + 8 <= n; i += 8) {
-    __m128i vr, vg, vb;
-    Deal8(rgb + 3 * i, vr, vg, vb);
-    const __m256i s = _mm256_add_epi32(
-        _mm256_add_epi32(_mm256_mullo_epi32(_mm256_cvtepu16_epi32(vr), wr),
-                         _mm256_mullo_epi32(_mm256_cvtepu16_epi32(vg), wg)),
-        _mm256_mullo_epi32(_mm256_cvtepu16_epi32(vb), wb));
-    __m256i q = _mm256_srli_epi32(s, 16);
-    const __m256i rest = _mm256_and_si256(s, low);
-    const __m256i up = _mm256_or_si256(
-        _mm256_cmpgt_epi32(rest, half),
-        _mm256_and_si256(_mm256_cmpeq_epi32(rest, half), _mm256_sub_epi32(_mm256_setzero_si256(), _mm256_and_si256(q, one))));
-    q = _mm256_sub_epi32(q, up);  // up is 0 or -1
-    const __m128i words =
-        _mm_packus_epi32(_mm256_castsi256_si128(q), _mm256_extracti128_si256(q, 1));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(grey + i), words);
+  for (; i + 16 <= n; i += 16) {
+    __m256i r, g, b;
+    Deal16(rgb + 3 * i, r, g, b);
+    r = _mm256_xor_si256(r, flip);
+    g = _mm256_xor_si256(g, flip);
+    b = _mm256_xor_si256(b, flip);
+    const __m256i lo = GreyRound(_mm256_unpacklo_epi16(r, g), _mm256_unpacklo_epi16(g, b));
+    const __m256i hi = GreyRound(_mm256_unpackhi_epi16(r, g), _mm256_unpackhi_epi16(g, b));
+    Store(grey + i, _mm256_packus_epi32(lo, hi));
   }
   GreyBody(n - i, rgb + 3 * i, grey + i);
+}
+
+SV_AVX2 void DepthAvx2(size_t n, uint16_t* s, uint32_t oldTop, uint32_t newTop, int up,
+                       int down) {
+  const __m256i vold = _mm256_set1_epi16(int16_t(uint16_t(oldTop)));
+  const __m256i vnew = _mm256_set1_epi16(int16_t(uint16_t(newTop)));
+  const __m128i cu = _mm_cvtsi32_si128(up), cd = _mm_cvtsi32_si128(down);
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i));
+    const __m256i within = _mm256_cmpeq_epi16(_mm256_min_epu16(v, vold), v);
+    const __m256i shifted = _mm256_srl_epi16(_mm256_sll_epi16(v, cu), cd);
+    Store(s + i, _mm256_blendv_epi8(vnew, shifted, within));
+  }
+  DepthBody(n - i, s + i, oldTop, newTop, up, down);
+}
+
+// The mono matrix of a grey frame and its count in one pass: 32 samples
+// compared (as max(v, t) = v), packed to bytes of 0 or 1, summed by SAD.
+SV_AVX2 size_t Mono1Avx2(size_t n, const uint16_t* s, uint8_t* m, uint32_t threshold) {
+  size_t i = 0, ones = 0;
+  if (threshold >= 1 && threshold <= 65535) {
+    const __m256i t = _mm256_set1_epi16(int16_t(uint16_t(threshold)));
+    const __m256i one = _mm256_set1_epi8(1), zero = _mm256_setzero_si256();
+    __m256i sums = zero;
+    for (; i + 32 <= n; i += 32) {
+      const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i));
+      const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i + 16));
+      const __m256i ma = _mm256_cmpeq_epi16(_mm256_max_epu16(a, t), a);
+      const __m256i mb = _mm256_cmpeq_epi16(_mm256_max_epu16(b, t), b);
+      const __m256i bits =
+          _mm256_and_si256(_mm256_permute4x64_epi64(_mm256_packs_epi16(ma, mb), 0xD8), one);
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(m + i), bits);
+      sums = _mm256_add_epi64(sums, _mm256_sad_epu8(bits, zero));
+    }
+    alignas(32) uint64_t lanes[4];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(lanes), sums);
+    ones = size_t(lanes[0] + lanes[1] + lanes[2] + lanes[3]);
+  }
+  MonoBody<1>(n - i, s + i, m + i, threshold);
+  return ones + CountBody(n - i, m + i);
+}
+
+// Differing samples of two grey frames: 0 or 1 a word lane, gathered into
+// 32-bit lanes by a multiply-add every 16384 rounds, before a word lane fills.
+SV_AVX2 size_t Compare1Avx2(size_t n, const uint16_t* x, const uint16_t* y) {
+  const __m256i ones16 = _mm256_set1_epi16(1);
+  __m256i total = _mm256_setzero_si256();
+  size_t i = 0;
+  while (i + 16 <= n) {
+    __m256i part = _mm256_setzero_si256();
+    for (int round = 0; round < 16384 && i + 16 <= n; ++round, i += 16) {
+      const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(x + i));
+      const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(y + i));
+      part = _mm256_add_epi16(part, _mm256_andnot_si256(_mm256_cmpeq_epi16(a, b), ones16));
+    }
+    total = _mm256_add_epi32(total, _mm256_madd_epi16(part, ones16));
+  }
+  alignas(32) uint32_t lanes[8];
+  _mm256_store_si256(reinterpret_cast<__m256i*>(lanes), total);
+  size_t differ = 0;
+  for (uint32_t v : lanes) differ += v;
+  return differ + CompareBody<1>(n - i, x + i, y + i);
+}
+
+SV_AVX2 SV_INLINE __m128i Mask(const int8_t* m) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(m));
 }
 
 SV_AVX2 void SpreadAvx2(size_t n, const uint16_t* grey, uint16_t* rgb) {
@@ -438,6 +618,14 @@ void SubtractBase(size_t n, uint16_t* s, const uint16_t* b) {
   SubtractBody(n - i, s + i, b + i);
 }
 #else
+void DepthAvx2(size_t n, uint16_t* s, uint32_t oldTop, uint32_t newTop, int up, int down) {
+  DepthBody(n, s, oldTop, newTop, up, down);
+}
+size_t Mono1Avx2(size_t n, const uint16_t* s, uint8_t* m, uint32_t t) {
+  MonoBody<1>(n, s, m, t);
+  return CountBody(n, m);
+}
+size_t Compare1Avx2(size_t n, const uint16_t* x, const uint16_t* y) { return CompareBody<1>(n, x, y); }
 void SplitAvx2(size_t n, const uint16_t* rgb, uint16_t* r, uint16_t* g, uint16_t* b) { SplitBody(n, rgb, r, g, b); }
 void GreyAvx2(size_t n, const uint16_t* rgb, uint16_t* grey) { GreyBody(n, rgb, grey); }
 void SpreadAvx2(size_t n, const uint16_t* grey, uint16_t* rgb) { SpreadBody(n, grey, rgb); }
@@ -453,10 +641,12 @@ void SpreadBase(size_t n, const uint16_t* grey, uint16_t* rgb) { SpreadBody(n, g
   SV_AVX2 void name##Avx2 params { name##Body args; } \
   void name##Base params { name##Body args; }
 SV_PATHS(Negative, (size_t n, uint16_t* s, uint16_t top), (n, s, top))
-SV_PATHS(Depth, (size_t n, uint16_t* s, uint32_t oldTop, uint32_t newTop, int up, int down),
-         (n, s, oldTop, newTop, up, down))
 #undef SV_PATHS
 #define SV_RUN(name) (HaveAvx2() ? name##Avx2 : name##Base)
+
+void DepthBase(size_t n, uint16_t* s, uint32_t oldTop, uint32_t newTop, int up, int down) {
+  DepthBody(n, s, oldTop, newTop, up, down);
+}
 
 template <int C>
 SV_AVX2 void MonoAvx2(size_t n, const uint16_t* s, uint8_t* m, uint32_t t) { MonoBody<C>(n, s, m, t); }
@@ -501,6 +691,7 @@ template <int C>
 long ToMono(FrameSize size, ConstSamples16 image, Samples8 matrix, uint32_t threshold) {
   if (!Holds(image, size, C) || !Holds(matrix, size)) return -1;
   const size_t n = size.Pixels();
+  if (C == 1 && HaveAvx2()) return long(Mono1Avx2(n, image.data(), matrix.data(), threshold));
   (HaveAvx2() ? MonoAvx2<C> : MonoBase<C>)(n, image.data(), matrix.data(), threshold);
   return long(SV_RUN(Count)(n, matrix.data()));
 }
@@ -508,6 +699,7 @@ long ToMono(FrameSize size, ConstSamples16 image, Samples8 matrix, uint32_t thre
 template <int C>
 long Compare(FrameSize size, ConstSamples16 a, ConstSamples16 b) {
   if (!Holds(a, size, C) || !Holds(b, size, C)) return -1;
+  if (C == 1 && HaveAvx2()) return long(Compare1Avx2(size.Pixels(), a.data(), b.data()));
   return long((HaveAvx2() ? CompareAvx2<C> : CompareBase<C>)(size.Pixels(), a.data(), b.data()));
 }
 

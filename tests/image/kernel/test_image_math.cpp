@@ -144,16 +144,17 @@ TEST_P(KernelImageMathPaths, WholeFramesMatchTheYardstick) {
     for (int op = kMathFade; op <= kMathCompare; ++op)
       for (bool clip : {true, false})
         for (long divisor : {1L, 3L, 300L, 1L << 21})
-          for (long levels : {1000L, 4096L, 65536L}) {
+          for (long levels : {1000L, 4096L, 65536L})
+            for (long bias : {0L, -17L, 40L}) {
             ImageMathParams p = Op(op, clip, levels);
             p.divisor = divisor;
-            p.bias = divisor == 1 ? -17 : 40;
+            p.bias = bias;
             Words out(n);
             ASSERT_TRUE(SV_image_math2(size, channels, a, b, out, p));
             for (size_t i = 0; i < n; ++i)
               ASSERT_EQ(out[i], Reference(a[i], b[i], p))
                   << "op " << op << " clip " << clip << " divisor " << divisor << " levels "
-                  << levels << " a " << a[i] << " b " << b[i];
+                  << levels << " bias " << bias << " a " << a[i] << " b " << b[i];
           }
   }
 }
@@ -381,6 +382,16 @@ TEST_P(KernelImageMathPaths, LongRunsMatchPixelByPixel) {
   for (size_t i = 0; i < n; ++i) expected += GreyOf(rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2]) >= 30000;
   EXPECT_EQ(ones, expected);
 
+  EXPECT_EQ(SV_CvtToMono(size, 1, grey, m, 0), long(n));
+  EXPECT_EQ(SV_CvtToMono(size, 1, grey, m, 65536), 0);
+  EXPECT_EQ(std::count(m.begin(), m.end(), 0), long(n));
+
+  // More samples than the counting lanes of a vector take at once.
+  const FrameSize big{600, 500};
+  Words x(big.Pixels(), 7), y(big.Pixels(), 7);
+  for (size_t i = 0; i < x.size(); i += 3) y[i] = 8;
+  EXPECT_EQ(SV_compare(big, 1, x, y), long((x.size() + 2) / 3));
+
   Words half = grey;
   long differ = 0;
   for (size_t i = 0; i < n; i += 2) {
@@ -401,6 +412,37 @@ TEST_P(KernelImageMathPaths, LongRunsMatchPixelByPixel) {
   EXPECT_EQ(r, Channel(rgb, 0));
   EXPECT_EQ(gr, Channel(rgb, 1));
   EXPECT_EQ(b, Channel(rgb, 2));
+  // Constants, grey and colour.
+  for (int op = kMathFade; op <= kMathCompare; ++op)
+    for (bool clip : {true, false}) {
+      const ImageMathParams p = Op(op, clip, clip ? 40000 : 16384);
+      Words out(n), colour(3 * n);
+      ASSERT_TRUE(SV_modify_image16(size, grey, out, 777, p));
+      for (size_t i = 0; i < n; ++i) ASSERT_EQ(out[i], Reference(grey[i], 777, p)) << op;
+      const std::array<long, 3> k = {5, 60000, 31};
+      ASSERT_TRUE(SV_RGB_modify_image16(size, rgb, colour, k, p));
+      for (size_t i = 0; i < 3 * n; ++i) ASSERT_EQ(colour[i], Reference(rgb[i], k[i % 3], p)) << op;
+    }
+
+  // Exact ties of the weighted sum, odd and even, in the vector loop.
+  Words ties;
+  for (uint32_t r = 0; r < 65536 && ties.size() < 3 * 40; r += 7)
+    for (uint32_t b = 0; b < 4096; ++b)
+      if (((19595u * r + 7471u * b) & 0xFFFFu) == 0x8000u) {
+        ties.insert(ties.end(), {uint16_t(r), 0, uint16_t(b)});
+        break;
+      }
+  ASSERT_EQ(ties.size(), 120u);
+  Words tieGrey(40);
+  ASSERT_TRUE(SV_RGB_Greyscale16({40, 1}, ties, tieGrey));
+  bool odd = false, even = false;
+  for (size_t i = 0; i < 40; ++i) {
+    const uint32_t q = (19595u * ties[3 * i] + 7471u * ties[3 * i + 2]) >> 16;
+    (q & 1 ? odd : even) = true;
+    ASSERT_EQ(tieGrey[i], q + (q & 1)) << i;
+  }
+  EXPECT_TRUE(odd && even);
+
   // Full-scale colours round the same way in the vector loop.
   const Words white(3 * n, 65535);
   ASSERT_TRUE(SV_RGB_Greyscale16(size, white, g));
