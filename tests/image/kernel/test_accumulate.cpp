@@ -132,5 +132,31 @@ TEST_P(KernelAccumulatePaths, MatchesTheExactQuotientEverywhere) {
   }
 }
 
+// Exact ties (the new frame half a step of 1 / frames from a whole level)
+// for even weights, above and below the mean, with odd and even means.
+TEST_P(KernelAccumulatePaths, TiesGoToTheEvenMean) {
+  for (int frames : {2, 4, 6, 10, 64, 100, 1000, 4096, 65534}) {
+    std::vector<uint16_t> mean, frame;
+    for (int j = -3; j <= 3; ++j)
+      for (int m : {30000, 30001, 1, 64000}) {
+        const long f = m + long(j) * frames + frames / 2;
+        const long g = m - long(j) * frames - frames / 2;
+        for (long v : {f, g})
+          if (v >= 0 && v <= 65535) {
+            mean.push_back(uint16_t(m));
+            frame.push_back(uint16_t(v));
+          }
+      }
+    while (mean.size() < 200) {  // past the vector width, with a tail
+      mean.push_back(mean[mean.size() % 7]);
+      frame.push_back(frame[frame.size() % 7]);
+    }
+    std::vector<uint16_t> expected(mean.size());
+    for (size_t i = 0; i < mean.size(); ++i) expected[i] = Mixed(mean[i], frame[i], uint32_t(frames));
+    ASSERT_TRUE(SV_avg_hist(mean.size(), frame, mean, frames));
+    ASSERT_EQ(mean, expected) << "frames " << frames;
+  }
+}
+
 }  // namespace
 }  // namespace sv

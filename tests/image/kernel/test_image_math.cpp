@@ -159,6 +159,25 @@ TEST_P(KernelImageMathPaths, WholeFramesMatchTheYardstick) {
   }
 }
 
+// Quotients that are exact ties, odd and even, for the divide loop.
+TEST_P(KernelImageMathPaths, DivideTiesGoToEven) {
+  Words a, b;
+  for (uint16_t d : {2, 4, 6, 10, 250, 65534})
+    for (uint32_t j = 0; (2 * j + 1) * d / 2 <= 65535 && j < 40; j += 1 + j / 4) {
+      a.push_back(uint16_t((2 * j + 1) * d / 2));
+      b.push_back(d);
+    }
+  const FrameSize size{long(a.size()), 1};
+  for (long divisor : {1L, 3L}) {
+    ImageMathParams p = Op(kMathDivide);
+    p.divisor = divisor;
+    Words out(a.size());
+    ASSERT_TRUE(SV_image_math2(size, 1, a, b, out, p));
+    for (size_t i = 0; i < a.size(); ++i)
+      ASSERT_EQ(out[i], Reference(a[i], b[i], p)) << a[i] << " / " << b[i] << " / " << divisor;
+  }
+}
+
 TEST(KernelImageMath, InPlaceAndBadArguments) {
   const FrameSize size{3, 3};
   Words a = Random(9, 4, 0xFF), b = Random(9, 5, 0xFF);
