@@ -32,10 +32,11 @@ inline FrameSize RotatedSize(FrameSize size) { return FrameSize{size.height, siz
 
 // Resizes `from` to `to` by bilinear interpolation. Pixel centres map onto
 // pixel centres: destination pixel d samples the source at
-// (d + 0.5) * from / to - 0.5 in each direction, in steps of 1/2048 pixel.
-// Positions before the first or beyond the last pixel take the edge pixel
-// (the edge is replicated). The same size copies the frame unchanged. `dest`
-// must not overlap `source`.
+// (d + 0.5) * from / to - 0.5 in each direction, rounded down to a step of
+// 1/2048 pixel. Positions before the first or beyond the last pixel take the
+// edge pixel (the edge is replicated). Integer arithmetic: across first, kept
+// to 1/16 of a level, then down, rounded to the nearest level (halves up).
+// The same size copies the frame unchanged. `dest` must not overlap `source`.
 bool SV_stretch(FrameSize from, ConstSamples16 source, FrameSize to, Samples16 dest);
 bool SV_RGB_stretch(FrameSize from, ConstSamples16 source, FrameSize to, Samples16 dest);
 
