@@ -8,6 +8,10 @@
 #include <map>
 #include <set>
 
+#ifdef SV_HAVE_OPENCV
+#include <opencv2/core.hpp>
+#endif
+
 namespace svbench {
 
 namespace {
@@ -111,6 +115,10 @@ int main(int argc, char** argv) {
   using namespace svbench;
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+#ifdef SV_HAVE_OPENCV
+  // The workbench runs its pixel loops on one thread; so does the yardstick.
+  cv::setNumThreads(1);
+#endif
 
   std::set<size_t> sizes;
   for (const Row& r : Rows())
