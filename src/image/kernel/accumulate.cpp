@@ -76,6 +76,7 @@ void Add16To16Base(size_t n, const uint16_t* s, uint16_t* d) { AddSaturating(n, 
 #endif
 SV_AVX2 void Add8To16Avx2(size_t n, const uint8_t* s, uint16_t* d) { AddSaturating(n, s, d); }
 void Add8To16Base(size_t n, const uint8_t* s, uint16_t* d) { AddSaturating(n, s, d); }
+SV_AVX512 void Add16To32Avx512(size_t n, const uint16_t* s, uint32_t* d) { AddWide(n, s, d); }
 SV_AVX2 void Add16To32Avx2(size_t n, const uint16_t* s, uint32_t* d) { AddWide(n, s, d); }
 void Add16To32Base(size_t n, const uint16_t* s, uint32_t* d) { AddWide(n, s, d); }
 SV_AVX512 void MixMeanAvx512(size_t n, const uint16_t* f, uint16_t* m, int32_t k) { MixMean(n, f, m, k); }
@@ -92,7 +93,8 @@ bool SV_add_16_to_16(size_t count, ConstSamples16 source, Samples16 sum) {
 
 bool SV_add_16_to_32(size_t count, ConstSamples16 source, Samples32 sum) {
   if (source.size() < count || sum.size() < count) return false;
-  (HaveAvx2() ? Add16To32Avx2 : Add16To32Base)(count, source.data(), sum.data());
+  (cpu::HaveAvx512() ? Add16To32Avx512 : HaveAvx2() ? Add16To32Avx2 : Add16To32Base)(
+      count, source.data(), sum.data());
   return true;
 }
 

@@ -1,6 +1,7 @@
 // Private to the kernel sources: a loop written once as an always-inlined
-// body is compiled for the baseline and again, in a function marked SV_AVX2,
-// for AVX2; HaveAvx2() chooses at run time. Both give the same results.
+// body is compiled for the baseline and again, in functions marked SV_AVX2 or
+// SV_AVX512, for those; HaveAvx2() and HaveAvx512() choose at run time. Every
+// path gives the same results.
 #pragma once
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -19,8 +20,9 @@
 
 namespace sv::cpu {
 
-// Tests set this to run the baseline loops on a processor that has more.
-inline bool baselineOnly = false;
+// The widest loops to take: 2 AVX-512, 1 AVX2, 0 the baseline. Tests lower
+// it to reach the narrower loops on a processor that has more.
+inline int pathLimit = 2;
 
 inline bool HaveAvx2() {
 #ifdef SV_X86
@@ -28,7 +30,7 @@ inline bool HaveAvx2() {
     __builtin_cpu_init();
     return __builtin_cpu_supports("avx2") != 0;
   }();
-  return has && !baselineOnly;
+  return has && pathLimit >= 1;
 #else
   return false;
 #endif
@@ -42,7 +44,7 @@ inline bool HaveAvx512() {
     return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
            __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
   }();
-  return has && !baselineOnly;
+  return has && pathLimit >= 2;
 #else
   return false;
 #endif

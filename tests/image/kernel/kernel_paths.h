@@ -1,24 +1,27 @@
-// Runs a test on the vector loops and again on the baseline loops, which a
-// processor with AVX2 would otherwise never take: both must give the same.
+// Runs a test on each set of loops the kernel has (AVX-512, AVX2, the
+// baseline), which a processor would otherwise only take its best of: all
+// must give the same. Levels the processor lacks fall back to the next.
 #pragma once
 
 #include <gtest/gtest.h>
+
+#include <string>
 
 #include "image/kernel/cpu_paths.h"
 
 namespace sv::test {
 
-class BothPaths : public ::testing::TestWithParam<bool> {
+class EveryPath : public ::testing::TestWithParam<int> {
  protected:
-  void SetUp() override { cpu::baselineOnly = GetParam(); }
-  void TearDown() override { cpu::baselineOnly = false; }
+  void SetUp() override { cpu::pathLimit = GetParam(); }
+  void TearDown() override { cpu::pathLimit = 2; }
 };
 
-inline std::string PathName(const ::testing::TestParamInfo<bool>& info) {
-  return info.param ? "Baseline" : "Best";
+inline std::string PathName(const ::testing::TestParamInfo<int>& info) {
+  return info.param == 2 ? "Avx512" : info.param == 1 ? "Avx2" : "Baseline";
 }
 
 }  // namespace sv::test
 
-#define SV_BOTH_PATHS(Suite) \
-  INSTANTIATE_TEST_SUITE_P(Paths, Suite, ::testing::Values(false, true), sv::test::PathName)
+#define SV_EVERY_PATH(Suite) \
+  INSTANTIATE_TEST_SUITE_P(Paths, Suite, ::testing::Values(2, 1, 0), sv::test::PathName)

@@ -14,8 +14,8 @@
 namespace sv {
 namespace {
 
-class KernelAccumulatePaths : public test::BothPaths {};
-SV_BOTH_PATHS(KernelAccumulatePaths);
+class KernelAccumulatePaths : public test::EveryPath {};
+SV_EVERY_PATH(KernelAccumulatePaths);
 
 TEST(KernelAccumulate, SixteenBitSumsSaturate) {
   std::vector<uint16_t> sum = {0, 65000, 65535, 7};

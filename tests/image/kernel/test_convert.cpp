@@ -14,8 +14,8 @@
 namespace sv {
 namespace {
 
-class KernelConvertPaths : public test::BothPaths {};
-SV_BOTH_PATHS(KernelConvertPaths);
+class KernelConvertPaths : public test::EveryPath {};
+SV_EVERY_PATH(KernelConvertPaths);
 
 TEST(KernelConvert, BytesToWordsAndColourOrder) {
   const std::vector<uint8_t> bytes = {0, 1, 128, 255, 7, 9};

@@ -17,8 +17,8 @@
 namespace sv {
 namespace {
 
-class KernelImageMathPaths : public test::BothPaths {};
-SV_BOTH_PATHS(KernelImageMathPaths);
+class KernelImageMathPaths : public test::EveryPath {};
+SV_EVERY_PATH(KernelImageMathPaths);
 
 using Words = std::vector<uint16_t>;
 
