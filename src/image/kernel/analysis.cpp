@@ -1,4 +1,5 @@
 #include "image/kernel/analysis.h"
+#include "image/kernel/cpu_paths.h"
 
 #include <algorithm>
 #include <atomic>
@@ -144,7 +145,7 @@ __attribute__((target("avx2"))) void RunAvx2(F& f, A... args) {
   f(args...);
 }
 template <class F, class... A>
-__attribute__((target("avx512f,avx512bw,avx512vl,avx2,prefer-vector-width=512"))) void RunAvx512(
+__attribute__((target("avx512f,avx512bw,avx512vl,avx2" SV_PREFER_512))) void RunAvx512(
     F& f, A... args) {
   f(args...);
 }

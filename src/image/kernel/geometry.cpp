@@ -52,12 +52,12 @@ using U16x32 = uint16_t __attribute__((vector_size(64)));
 
 // Ten colour pixels in a 32-word vector loaded two words before them: word
 // 3k + c of the result is channel c of the k-th pixel from the right.
-constexpr U16x32 kReverseTenPixels = {29, 30, 31, 26, 27, 28, 23, 24, 25, 20, 21,
+[[maybe_unused]] constexpr U16x32 kReverseTenPixels = {29, 30, 31, 26, 27, 28, 23, 24, 25, 20, 21,
                                       22, 17, 18, 19, 14, 15, 16, 11, 12, 13, 8,
                                       9,  10, 5,  6,  7,  2,  3,  4,  0,  1};
 // The same for five pixels in 16 words loaded one word before them.
 using U16x16 = uint16_t __attribute__((vector_size(32)));
-constexpr U16x16 kReverseFivePixels = {13, 14, 15, 10, 11, 12, 7, 8, 9, 4, 5, 6, 1, 2, 3, 0};
+[[maybe_unused]] constexpr U16x16 kReverseFivePixels = {13, 14, 15, 10, 11, 12, 7, 8, 9, 4, 5, 6, 1, 2, 3, 0};
 
 template <int C>
 void MirrorLine(const uint16_t* s, uint16_t* d, long width) {
@@ -70,6 +70,7 @@ void MirrorLine(const uint16_t* s, uint16_t* d, long width) {
           // word) into the next block, which the next store or the tail
           // overwrites. Sixteen-bit shuffles across a whole 32-word vector
           // need AVX-512; without AVX2 the plain loop is the faster.
+#if !defined(__clang__)  // GCC's vector shuffle; clang builds take the plain loop
           if (level >= 2) {
             for (; x + 11 <= width; x += 10) {
               U16x32 v;
@@ -85,6 +86,9 @@ void MirrorLine(const uint16_t* s, uint16_t* d, long width) {
               std::memcpy(d + 3 * x, &v, sizeof v);
             }
           }
+#else
+          (void)level;
+#endif
         }
         const uint16_t* last = s + (width - 1) * C;
         for (; x < width; ++x)
