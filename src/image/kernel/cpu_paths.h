@@ -4,15 +4,7 @@
 // path gives the same results.
 #pragma once
 
-// GCC widens the vectors of these loops to 512 bits only when asked; clang
-// takes no such request in a target attribute.
-#ifndef SV_PREFER_512
-#if defined(__clang__)
-#define SV_PREFER_512 ""
-#else
-#define SV_PREFER_512 ",prefer-vector-width=512"
-#endif
-#endif
+#include "image/kernel/target_width.h"
 
 #if defined(__x86_64__) || defined(__i386__)
 #include <immintrin.h>
