@@ -9,6 +9,7 @@
 #include "image/kernel/accumulate.h"
 #include "image/kernel/analysis.h"
 #include "image/kernel/convert.h"
+#include "image/kernel/dynamic.h"
 #include "image/kernel/fft.h"
 #include "image/kernel/filter.h"
 #include "image/kernel/geometry.h"
