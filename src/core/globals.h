@@ -37,6 +37,9 @@ struct Globals {
   bool BackgroundValid = false;
   long BackgroundImageHandle = 0;
   bool NoiseReduction = false;
+  // The cancel flag of file reads and grabs: a reader sets it, a stop clears
+  // it, and the read ends at its next line.
+  bool LoadOK = false;
   long PreviewImageHandle = 0;     // the image that shows the live picture, 0 for none
 
   // The present electron energy in eV.
