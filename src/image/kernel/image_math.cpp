@@ -98,15 +98,16 @@ struct FastArgs {
 };
 
 // The fast loop, in 32-bit lanes. Its callers keep the values in range: the
-// second operand within +-65535, |bias| <= 2^29, a divisor up to 2^20 (256
-// for Divide), Multiply without divisor and bias, and clip or a wrap at a
-// power of two. The second operand is an image (ArrayB) or a constant for
-// each of the C channels; Divided applies the divisor.
+// second operand within +-65535, |bias| <= 2^29, a divisor up to 2^20,
+// Multiply without divisor and bias, and clip or a wrap at a power of two.
+// The second operand is an image (ArrayB) or a constant for each of the C
+// channels; Divided applies the divisor. Divide of two images, and their
+// Fade as a rule, take QuotientBody instead.
 template <int Op, bool Clip, int C, bool ArrayB, bool Divided>
 SV_INLINE void FastBody(size_t pixels, const uint16_t* a, const uint16_t* b, const int32_t* k,
                         uint16_t* d, const FastArgs& f) {
   // Locals, so that nothing is read again inside the loop.
-  const int32_t bias = f.bias, top = f.top, divisor = f.divisor, den = f.den, fade = f.fade;
+  const int32_t bias = f.bias, top = f.top, den = f.den, fade = f.fade;
   const float inv = f.inv;
   int32_t kc[C];
   for (int c = 0; c < C; ++c) kc[c] = ArrayB ? 0 : k[c];
@@ -125,20 +126,6 @@ SV_INLINE void FastBody(size_t pixels, const uint16_t* a, const uint16_t* b, con
       } else {
         if constexpr (Op == kMathFade) {
           v = DivEven(av * fade + bv * (100 - fade), den, inv);
-        } else if constexpr (Op == kMathDivide) {
-          // a / den in floats is within 0.004 / den of the quotient (a <
-          // 2^16, den < 2^24 exact), and a quotient that is no tie lies
-          // 1 / (2 den) or more from every half: rounding the float to
-          // nearest rounds the quotient. A tie shows as (0.5 - |x - q|) den
-          // below 0.25; then the even one of q and its neighbour wins.
-          const float fden = float(std::max(bv, 1) * divisor);
-          const float x = float(av) / fden;
-          const float qf = (x + 12582912.0f) - 12582912.0f;
-          const float e = x - qf;  // exact
-          const int32_t q = int32_t(qf);
-          const int32_t tie = std::bit_cast<int32_t>((0.5f - std::fabs(e)) * fden - 0.25f) >> 31;
-          const int32_t side = (std::bit_cast<int32_t>(e) >> 31) | 1;
-          v = q + (side & -(q & 1 & tie));
         } else {
           v = Combine<Op>(av, bv);
           if constexpr (Divided) v = DivEven(v, den, inv);
@@ -146,11 +133,6 @@ SV_INLINE void FastBody(size_t pixels, const uint16_t* a, const uint16_t* b, con
         v += bias;
         if constexpr (Clip) v = std::min(std::max(v, 0), top);
         else v &= top;
-        if constexpr (Op == kMathDivide) {
-          // By a zero sample: the top level, or 0 for 0 / 0.
-          const int32_t nonzeroB = (bv | -bv) >> 31, nonzeroA = (av | -av) >> 31;
-          v = (v & nonzeroB) | (top & nonzeroA & ~nonzeroB);
-        }
       }
       d[i] = uint16_t(v);
     }
@@ -159,6 +141,74 @@ SV_INLINE void FastBody(size_t pixels, const uint16_t* a, const uint16_t* b, con
 
 using FastFn = void (*)(size_t, const uint16_t*, const uint16_t*, const int32_t*, uint16_t*,
                         const FastArgs&);
+
+// Fade and Divide of two images in float lanes, each one correctly rounded
+// division num / den with num and den exact in floats. Unless the quotient
+// is a tie, it lies 1 / (2 den) or more from every half; below 2^23, num /
+// den in a float is off by at most 2^-24 of itself, which is less than
+// 2^-1 / den, so the float rounds as the quotient does. A tie, below 2^17,
+// is exact in the float. Adding 1.5 * 2^23 to a float from 0 to 2^22 then
+// rounds it to an integer, to nearest, ties to even, and leaves that integer
+// in the low bits of the sum.
+constexpr float kRound = 12582912.0f;
+constexpr int32_t kRoundBits = 0x4B400000;
+
+// Largest den of the float Fade: exact in a float (its sum stays below 2^23).
+constexpr long kQuotientDen = 1L << 24;
+
+template <int Op, bool Clip>
+SV_INLINE void QuotientBody(size_t n, const uint16_t* a, const uint16_t* b, uint16_t* d,
+                            const FastArgs& f) {
+  const int32_t bias = f.bias, top = f.top;
+  const float divisor = float(f.divisor), den = float(f.den);
+  const float wa = float(f.fade), wb = float(100 - f.fade);
+  for (size_t i = 0; i < n; ++i) {
+    const int32_t av = a[i], bv = b[i];
+    float x;
+    if constexpr (Op == kMathFade) {
+      x = (float(av) * wa + float(bv) * wb) / den;  // products and sum exact
+    } else {
+      // den = b * divisor is below 2^24. A zero b divides by 1, and the
+      // quotient is replaced below. (bv + (bv == 0)) rather than a max,
+      // which GCC turns into a branch around the division.
+      x = float(av) / (float(bv + int32_t(bv == 0)) * divisor);
+    }
+    int32_t v = std::bit_cast<int32_t>(x + kRound) - kRoundBits + bias;
+    if constexpr (Clip) v = std::min(std::max(v, 0), top);
+    else v &= top;
+    if constexpr (Op == kMathDivide) {
+      // By a zero sample: the top level, or 0 for 0 / 0.
+      const int32_t nonzeroB = (bv | -bv) >> 31, nonzeroA = (av | -av) >> 31;
+      v = (v & nonzeroB) | (top & nonzeroA & ~nonzeroB);
+    }
+    d[i] = uint16_t(v);
+  }
+}
+
+template <int Op, bool Clip>
+void QuotientBase(size_t n, const uint16_t* a, const uint16_t* b, const int32_t*, uint16_t* d,
+                  const FastArgs& f) {
+  QuotientBody<Op, Clip>(n, a, b, d, f);
+}
+
+template <int Op, bool Clip>
+SV_AVX2 void QuotientAvx2(size_t n, const uint16_t* a, const uint16_t* b, const int32_t*,
+                          uint16_t* d, const FastArgs& f) {
+  QuotientBody<Op, Clip>(n, a, b, d, f);
+}
+
+template <int Op, bool Clip>
+SV_AVX512 void QuotientAvx512(size_t n, const uint16_t* a, const uint16_t* b, const int32_t*,
+                              uint16_t* d, const FastArgs& f) {
+  QuotientBody<Op, Clip>(n, a, b, d, f);
+}
+
+template <int Op>
+FastFn PickQuotient(bool clip) {
+  if (cpu::HaveAvx512()) return clip ? QuotientAvx512<Op, true> : QuotientAvx512<Op, false>;
+  if (HaveAvx2()) return clip ? QuotientAvx2<Op, true> : QuotientAvx2<Op, false>;
+  return clip ? QuotientBase<Op, true> : QuotientBase<Op, false>;
+}
 
 template <int Op, bool Clip, int C, bool ArrayB, bool Divided>
 void FastBase(size_t n, const uint16_t* a, const uint16_t* b, const int32_t* k, uint16_t* d,
@@ -249,7 +299,7 @@ template <int Op, int C, bool ArrayB, bool Divided>
 FastFn PickPath(bool clip) {
   // Only the dividing loops gain from 16 lanes; the others run at the speed
   // of memory already.
-  constexpr bool wide = Divided || Op == kMathFade || Op == kMathDivide;
+  constexpr bool wide = Divided || Op == kMathFade;
   if (wide && cpu::HaveAvx512())
     return clip ? FastAvx512<Op, true, C, ArrayB, Divided> : FastAvx512<Op, false, C, ArrayB, Divided>;
   if (HaveAvx2())
@@ -280,9 +330,7 @@ FastFn PickFast(int op, bool clip, bool divided) {
     case kMathFade:
       if constexpr (ArrayB) return PickPath<kMathFade, C, ArrayB, true>(clip);
       return nullptr;
-    case kMathDivide:
-      if constexpr (ArrayB) return PickPath<kMathDivide, C, ArrayB, true>(clip);
-      return nullptr;
+    case kMathDivide: return nullptr;  // two images: the quotient loop
     default: return nullptr;
   }
 #undef SV_COMBINE
@@ -316,6 +364,10 @@ void Arithmetic(size_t pixels, const uint16_t* a, const uint16_t* b, const int64
     bool sixteen = !divided && p.bias == 0 && HaveAvx2();
     for (int c = 0; c < C && !ArrayB; ++c) sixteen = sixteen && k32[c] >= 0;
     FastFn fn = sixteen ? PickLane16<C, ArrayB>(op, p.clip) : nullptr;
+    if constexpr (ArrayB) {
+      if (op == kMathDivide) fn = PickQuotient<kMathDivide>(p.clip);
+      if (op == kMathFade && 100 * p.divisor <= kQuotientDen) fn = PickQuotient<kMathFade>(p.clip);
+    }
     if (!fn) fn = PickFast<C, ArrayB>(op, p.clip, divided);
     if (fn) {
       FastArgs f;

@@ -178,6 +178,68 @@ TEST_P(KernelImageMathPaths, DivideTiesGoToEven) {
   }
 }
 
+// The quotient in integers: num / den to nearest, ties to even, then bias
+// and clip or wrap; Divide by a zero sample gives the top level (0 / 0: 0).
+uint16_t ExactQuotient(int64_t a, int64_t b, const ImageMathParams& p) {
+  const int64_t top = p.levels - 1;
+  int64_t num, den = p.divisor;
+  if (p.operation == kMathFade) {
+    num = a * p.fade + b * (100 - p.fade);
+    den *= 100;
+  } else {
+    if (b == 0) return uint16_t(a == 0 ? 0 : top);
+    num = a;
+    den *= b;
+  }
+  int64_t q = num / den;
+  const int64_t twice = 2 * (num % den);
+  if (twice > den || (twice == den && (q & 1))) ++q;
+  const int64_t v = q + p.bias;
+  return uint16_t(p.clip ? std::clamp<int64_t>(v, 0, top) : v & top);
+}
+
+// Fade and Divide over many random samples, with exact ties (odd and even
+// quotients), zero samples and the largest divisors of their float loops.
+TEST_P(KernelImageMathPaths, FadeAndDivideMatchExactIntegers) {
+  std::mt19937 rng(77);
+  const size_t n = 4099;  // vector blocks and a tail
+  for (int round = 0; round < 60; ++round) {
+    ImageMathParams p = Op(round % 2 ? kMathDivide : kMathFade, round % 3 != 0,
+                           round % 3 == 1 ? 4096 : 65536);
+    const long divisors[] = {1, 2, 3, 7, 100, 255, 256, 167772};
+    p.divisor = divisors[round % 8];
+    if (p.operation == kMathDivide) p.divisor = std::min(p.divisor, 256L);
+    p.bias = round % 5 == 0 ? -long(rng() % 300) : round % 5 == 1 ? long(rng() % 300) : 0;
+    p.fade = int(rng() % 101);
+    if (round < 8) p.fade = 50;
+    Words a(n), b(n);
+    for (size_t i = 0; i < n; ++i) {
+      a[i] = uint16_t(rng() >> (rng() % 17));  // small values too
+      b[i] = uint16_t(rng() >> (rng() % 17));
+      if (i % 7 == 0) b[i] = 0;
+      if (i % 11 == 0) a[i] = 0;
+      if (p.operation == kMathDivide && i % 5 == 1 && b[i] != 0) {
+        // a = (2k + 1) b d / 2: a quotient of exactly k + 1/2.
+        const uint64_t bd = uint64_t(b[i]) * uint64_t(p.divisor);
+        if (bd % 2 == 0 && bd / 2 <= 65535) {
+          const uint64_t most = (65535 / (bd / 2) - 1) / 2;
+          a[i] = uint16_t((2 * (rng() % (most + 1)) + 1) * (bd / 2));
+        }
+      }
+    }
+    if (p.operation == kMathFade) {
+      a[3] = 10, b[3] = 21;  // 15.5 at fade 50
+      a[4] = 10, b[4] = 23;  // 16.5
+    }
+    Words out(n);
+    ASSERT_TRUE(SV_image_math2({long(n), 1}, 1, a, b, out, p));
+    for (size_t i = 0; i < n; ++i)
+      ASSERT_EQ(out[i], ExactQuotient(a[i], b[i], p))
+          << "op " << p.operation << " fade " << p.fade << " divisor " << p.divisor << " bias "
+          << p.bias << " clip " << p.clip << " a " << a[i] << " b " << b[i];
+  }
+}
+
 TEST(KernelImageMath, InPlaceAndBadArguments) {
   const FrameSize size{3, 3};
   Words a = Random(9, 4, 0xFF), b = Random(9, 5, 0xFF);
