@@ -11,6 +11,7 @@
 #include "core/host.h"
 #include "core/mdi_main.h"
 #include "image/form_lut.h"
+#include "image/image_files.h"
 #include "image/kernel/sv_kernel.h"
 
 namespace sv {
@@ -21,7 +22,8 @@ namespace {
 constexpr long kMaxImageBytes = 1L << 30;
 
 // The operations Invoke runs.
-constexpr const char* kOperations[] = {"FileClose", "Undo", "EditClear", "Lut", "Activate"};
+constexpr const char* kOperations[] = {"FileClose", "Undo",     "EditClear", "Lut",
+                                        "Activate",  "FileSave", "FileSaveAs"};
 
 // Colour of the measuring polygon's legs (0xBBGGRR).
 constexpr long kPolygonColour = 0x0000FF;
@@ -100,6 +102,14 @@ bool Form_Camera::Invoke(const std::string& operation) {
   }
   if (operation == "Activate") {
     RealizeLUT();
+    return true;
+  }
+  if (operation == "FileSave") {
+    sv::FileSave(*this);
+    return true;
+  }
+  if (operation == "FileSaveAs") {
+    sv::FileSaveAs(*this);
     return true;
   }
   return false;
@@ -618,6 +628,7 @@ void RegisterImageDocuments(MDIForm_Main& main) {
   main.SetImageFactory([](MDIForm_Main& m) -> std::unique_ptr<ChildDocument> {
     return std::make_unique<Form_Camera>(&m);
   });
+  RegisterImageFiles(main);
   MDIForm_Main* m = &main;
   main.SetCommand("mnuNewImage", [m](int) {
     Form_Camera* image = NewImage(*m);

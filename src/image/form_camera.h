@@ -168,6 +168,9 @@ class Form_Camera : public ChildDocument {
   std::string Filename;
   bool HasFilename() const { return !Filename.empty(); }
   std::string ImgDescription;
+  // The save filter of the file the image came from or went to (1 to 12), 0
+  // for none: a plain Save writes it again.
+  int FileFilter = 0;
   std::string StatusLine;
   bool GrabEnabled = false;
   bool HasParticle = false;

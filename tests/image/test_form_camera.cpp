@@ -464,7 +464,8 @@ TEST_F(CameraInMainTest, ChangedImageAsksBeforeClosing) {
   EXPECT_EQ(host.messages[0].buttons, MsgButtons::YesNoCancel);
   EXPECT_NE(main.Child(handle), nullptr);
 
-  host.Answer(MsgResult::Yes);  // nothing can save yet: the image stays
+  host.Answer(MsgResult::Yes);  // Save As, cancelled: the image stays
+  host.AnswerFile("");
   main.Click("mnuClose");
   EXPECT_NE(main.Child(handle), nullptr);
 
@@ -484,8 +485,9 @@ TEST_F(CameraInMainTest, UnchangedImageClosesWithoutAsking) {
 
 TEST_F(CameraInMainTest, OffersOnlyWhatItCanDo) {
   Form_Camera* img = ShownImage();
-  for (const char* op : {"FileClose", "Undo", "EditClear", "Lut"}) EXPECT_TRUE(img->Offers(op)) << op;
-  for (const char* op : {"EditCopy", "FileSave", "Info", "AddRows"}) {
+  for (const char* op : {"FileClose", "Undo", "EditClear", "Lut", "FileSave", "FileSaveAs"})
+    EXPECT_TRUE(img->Offers(op)) << op;
+  for (const char* op : {"EditCopy", "Info", "AddRows"}) {
     EXPECT_FALSE(img->Offers(op)) << op;
     EXPECT_FALSE(img->Invoke(op)) << op;
   }
