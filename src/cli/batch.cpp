@@ -5,6 +5,7 @@
 #include "acquisition/grabber.h"
 #include "acquisition/grabber_environment.h"
 #include "cli/batch_host.h"
+#include "cli/batch_images.h"
 #include "core/globals.h"
 #include "core/settings.h"
 #include "image/kernel/sv_kernel.h"
@@ -107,7 +108,8 @@ std::string Usage() {
          "              looked for in the config folder\n"
          "  grabbers    the grabber drivers: number, stem, display name and whether\n"
          "              it can come up here, then the capture devices found\n"
-         "  help        this text\n";
+         "  help        this text\n" +
+         ImageUsage();
 }
 
 int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -122,6 +124,8 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   }
   if (cmd == "settings") return Settings(args, out, err);
   if (cmd == "grabbers") return Grabbers(args, out, err);
+  if (cmd == "image-info") return ImageInfo(args, out, err);
+  if (cmd == "image-convert") return ImageConvert(args, out, err);
   return BadCommandLine(err, "unknown command " + cmd);
 }
 

@@ -1,0 +1,94 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <vector>
+
+#include "cli/batch.h"
+#include "core/globals.h"
+#include "image/form_camera.h"
+#include "image/image_files.h"
+
+namespace sv::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+class BatchImagesTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string base = fs::temp_directory_path().string() + "/sv4200-test-imgXXXXXX";
+    std::vector<char> buf(base.begin(), base.end());
+    buf.push_back('\0');
+    ASSERT_NE(mkdtemp(buf.data()), nullptr);
+    root = buf.data();
+  }
+  void TearDown() override {
+    ResetGlobals();
+    std::error_code ec;
+    fs::remove_all(root, ec);
+  }
+  int Run(std::vector<std::string> args) {
+    out.str("");
+    err.str("");
+    return RunBatch(args, out, err);
+  }
+  // A 12-bit 5 x 4 picture with a comment, saved as B16.
+  std::string Picture() {
+    Form_Camera image(nullptr);
+    std::vector<uint16_t> src(20);
+    for (size_t i = 0; i < src.size(); ++i) src[i] = uint16_t(i * 200);
+    image.CreateImage(5, 4, 12, src.data());
+    image.ImgDescription = "Ag(111)";
+    const std::string path = root + "/in.b16";
+    EXPECT_TRUE(SaveB16(image, path));
+    return path;
+  }
+  std::string root;
+  std::ostringstream out, err;
+};
+
+TEST_F(BatchImagesTest, InfoTellsTypeSizeDepthColourAndComment) {
+  const std::string path = Picture();
+  ASSERT_EQ(Run({"image-info", path}), 0) << err.str();
+  const std::string s = out.str();
+  EXPECT_NE(s.find("type: 7 B16\n"), std::string::npos) << s;
+  EXPECT_NE(s.find("width: 5\n"), std::string::npos);
+  EXPECT_NE(s.find("height: 4\n"), std::string::npos);
+  EXPECT_NE(s.find("bits: 12\n"), std::string::npos);
+  EXPECT_NE(s.find("colour: no\n"), std::string::npos);
+  EXPECT_NE(s.find("comment: Ag(111)\n"), std::string::npos);
+  EXPECT_NE(s.find("resolution: "), std::string::npos);
+
+  EXPECT_EQ(Run({"image-info"}), 2);
+  EXPECT_EQ(Run({"image-info", root + "/missing.tif"}), 1);
+  EXPECT_NE(err.str().find("cannot read"), std::string::npos);
+}
+
+TEST_F(BatchImagesTest, ConvertTakesTheFilterFromTheExtensionOrTheOption) {
+  const std::string in = Picture();
+  ASSERT_EQ(Run({"image-convert", in, root + "/out.t16"}), 0) << err.str();
+  EXPECT_NE(out.str().find("TIFF - 16 Bit"), std::string::npos);
+  Form_Camera back(nullptr);
+  ASSERT_TRUE(ImageOpenDo(back, root + "/out.t16"));
+  EXPECT_EQ(back.ImageWidth(), 5);
+  EXPECT_EQ(back.ImagePtr()[19], 19 * 200);
+  EXPECT_EQ(back.ImgDescription, "Ag(111)");
+
+  ASSERT_EQ(Run({"image-convert", in, root + "/out.txt", "--filter", "11"}), 0) << err.str();
+  std::ifstream f(root + "/out.txt");
+  std::string first;
+  std::getline(f, first);
+  EXPECT_EQ(first, "0\t200\t400\t600\t800\r");
+
+  EXPECT_EQ(Run({"image-convert", in, root + "/out.xyz"}), 2);  // no filter for that
+  EXPECT_EQ(Run({"image-convert", in, root + "/o.tif", "--filter", "13"}), 2);
+  EXPECT_EQ(Run({"image-convert", in, root + "/o.tif", "--filter", "x"}), 2);
+  EXPECT_EQ(Run({"image-convert", in}), 2);
+  EXPECT_EQ(Run({"image-convert", root + "/none.b16", root + "/o.tif"}), 1);
+}
+
+}  // namespace
+}  // namespace sv::cli
