@@ -741,7 +741,9 @@ bool SaveTIF(Form_Camera& image, const std::string& path, int filter) {
   const bool colour = image.HasColors();
   const uint32_t w = uint32_t(image.ImageWidth()), h = uint32_t(image.ImageHeight());
   const std::string& comment = image.ImgDescription;
-  const uint16_t entries = uint16_t(12 + (comment.empty() ? 0 : 1));
+  // The directory of the list, with RowsPerStrip and StripByteCounts beside it:
+  // other readers need them to take the pixels as one strip without a warning.
+  const uint16_t entries = uint16_t(14 + (comment.empty() ? 0 : 1));
   // Behind the directory: the next-directory link, the bits of a colour
   // image, the two rationals, the comment, the pixels.
   const uint32_t dirEnd = 8 + 2 + entries * 12 + 4;
@@ -765,6 +767,8 @@ bool SaveTIF(Form_Camera& image, const std::string& path, int filter) {
   if (!comment.empty()) Entry(d, 270, 2, uint32_t(comment.size()) + 1, commentAt);
   Entry(d, 273, 4, 1, pixelsAt);
   Entry(d, 277, 3, 1, colour ? 3 : 1);
+  Entry(d, 278, 4, 1, h);
+  Entry(d, 279, 4, 1, uint32_t(uint64_t(w) * h * (colour ? 3 : 1) * (wide ? 2 : 1)));
   Entry(d, 282, 5, 1, xResAt);
   Entry(d, 283, 5, 1, yResAt);
   Entry(d, 284, 3, 1, 1);

@@ -1,0 +1,209 @@
+// Files from ImageMagick and libtiff's tools load upright with their pixels,
+// and files written here pass those tools without warnings. Each test is
+// skipped where its tool is not installed.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "core/globals.h"
+#include "image/form_camera.h"
+#include "image/image_files.h"
+#include "support/scripted_host.h"
+
+namespace sv {
+namespace {
+
+bool Shell(const std::string& cmd) { return std::system(cmd.c_str()) == 0; }
+
+// Standard output and error of a command, and whether it succeeded.
+std::string Capture(const std::string& cmd, bool& ok) {
+  std::string text;
+  FILE* p = popen((cmd + " 2>&1").c_str(), "r");
+  if (!p) {
+    ok = false;
+    return text;
+  }
+  std::array<char, 4096> buf;
+  size_t n;
+  while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) text.append(buf.data(), n);
+  ok = pclose(p) == 0;
+  return text;
+}
+
+bool HaveMagick() {
+  static const bool have = Shell("convert -version 2>/dev/null | grep -q '^Version: ImageMagick' && "
+               "command -v identify >/dev/null 2>&1");
+  return have;
+}
+bool HaveTiffTools() {
+  static const bool have =
+      Shell("command -v tiffcp >/dev/null 2>&1 && command -v tiffinfo >/dev/null 2>&1");
+  return have;
+}
+
+bool HasWarning(const std::string& text) {
+  std::string lower = text;
+  for (char& c : lower) c = char(std::tolower(static_cast<unsigned char>(c)));
+  return lower.find("warning") != std::string::npos || lower.find("error") != std::string::npos;
+}
+
+class InteropTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ResetGlobals();
+    host.lenient = false;
+  }
+  std::string Path(const std::string& name) { return host.root + "/" + name; }
+
+  // W x H samples, top row first; every value differs so that a flip shows.
+  static constexpr long kW = 9, kH = 5;
+  static uint16_t Value(long x, long y, int c, int bits) {
+    const uint32_t v = uint32_t(x * 5 + y * 45 + c * 3 + 1);  // at most 227
+    return uint16_t(bits == 16 ? v * 251 : v);
+  }
+  // A PGM (bits 8 or 16) or PPM with those values.
+  void WritePnm(const std::string& path, int bits, bool colour) {
+    std::string s = std::string(colour ? "P6" : "P5") + "\n" + std::to_string(kW) + " " +
+                    std::to_string(kH) + "\n" + (bits == 16 ? "65535" : "255") + "\n";
+    for (long y = 0; y < kH; ++y)
+      for (long x = 0; x < kW; ++x)
+        for (int c = 0; c < (colour ? 3 : 1); ++c) {
+          const uint16_t v = Value(x, y, c, bits);
+          if (bits == 16) s += char(v >> 8);
+          s += char(v & 0xFF);
+        }
+    test::WriteFile(path, s);
+  }
+  void ExpectValues(const Form_Camera& image, int bits, bool colour) {
+    ASSERT_EQ(image.ImageWidth(), kW);
+    ASSERT_EQ(image.ImageHeight(), kH);
+    ASSERT_EQ(image.HasColors(), colour);
+    const int channels = colour ? 3 : 1;
+    for (long y = 0; y < kH; ++y)
+      for (long x = 0; x < kW; ++x)
+        for (int c = 0; c < channels; ++c)
+          ASSERT_EQ(image.ImagePtr()[(y * kW + x) * channels + c], Value(x, y, c, bits))
+              << x << "," << y << "," << c;
+  }
+
+  test::ScriptedHost host;
+};
+
+TEST_F(InteropTest, TiffFromImageMagickLoadsUpright) {
+  if (!HaveMagick()) GTEST_SKIP() << "ImageMagick is not installed";
+  struct Case {
+    const char* name;
+    int bits;
+    bool colour;
+    const char* options;
+  };
+  for (const Case c : {Case{"g8", 8, false, "-type Grayscale -depth 8"},
+                       Case{"g16", 16, false, "-type Grayscale -depth 16"},
+                       Case{"rgb", 8, true, "-type TrueColor -depth 8"},
+                       Case{"strips", 8, false,
+                            "-type Grayscale -depth 8 -define tiff:rows-per-strip=1"}}) {
+    SCOPED_TRACE(c.name);
+    const std::string pnm = Path(std::string(c.name) + (c.colour ? ".ppm" : ".pgm"));
+    const std::string tif = Path(std::string(c.name) + ".tif");
+    WritePnm(pnm, c.bits, c.colour);
+    ASSERT_TRUE(Shell("convert " + pnm + " " + c.options + " -compress none -endian LSB " + tif));
+    Form_Camera image;
+    ASSERT_TRUE(ImageOpenDo(image, tif));
+    ExpectValues(image, c.bits, c.colour);
+  }
+}
+
+TEST_F(InteropTest, BmpFromImageMagickLoadsUpright) {
+  if (!HaveMagick()) GTEST_SKIP() << "ImageMagick is not installed";
+  WritePnm(Path("g.pgm"), 8, false);
+  WritePnm(Path("c.ppm"), 8, true);
+  ASSERT_TRUE(Shell("convert " + Path("g.pgm") + " -type Palette BMP3:" + Path("g.bmp")));
+  ASSERT_TRUE(Shell("convert " + Path("c.ppm") + " -type TrueColor BMP3:" + Path("c.bmp")));
+  ASSERT_TRUE(Shell("convert " + Path("c.ppm") + " -type TrueColor " + Path("c5.bmp")));
+  Form_Camera g, c, c5;
+  ASSERT_TRUE(ImageOpenDo(g, Path("g.bmp")));
+  ExpectValues(g, 8, false);
+  ASSERT_TRUE(ImageOpenDo(c, Path("c.bmp")));
+  ExpectValues(c, 8, true);
+  ASSERT_TRUE(ImageOpenDo(c5, Path("c5.bmp")));
+  ExpectValues(c5, 8, true);
+}
+
+TEST_F(InteropTest, TiffRestripedByTiffcpLoads) {
+  if (!HaveTiffTools()) GTEST_SKIP() << "libtiff's tools are not installed";
+  Form_Camera out;
+  std::vector<uint16_t> src(size_t(kW * kH));
+  for (long y = 0; y < kH; ++y)
+    for (long x = 0; x < kW; ++x) src[size_t(y * kW + x)] = Value(x, y, 0, 16);
+  out.CreateImage(kW, kH, 16, src.data());
+  ASSERT_TRUE(ImageSaveDo(out, Path("ours.t16"), 6));
+  ASSERT_TRUE(Shell("tiffcp -L -c none -r 1 " + Path("ours.t16") + " " + Path("strips.tif")));
+  Form_Camera in;
+  ASSERT_TRUE(ImageOpenDo(in, Path("strips.tif")));
+  ExpectValues(in, 16, false);
+}
+
+TEST_F(InteropTest, FilesWrittenHerePassTiffinfoAndIdentifyAndOpenUpright) {
+  const bool magick = HaveMagick(), tiff = HaveTiffTools();
+  if (!magick && !tiff) GTEST_SKIP() << "neither ImageMagick nor libtiff's tools are installed";
+  Form_Camera grey, colour;
+  std::vector<uint16_t> g(size_t(kW * kH)), c(size_t(kW * kH * 3));
+  for (long y = 0; y < kH; ++y)
+    for (long x = 0; x < kW; ++x) {
+      g[size_t(y * kW + x)] = Value(x, y, 0, 8);
+      for (int k = 0; k < 3; ++k) c[size_t((y * kW + x) * 3 + k)] = Value(x, y, k, 8);
+    }
+  grey.CreateImage(kW, kH, 8, g.data());
+  grey.ImgDescription = "grey test";
+  colour.SetHasColors(true);
+  colour.CreateImage(kW, kH, 8, c.data());
+  struct Case {
+    Form_Camera* image;
+    int filter;
+    const char* name;
+  };
+  for (const Case k : {Case{&grey, 1, "g.tif"}, Case{&colour, 1, "c.tif"}, Case{&grey, 6, "g.t16"},
+                       Case{&grey, 2, "g.bmp"}, Case{&colour, 2, "c.bmp"}, Case{&grey, 3, "g.jpg"},
+                       Case{&colour, 3, "c.jpg"}}) {
+    SCOPED_TRACE(k.name);
+    const std::string path = Path(k.name);
+    ASSERT_TRUE(ImageSaveDo(*k.image, path, k.filter));
+    bool ok = false;
+    if (tiff && k.filter != 2 && k.filter != 3) {
+      const std::string info = Capture("tiffinfo " + path, ok);
+      EXPECT_TRUE(ok) << info;
+      EXPECT_FALSE(HasWarning(info)) << info;
+    }
+    if (!magick) continue;
+    const std::string fmt = k.filter == 6 ? "TIFF:" : "";
+    const std::string id = Capture("identify " + fmt + path, ok);
+    EXPECT_TRUE(ok) << id;
+    EXPECT_FALSE(HasWarning(id)) << id;
+    if (k.filter == 3) continue;  // JPEG's loss makes a pixel test loose
+    // The top-left pixel of the file, as ImageMagick reads it.
+    const std::string px = Capture("convert " + fmt + path +
+                                       " -format '%[fx:int(255*p{0,0}.r+0.5)] "
+                                       "%[fx:int(255*p{8,4}.r+0.5)]' info:",
+                                   ok);
+    ASSERT_TRUE(ok) << px;
+    std::istringstream in(px);
+    int first = -1, last = -1;
+    in >> first >> last;
+    if (k.filter == 6) {
+      // 16-bit samples of 8-bit values: the top-left sample is tiny, the
+      // bottom-right one larger; upright means the same order.
+      EXPECT_LE(first, last);
+    } else {
+      EXPECT_EQ(first, Value(0, 0, 0, 8)) << px;
+      EXPECT_EQ(last, Value(8, 4, 0, 8)) << px;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace sv
