@@ -1,5 +1,7 @@
 #include "app/qt_host.h"
 
+#include <algorithm>
+
 #include <QApplication>
 #include <QClipboard>
 #include <QCursor>
@@ -9,6 +11,7 @@
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QScreen>
+#include <QTimer>
 
 #include "core/globals.h"
 
@@ -95,6 +98,7 @@ QStringList QtFilters(const std::string& filter) {
 
 QtHost::QtHost() = default;
 QtHost::~QtHost() {
+  for (auto& [id, timer] : qtimers_) delete timer;
   if (busy_) QGuiApplication::restoreOverrideCursor();
 }
 
@@ -170,6 +174,26 @@ std::string QtHost::ClipboardText() {
 
 void QtHost::SetClipboardText(const std::string& text) {
   if (QClipboard* c = QGuiApplication::clipboard()) c->setText(Q(text));
+}
+
+int QtHost::StartTimer(int intervalMs, std::function<void()> tick) {
+  auto* timer = new QTimer();
+  timer->setInterval(std::max(0, intervalMs));
+  const int id = nextTimer_++;
+  QObject::connect(timer, &QTimer::timeout, [tick = std::move(tick)] {
+    if (tick) tick();
+  });
+  qtimers_[id] = timer;
+  timer->start();
+  return id;
+}
+
+void QtHost::StopTimer(int id) {
+  auto it = qtimers_.find(id);
+  if (it == qtimers_.end()) return;
+  it->second->stop();
+  it->second->deleteLater();  // the tick that stops its own timer is still running
+  qtimers_.erase(it);
 }
 
 uint32_t QtHost::TimeGetTime() { return platform::MonotonicMilliseconds(); }

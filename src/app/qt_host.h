@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -13,6 +14,7 @@
 #include "core/host.h"
 #include "core/platform/platform.h"
 
+class QTimer;
 class QWidget;
 
 namespace sv::app {
@@ -56,6 +58,9 @@ class QtHost : public Host {
   UserStore& Store() override;
   int64_t FreeDiskSpace(const std::string& path) override;
   ScreenSize Screen() override;
+  // QTimers on the event loop.
+  int StartTimer(int intervalMs, std::function<void()> tick) override;
+  void StopTimer(int id) override;
 
  private:
   FileDialogResult RunFileDialog(const FileDialog& dlg, bool save);
@@ -64,6 +69,8 @@ class QtHost : public Host {
   QWidget* dialogParent_ = nullptr;
   std::unique_ptr<platform::IniUserStore> store_;
   bool busy_ = false;
+  std::map<int, QTimer*> qtimers_;
+  int nextTimer_ = 1;
 };
 
 }  // namespace sv::app

@@ -17,6 +17,30 @@ Host& host() {
   return *g_host;
 }
 
+int TimerList::Start(int intervalMs, std::function<void()> tick) {
+  const int id = next_++;
+  timers_[id] = Entry{intervalMs, std::move(tick)};
+  return id;
+}
+
+void TimerList::Stop(int id) { timers_.erase(id); }
+
+int TimerList::Interval(int id) const {
+  auto it = timers_.find(id);
+  return it == timers_.end() ? 0 : it->second.intervalMs;
+}
+
+void TimerList::Fire() {
+  std::vector<int> ids;
+  for (const auto& [id, entry] : timers_) ids.push_back(id);
+  for (int id : ids) {
+    auto it = timers_.find(id);
+    if (it == timers_.end()) continue;
+    auto tick = it->second.tick;  // the tick may stop its own timer
+    if (tick) tick();
+  }
+}
+
 void SetHost(Host* h) { g_host = h; }
 bool HasHost() { return g_host != nullptr; }
 

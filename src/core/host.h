@@ -4,6 +4,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -47,6 +49,28 @@ class UserStore {
                            const std::string& key, const std::string& value) = 0;
 };
 
+// Event-loop timers kept as a plain list: a host without a loop of its own
+// keeps them here and runs them when its owner says so.
+class TimerList {
+ public:
+  int Start(int intervalMs, std::function<void()> tick);
+  void Stop(int id);
+  // Runs every timer once, in the order they were started. A tick may start
+  // or stop timers; one stopped during the round does not run.
+  void Fire();
+  bool Running(int id) const { return timers_.count(id) > 0; }
+  int Interval(int id) const;
+  size_t Count() const { return timers_.size(); }
+
+ private:
+  struct Entry {
+    int intervalMs;
+    std::function<void()> tick;
+  };
+  std::map<int, Entry> timers_;
+  int next_ = 1;
+};
+
 class Host {
  public:
   virtual ~Host() = default;
@@ -80,6 +104,19 @@ class Host {
   virtual UserStore& Store() = 0;
   virtual int64_t FreeDiskSpace(const std::string& path) = 0;  // bytes, -1 when unknown
   virtual ScreenSize Screen() = 0;
+
+  // Event-loop timers: `tick` runs every `intervalMs` milliseconds from the
+  // event loop until stopped. Returns an id above 0. Ticks that fall due
+  // while one runs are coalesced. The default keeps them in a list that the
+  // host's owner may run (Timers().Fire()) or ignore.
+  virtual int StartTimer(int intervalMs, std::function<void()> tick) {
+    return timers_.Start(intervalMs, std::move(tick));
+  }
+  virtual void StopTimer(int id) { timers_.Stop(id); }
+  TimerList& Timers() { return timers_; }
+
+ private:
+  TimerList timers_;
 };
 
 // The process-wide host. Set once at start (and by each test).

@@ -85,6 +85,10 @@ class ScriptedHost : public Host {
   int64_t FreeDiskSpace(const std::string&) override { return freeDisk; }
   ScreenSize Screen() override { return screen; }
 
+  // Timers run only when the test says: every running timer ticks once.
+  void FireTimers() { Timers().Fire(); }
+  size_t RunningTimers() { return Timers().Count(); }
+
   // The texts of all recorded messages.
   std::vector<std::string> MessageTexts() const;
   std::string LastStatus() const { return status.empty() ? std::string() : status.back(); }
