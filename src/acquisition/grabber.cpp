@@ -5,6 +5,7 @@
 
 #include "acquisition/capture_devices.h"
 #include "acquisition/grabber_environment.h"
+#include "acquisition/live.h"
 #include "core/globals.h"
 #include "core/host.h"
 #include "core/ini_profile.h"
@@ -323,7 +324,7 @@ bool GrabberOffersDialogs() { return false; }
 // --- Exit ----------------------------------------------------------------------------
 
 void GrabberExit() {
-  // Nothing runs live yet that would need stopping here.
+  StopPreview();
   GrabberClose();
   GrabberUnload();
   GrabberGlobals& b = g_grabber;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "acquisition/grabber.h"
+#include "acquisition/live.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "core/startup.h"
@@ -77,6 +78,7 @@ void AfterGrabberSelection(MDIForm_Main& main) {
   Globals& g = G();
   GrabberGlobals& b = GB();
   // 1. No live picture runs across a change of grabber.
+  StopPreview();
   g.VideoMode = 0;
   // 3. The grabber's depth and the display range that goes with it.
   b.GrabberBits = std::clamp(GrabberBitsPerPixel(), 1L, 16L);

@@ -1,0 +1,391 @@
+// Live acquisition on the dummy grabber: the preview and its timer, grabs,
+// noise reduction, the background image, timed grabs, averaging and the
+// full-screen picture.
+
+#include <filesystem>
+
+#include "acquisition/grabber_environment.h"
+#include "acquisition/live.h"
+#include "grabber_fixture.h"
+#include "image/form_camera.h"
+#include "image/kernel/accumulate.h"
+
+namespace sv {
+namespace {
+
+constexpr const char* kQuestion =
+    "Background Image is different in size and/or dynamik.\r\n"
+    "Press [Yes] to reload original background image (recommended)\r\n"
+    "Press [No] to convert existing background image\r\n"
+    "Press [Cancel] to disable background image subtraction";
+
+class LiveTest : public test::GrabberTest {
+ protected:
+  void SetUp() override {
+    GrabberTest::SetUp();
+    ResetLiveGlobals();
+    RegisterImageDocuments(main);
+    RegisterGrabberCommands(main);
+    RegisterLiveCommands(main);
+    G().ImagesPath = host.root + "/images/";
+    std::filesystem::create_directories(G().ImagesPath);
+    ASSERT_TRUE(StartGrabber("DummyGrb"));
+    preview = PreviewImage(&main);
+    ASSERT_NE(preview, nullptr);
+    main.PrepareAllMenus();
+  }
+  void TearDown() override {
+    ResetLiveGlobals();
+    GrabberTest::TearDown();
+  }
+  // The dummy's next frames, as Grab would see them, without taking them.
+  std::vector<uint16_t> NextFrames(int count) {
+    const uint32_t frames = GB().DummyFrames;
+    const size_t samples = size_t(preview->ImageBytes()) / 2;
+    std::vector<uint16_t> all(samples * count);
+    for (int i = 0; i < count; ++i)
+      EXPECT_EQ(DummyReadImage(Samples16(all.data() + i * samples, samples)), 0);
+    GB().DummyFrames = frames;
+    return all;
+  }
+  size_t Samples() const { return size_t(preview->ImageBytes()) / 2; }
+  // A hidden background image of its own shape.
+  Form_Camera& MakeBackground(long width, long height, long bits, uint16_t value) {
+    auto* bg = dynamic_cast<Form_Camera*>(main.CreateImage());
+    EXPECT_NE(bg, nullptr);
+    G().BackgroundImageHandle = bg->Handle();
+    G().BackgroundValid = true;
+    bg->CreateImage(width, height, bits, nullptr);
+    std::fill(bg->ImagePtr(), bg->ImagePtr() + bg->ImageBytes() / 2, value);
+    return *bg;
+  }
+  Form_Camera* preview = nullptr;
+};
+
+TEST(TimerListTest, TicksInOrderAndAStoppedTimerMissesItsTurn) {
+  TimerList timers;
+  std::vector<int> ticks;
+  int second = 0;
+  const int first = timers.Start(10, [&] {
+    ticks.push_back(1);
+    timers.Stop(second);  // stops the next one within the same round
+  });
+  second = timers.Start(20, [&] { ticks.push_back(2); });
+  const int third = timers.Start(30, [&] {
+    ticks.push_back(3);
+    timers.Stop(third);  // and itself
+  });
+  EXPECT_EQ(timers.Interval(second), 20);
+  timers.Fire();
+  EXPECT_EQ(ticks, (std::vector<int>{1, 3}));
+  EXPECT_TRUE(timers.Running(first));
+  EXPECT_FALSE(timers.Running(third));
+  EXPECT_EQ(timers.Count(), 1u);
+}
+
+TEST(FrameRateTest, OneDecimalAndHertz) {
+  EXPECT_EQ(FrameRateText(80), "12.5 Hz");
+  EXPECT_EQ(FrameRateText(1000), "1.0 Hz");
+  EXPECT_EQ(FrameRateText(3), "333.3 Hz");
+  EXPECT_EQ(FrameRateText(0), "1000.0 Hz");
+}
+
+TEST_F(LiveTest, PreviewRunsOnItsTimerShowsTheRateAndStopsOnTheSecondClick) {
+  host.tick = 40;  // every clock reading is 40 ms after the last
+  main.Click("mnuPreview");
+  EXPECT_TRUE(PreviewRunning());
+  EXPECT_EQ(host.RunningTimers(), 1u);
+  EXPECT_TRUE(main.FindMenu("mnuPreview")->checked);
+  EXPECT_TRUE(main.FindButton("Preview")->checked);
+  const uint32_t frames = GB().DummyFrames;
+  EXPECT_GE(frames, 1u) << "one grab before the timer";
+  for (int i = 0; i < 3; ++i) host.FireTimers();
+  EXPECT_EQ(GB().DummyFrames, frames + 3);
+  // Start, the dummy's reading, end: two steps of 40 ms.
+  EXPECT_EQ(main.Panel(kPanelFrameRate), "12.5 Hz");
+  main.Click("mnuPreview");
+  EXPECT_FALSE(PreviewRunning());
+  EXPECT_EQ(host.RunningTimers(), 0u);
+  EXPECT_FALSE(main.FindButton("Preview")->checked);
+  host.FireTimers();
+  EXPECT_EQ(GB().DummyFrames, frames + 3);
+}
+
+TEST_F(LiveTest, TheFramePathKeepsItsBuffers) {
+  MakeBackground(kDummyWidth, kDummyHeight, kDummyBits, 3);
+  G().SubtractBackground = -1;
+  G().NoiseReduction = true;
+  Preview(*preview);
+  host.FireTimers();
+  const uint16_t* image = preview->ImagePtr();
+  const uint8_t* display = preview->ImagePtr8();
+  const uint16_t* grab = preview->GrabPtr();
+  const long builds = preview->LutBuilds();
+  for (int i = 0; i < 5; ++i) host.FireTimers();
+  EXPECT_EQ(preview->ImagePtr(), image);
+  EXPECT_EQ(preview->ImagePtr8(), display);
+  EXPECT_EQ(preview->GrabPtr(), grab);
+  EXPECT_EQ(preview->LutBuilds(), builds) << "the table is built only when its limits move";
+  EXPECT_TRUE(host.messages.empty());
+
+  StopPreview();
+  ASSERT_TRUE(Average(*preview, 4));
+  const uint32_t* sum = LV().AverageSum.data();
+  ASSERT_TRUE(Average(*preview, 8));
+  EXPECT_EQ(LV().AverageSum.data(), sum);
+  EXPECT_EQ(preview->ImagePtr(), image);
+}
+
+TEST_F(LiveTest, AGrabReplacesTheFrameAndNoiseReductionMixesItIn) {
+  auto next = NextFrames(1);
+  EXPECT_EQ(Grab(*preview), 0);
+  EXPECT_TRUE(std::equal(next.begin(), next.end(), preview->ImagePtr()));
+
+  std::vector<uint16_t> mean(preview->ImagePtr(), preview->ImagePtr() + Samples());
+  next = NextFrames(1);
+  ASSERT_TRUE(SV_avg_hist(Samples(), next, mean, kNoiseReductionFrames));
+  main.Click("mnuAvgHist");
+  EXPECT_TRUE(G().NoiseReduction);
+  EXPECT_TRUE(main.FindMenu("mnuAvgHist")->checked);
+  EXPECT_EQ(Grab(*preview), 0);
+  EXPECT_TRUE(std::equal(mean.begin(), mean.end(), preview->ImagePtr()));
+  EXPECT_FALSE(std::equal(next.begin(), next.end(), preview->ImagePtr()));
+  main.Click("mnuAvgHist");
+  EXPECT_FALSE(G().NoiseReduction);
+}
+
+TEST_F(LiveTest, AGrabFollowsTheCamerasShapeAndKeepsThePreviewRunning) {
+  preview->Filename = "/somewhere/old.tif";
+  Preview(*preview);
+  EXPECT_EQ(preview->Caption().find("old"), std::string::npos);
+  GB().GrabberColor = true;
+  host.FireTimers();
+  EXPECT_TRUE(preview->HasColors());
+  EXPECT_EQ(preview->ImageBytes(), kDummyWidth * kDummyHeight * 6);
+  EXPECT_EQ(preview->ImageBitsPerPixel(), kDummyBits);
+  EXPECT_TRUE(PreviewRunning());
+  EXPECT_EQ(host.RunningTimers(), 1u);
+  const auto next = NextFrames(1);
+  host.FireTimers();
+  EXPECT_TRUE(std::equal(next.begin(), next.end(), preview->ImagePtr()));
+}
+
+TEST_F(LiveTest, TheBackgroundIsSubtractedAndMarkedInTheStatus) {
+  Grab(*preview);
+  main.Click("mnuDefineBackground");
+  Form_Camera* bg = BackgroundImage();
+  ASSERT_NE(bg, nullptr);
+  EXPECT_TRUE(G().BackgroundValid);
+  EXPECT_FALSE(bg->Visible());
+  EXPECT_TRUE(std::equal(bg->ImagePtr(), bg->ImagePtr() + Samples(), preview->ImagePtr()));
+  EXPECT_EQ(bg->ImageBitsPerPixel(), kDummyBits);
+
+  main.Click("mnuSubtractBackground");
+  EXPECT_NE(G().SubtractBackground, 0);
+  EXPECT_TRUE(main.FindMenu("mnuSubtractBackground")->checked);
+  const auto next = NextFrames(1);
+  Grab(*preview);
+  for (size_t i = 0; i < Samples(); i += 997)
+    EXPECT_EQ(preview->ImagePtr()[i], next[i] > bg->ImagePtr()[i] ? next[i] - bg->ImagePtr()[i] : 0)
+        << i;
+  EXPECT_EQ(preview->StatusLine, " [- Background Image]");
+  main.Click("mnuSubtractBackground");
+  Grab(*preview);
+  EXPECT_EQ(preview->StatusLine, "");
+
+  main.PrepareAllMenus();
+  main.Click("mnuShowBackgroundImage");
+  EXPECT_TRUE(bg->Visible());
+  EXPECT_TRUE(main.FindMenu("mnuShowBackgroundImage")->checked);
+  main.Click("mnuShowBackgroundImage");
+  EXPECT_FALSE(bg->Visible());
+}
+
+TEST_F(LiveTest, DefineBackgroundSavesTheReferenceFileWhenAWriterIsThere) {
+  std::string saved;
+  LV().SaveBackground = [&](Form_Camera& image, const std::string& path) {
+    saved = path;
+    return image.ImageWidth() == kDummyWidth;
+  };
+  Grab(*preview);
+  mnuDefineBackground_Click();
+  EXPECT_EQ(saved, G().ImagesPath + "~BckGrnd.tif");
+}
+
+TEST_F(LiveTest, AMismatchedBackgroundAsksAndCancelTurnsSubtractionOff) {
+  MakeBackground(100, 50, 8, 1);
+  G().SubtractBackground = -1;
+  host.Answer(MsgResult::Cancel);
+  Grab(*preview);
+  ASSERT_EQ(host.messages.size(), 1u);
+  EXPECT_EQ(host.messages[0].text, kQuestion);
+  EXPECT_EQ(host.messages[0].title, "Background Image Subtraction");
+  EXPECT_EQ(host.messages[0].buttons, MsgButtons::YesNoCancel);
+  EXPECT_EQ(G().SubtractBackground, 0) << "and the ini value follows";
+  EXPECT_FALSE(main.FindMenu("mnuSubtractBackground")->checked);
+  EXPECT_EQ(preview->StatusLine, "");
+  Grab(*preview);
+  EXPECT_EQ(host.messages.size(), 1u) << "asked once";
+}
+
+TEST_F(LiveTest, NoConvertsTheBackgroundToTheCamerasSizeAndDepth) {
+  Form_Camera& bg = MakeBackground(96, 72, 8, 16);  // 16 at 8 bits is 256 at 12
+  G().SubtractBackground = -1;
+  host.Answer(MsgResult::No);
+  const auto next = NextFrames(1);
+  Grab(*preview);
+  EXPECT_EQ(bg.ImageWidth(), kDummyWidth);
+  EXPECT_EQ(bg.ImageHeight(), kDummyHeight);
+  EXPECT_EQ(bg.ImageBitsPerPixel(), kDummyBits);
+  EXPECT_EQ(bg.ImagePtr()[1000], 256);
+  EXPECT_EQ(preview->ImagePtr()[1000], next[1000] > 256 ? next[1000] - 256 : 0);
+  EXPECT_EQ(preview->StatusLine, " [- Background Image]");
+  Grab(*preview);
+  EXPECT_EQ(host.messages.size(), 1u);
+}
+
+TEST_F(LiveTest, YesReloadsTheReferenceFile) {
+  Form_Camera& bg = MakeBackground(10, 10, 8, 1);
+  test::WriteFile(BackgroundFilePath(), "stand-in");
+  int loads = 0;
+  LV().LoadBackground = [&](Form_Camera& image, const std::string& path) {
+    ++loads;
+    EXPECT_EQ(path, BackgroundFilePath());
+    image.CreateImage(kDummyWidth, kDummyHeight, kDummyBits, nullptr);
+    std::fill(image.ImagePtr(), image.ImagePtr() + image.ImageBytes() / 2, uint16_t(7));
+    return true;
+  };
+  G().SubtractBackground = -1;
+  host.Answer(MsgResult::Yes);
+  Grab(*preview);
+  EXPECT_EQ(loads, 1);
+  EXPECT_EQ(bg.ImagePtr()[5], 7);
+  EXPECT_EQ(preview->StatusLine, " [- Background Image]");
+}
+
+TEST_F(LiveTest, TheBackgroundLoadsAtStartOnlyFromItsFile) {
+  MakeBackground(1, 1, 8, 0);
+  int loads = 0;
+  LV().LoadBackground = [&](Form_Camera&, const std::string&) { return ++loads > 0; };
+  InstallLiveEnvironment();
+  Environment().backgroundImage();
+  EXPECT_EQ(loads, 0) << "no file yet";
+  EXPECT_FALSE(G().BackgroundValid);
+  test::WriteFile(BackgroundFilePath(), "x");
+  Environment().backgroundImage();
+  EXPECT_EQ(loads, 1);
+  EXPECT_TRUE(G().BackgroundValid);
+}
+
+TEST_F(LiveTest, TimerGrabAsksCountsDownAndGrabs) {
+  host.AnswerInput(std::string("abc"));
+  main.Click("mnuTimerGrab");
+  ASSERT_EQ(host.inputPrompts.size(), 1u);
+  EXPECT_EQ(host.inputPrompts[0], "Input delay time in seconds:");
+  EXPECT_FALSE(TimerGrabForm().Visible());
+  host.AnswerInput(std::nullopt);
+  main.Click("mnuTimerGrab");
+  EXPECT_FALSE(TimerGrabForm().Visible());
+
+  host.AnswerInput(std::string("2"));
+  main.Click("mnuTimerGrab");
+  ASSERT_TRUE(TimerGrabForm().Visible());
+  EXPECT_EQ(TimerGrabForm().Label_Time, "2");
+  EXPECT_TRUE(main.FindButton("TimerGrab")->checked);
+  const uint32_t frames = GB().DummyFrames;
+  host.clock += 1500;
+  host.FireTimers();
+  EXPECT_EQ(TimerGrabForm().Label_Time, "1");
+  EXPECT_EQ(GB().DummyFrames, frames);
+  host.clock += 600;
+  host.FireTimers();
+  EXPECT_FALSE(TimerGrabForm().Visible());
+  EXPECT_EQ(GB().DummyFrames, frames + 1);
+  EXPECT_EQ(host.RunningTimers(), 0u);
+  EXPECT_FALSE(main.FindButton("TimerGrab")->checked);
+}
+
+TEST_F(LiveTest, AverageAsksAndRefusesCountsOutsideItsLimits) {
+  const uint32_t frames = GB().DummyFrames;
+  for (const char* refused : {"1", "8193", "0", "-4", "four", ""}) {
+    host.AnswerInput(std::string(refused));
+    main.Click("mnuAverage");
+  }
+  EXPECT_EQ(GB().DummyFrames, frames);
+  ASSERT_FALSE(host.inputPrompts.empty());
+  EXPECT_EQ(host.inputPrompts[0], "Enter Number of Frames?\r\n(2, 4, 8, 16 ... 8192)");
+  long n = 0;
+  EXPECT_TRUE(ParseAverageCount("8192", n));
+  EXPECT_EQ(n, 8192);
+  EXPECT_TRUE(ParseAverageCount("3", n));
+
+  host.AnswerInput(std::string("16"));
+  main.Click("mnuAverage");
+  EXPECT_EQ(GB().DummyFrames, frames + 16);
+  EXPECT_EQ(preview->UndoName(), "Average 16x");
+  EXPECT_TRUE(preview->Changed());
+  EXPECT_EQ(LV().AverageDone, 16);
+}
+
+TEST_F(LiveTest, AverageSumsAndShiftsByTheLogOfTheCount) {
+  for (long n : {2L, 3L}) {
+    const auto frames = NextFrames(int(n));
+    ASSERT_TRUE(Average(*preview, n));
+    const size_t samples = Samples();
+    for (size_t i = 0; i < samples; i += 331) {
+      uint32_t sum = 0;
+      for (long f = 0; f < n; ++f) sum += frames[f * samples + i];
+      ASSERT_EQ(preview->ImagePtr()[i], sum >> 1) << "n " << n << " sample " << i;
+    }
+  }
+  EXPECT_EQ(preview->UndoName(), "") << "no undo below four frames";
+  EXPECT_EQ(preview->ImageBitsPerPixel(), kDummyBits);
+}
+
+TEST_F(LiveTest, AverageStopsThePreview) {
+  Preview(*preview);
+  ASSERT_TRUE(Average(*preview, 4));
+  EXPECT_FALSE(PreviewRunning());
+  EXPECT_EQ(host.RunningTimers(), 0u);
+}
+
+class RecordingFullScreen : public Form_FullScreen::View {
+ public:
+  void Present(const Form_Camera& image) override {
+    ++presents;
+    last = &image;
+  }
+  void Shown(bool on) override { shown = on; }
+  int presents = 0;
+  bool shown = false;
+  const Form_Camera* last = nullptr;
+};
+
+TEST_F(LiveTest, FullScreenShowsTheLivePicture) {
+  RecordingFullScreen view;
+  FullScreenForm().SetView(&view);
+  Grab(*preview);
+  main.SetActiveChild(preview->Handle());
+  main.Click("mnuFullScreen");
+  EXPECT_TRUE(view.shown);
+  EXPECT_EQ(view.presents, 1);
+  EXPECT_EQ(view.last, preview);
+  Grab(*preview);
+  EXPECT_EQ(view.presents, 2);
+  main.Click("mnuFullScreen");
+  EXPECT_FALSE(view.shown);
+  Grab(*preview);
+  EXPECT_EQ(view.presents, 2);
+  FullScreenForm().SetView(nullptr);
+}
+
+TEST_F(LiveTest, NothingIsTakenWithoutAGrabber) {
+  GrabberClose();
+  GrabberUnload();
+  G().GrabberOK = false;
+  EXPECT_EQ(Grab(*preview), -1);
+  EXPECT_FALSE(Average(*preview, 4));
+}
+
+}  // namespace
+}  // namespace sv
