@@ -1,6 +1,7 @@
 // The commands of svbatch, callable without a process of their own.
 #pragma once
 
+#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -13,5 +14,17 @@ namespace sv::cli {
 int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 std::string Usage();
+
+}  // namespace sv::cli
+
+namespace sv {
+class Form_Camera;
+}
+
+namespace sv::cli {
+
+// How `grab` writes its frame: the image, the path and the save filter (0:
+// from the path's extension). Empty while no image writer is built in.
+std::function<bool(Form_Camera&, const std::string& path, int filter)>& GrabWriter();
 
 }  // namespace sv::cli

@@ -1,0 +1,138 @@
+// svbatch grab: a frame or an average from the simulated camera, handed to
+// the image writer.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <sstream>
+
+#include "acquisition/grabber.h"
+#include "acquisition/live.h"
+#include "cli/batch.h"
+#include "core/globals.h"
+#include "core/settings.h"
+#include "image/form_camera.h"
+
+namespace sv::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Written {
+  std::string path;
+  int filter = -1;
+  long width = 0, height = 0, bits = 0;
+  std::vector<uint16_t> pixels;
+};
+
+class GrabCommand : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string base = fs::temp_directory_path().string() + "/sv4200-test-grabXXXXXX";
+    std::vector<char> buf(base.begin(), base.end());
+    buf.push_back('\0');
+    ASSERT_NE(mkdtemp(buf.data()), nullptr);
+    root = buf.data();
+    for (const char* name : {"HOME", "XDG_CONFIG_HOME"}) {
+      const char* v = std::getenv(name);
+      saved_[name] = v ? std::optional<std::string>(v) : std::nullopt;
+    }
+    setenv("HOME", (root + "/home").c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (root + "/config").c_str(), 1);
+    fs::create_directories(root + "/home");
+    previousWriter_ = GrabWriter();
+    GrabWriter() = [this](Form_Camera& image, const std::string& path, int filter) {
+      Written w;
+      w.path = path;
+      w.filter = filter;
+      w.width = image.ImageWidth();
+      w.height = image.ImageHeight();
+      w.bits = image.ImageBitsPerPixel();
+      w.pixels.assign(image.ImagePtr(), image.ImagePtr() + image.ImageBytes() / 2);
+      written.push_back(std::move(w));
+      return path.find("unwritable") == std::string::npos;
+    };
+  }
+  void TearDown() override {
+    GrabWriter() = previousWriter_;
+    for (auto& [name, value] : saved_) {
+      if (value)
+        setenv(name.c_str(), value->c_str(), 1);
+      else
+        unsetenv(name.c_str());
+    }
+    ClearSettingsSections();
+    ResetGrabberGlobals();
+    ResetGlobals();
+    std::error_code ec;
+    fs::remove_all(root, ec);
+  }
+  int Run(std::vector<std::string> args) {
+    out.str("");
+    err.str("");
+    return RunBatch(args, out, err);
+  }
+  std::string root;
+  std::ostringstream out, err;
+  std::vector<Written> written;
+
+ private:
+  std::map<std::string, std::optional<std::string>> saved_;
+  std::function<bool(Form_Camera&, const std::string&, int)> previousWriter_;
+};
+
+TEST_F(GrabCommand, BadOptionsAreRefused) {
+  EXPECT_EQ(Run({"grab"}), 2);
+  EXPECT_NE(err.str().find("grab needs --out FILE"), std::string::npos);
+  EXPECT_EQ(Run({"grab", "--out", "a.tif", "--average", "1"}), 2);
+  EXPECT_NE(err.str().find("--average takes 2 to 8192"), std::string::npos);
+  EXPECT_EQ(Run({"grab", "--out", "a.tif", "--average", "8193"}), 2);
+  EXPECT_EQ(Run({"grab", "--out", "a.tif", "--filter", "13"}), 2);
+  EXPECT_EQ(Run({"grab", "--out", "a.tif", "--energy", "lots"}), 2);
+  EXPECT_EQ(Run({"grab", "--out"}), 2);
+  EXPECT_EQ(Run({"grab", "--out", "a.tif", "--fast"}), 2);
+  EXPECT_TRUE(written.empty());
+  EXPECT_EQ(Run({"help"}), 0);
+  EXPECT_NE(out.str().find("  grab --out FILE"), std::string::npos);
+}
+
+TEST_F(GrabCommand, OneFrameFromTheSimulatedCameraAtTheGivenEnergy) {
+  const std::string file = root + "/frame.tif";
+  ASSERT_EQ(Run({"grab", "--out", file, "--filter", "2"}), 0) << err.str();
+  ASSERT_EQ(written.size(), 1u);
+  EXPECT_EQ(written[0].path, file);
+  EXPECT_EQ(written[0].filter, 2);
+  EXPECT_EQ(written[0].width, kDummyWidth);
+  EXPECT_EQ(written[0].height, kDummyHeight);
+  EXPECT_EQ(written[0].bits, kDummyBits);
+  EXPECT_EQ(out.str(), file + ": 384 x 288, 12 bits, 1 frame from Dummy Grabber at 100 eV\n");
+
+  ASSERT_EQ(Run({"grab", "--out", file, "--energy", "45"}), 0) << err.str();
+  ASSERT_EQ(written.size(), 2u);
+  EXPECT_EQ(written[1].filter, 0) << "the writer takes it from the extension";
+  EXPECT_NE(written[1].pixels, written[0].pixels) << "the spots move with the energy";
+  EXPECT_NE(out.str().find("at 45 eV"), std::string::npos);
+}
+
+TEST_F(GrabCommand, AnAverageAndItsFailures) {
+  ASSERT_EQ(Run({"grab", "--out", root + "/avg.tif", "--average", "4"}), 0) << err.str();
+  EXPECT_NE(out.str().find("4 frames from Dummy Grabber"), std::string::npos) << out.str();
+  ASSERT_EQ(written.size(), 1u);
+
+  EXPECT_EQ(Run({"grab", "--out", root + "/unwritable.tif"}), 1);
+  EXPECT_NE(err.str().find("cannot write " + root + "/unwritable.tif"), std::string::npos);
+
+  EXPECT_EQ(Run({"grab", "--out", root + "/b.tif", "--subtract-background"}), 1);
+  EXPECT_NE(err.str().find("no background image in "), std::string::npos) << err.str();
+  EXPECT_NE(err.str().find("~BckGrnd.tif"), std::string::npos);
+
+  GrabWriter() = nullptr;
+  EXPECT_EQ(Run({"grab", "--out", root + "/c.tif"}), 1);
+  EXPECT_NE(err.str().find("no image writer"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace sv::cli
