@@ -8,8 +8,10 @@
 #include <vector>
 
 #include "acquisition/grabber_environment.h"
+#include "acquisition/live.h"
 #include "app/app_environment.h"
 #include "app/grabber_dialog.h"
+#include "app/live_views.h"
 #include "app/main_window.h"
 #include "app/qt_host.h"
 #include "core/globals.h"
@@ -45,8 +47,11 @@ int main(int argc, char** argv) {
     sv::app::InstallKernelEnvironment();
     sv::InstallGrabberEnvironment();
     sv::RegisterGrabberCommands(main);
+    sv::InstallLiveEnvironment();
+    sv::RegisterLiveCommands(main);
     sv::app::MainWindow window(main, &host);
     sv::app::InstallGrabberDialog(main, &window);
+    sv::app::InstallLiveViews(&window);
 
     if (!sv::Main(main, sv::JoinArguments(args))) {
       exitCode = 1;

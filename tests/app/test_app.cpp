@@ -27,8 +27,10 @@
 
 #include "acquisition/grabber.h"
 #include "acquisition/grabber_environment.h"
+#include "acquisition/live.h"
 #include "app/app_environment.h"
 #include "app/grabber_dialog.h"
+#include "app/live_views.h"
 #include "app/image_window.h"
 #include "app/lut_dialog.h"
 #include "app/main_window.h"
@@ -122,6 +124,7 @@ class TestWorkbench : public QObject {
     Environment() = StartupEnvironment();
     ClearSettingsSections();
     ResetGrabberGlobals();
+    ResetLiveGlobals();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     const std::vector<std::string> unscripted = host_->unscripted;
     host_.reset();
@@ -490,6 +493,81 @@ class TestWorkbench : public QObject {
     QVERIFY(!G().GrabberOK);
     QVERIFY(!PreviewImage());
     QVERIFY(host_->messages.empty());
+  }
+
+  // Grabber toolbar on the dummy: Preview runs on the timers and shows its
+  // frame rate, Grab and Average take their frames.
+  void previewRunsOnTimersAndShowsTheFrameRate() {
+    InstallGrabberEnvironment();
+    RegisterGrabberCommands(*main_);
+    RegisterLiveCommands(*main_);
+    QVERIFY(StartGrabber("DummyGrb"));
+    main_->PrepareAllMenus();
+    QAction* preview = window_->ToolbarAction("Preview");
+    QVERIFY(preview && preview->isEnabled());
+    host_->tick = 20;
+    preview->trigger();
+    QVERIFY(PreviewRunning());
+    const uint32_t frames = GB().DummyFrames;
+    for (int i = 0; i < 3; ++i) host_->FireTimers();
+    QCOMPARE(GB().DummyFrames, frames + 3);
+    QLabel* rate = window_->PanelLabel(kPanelFrameRate);
+    QVERIFY(rate);
+    QVERIFY(rate->text().endsWith(" Hz"));
+    QCOMPARE(rate->text(), QString("25.0 Hz"));
+    QVERIFY(window_->ToolbarAction("Preview")->isChecked());
+    window_->ToolbarAction("Preview")->trigger();
+    QVERIFY(!PreviewRunning());
+
+    window_->ToolbarAction("Grab")->trigger();
+    QCOMPARE(GB().DummyFrames, frames + 4);
+    host_->AnswerInput(std::string("4"));
+    window_->ToolbarAction("Average")->trigger();
+    QCOMPARE(GB().DummyFrames, frames + 8);
+    QCOMPARE(QString::fromStdString(PreviewImage()->UndoName()), QString("Average 4x"));
+  }
+
+  // The countdown window follows a timed grab; the full-screen window shows
+  // the live picture and goes on a key.
+  void timerGrabAndFullScreenWindows() {
+    InstallGrabberEnvironment();
+    RegisterGrabberCommands(*main_);
+    RegisterLiveCommands(*main_);
+    QVERIFY(StartGrabber("DummyGrb"));
+    main_->PrepareAllMenus();
+    app::TimerGrabDialog countdown(window_.get());
+    app::FullScreenWidget full;
+    host_->AnswerInput(std::string("3"));
+    window_->ToolbarAction("TimerGrab")->trigger();
+    QVERIFY(countdown.isVisible());
+    QCOMPARE(countdown.TimeLabel()->text(), QString("3"));
+    const uint32_t frames = GB().DummyFrames;
+    host_->clock += 3000;
+    host_->FireTimers();
+    QVERIFY(!countdown.isVisible());
+    QCOMPARE(GB().DummyFrames, frames + 1);
+
+    main_->SetActiveChild(PreviewImage()->Handle());
+    main_->Click("mnuFullScreen");
+    QVERIFY(full.isVisible());
+    QCOMPARE(full.Presents(), 1);
+    main_->Click("mnuGrab");
+    QCOMPARE(full.Presents(), 2);
+    QTest::keyClick(&full, Qt::Key_Escape);
+    QVERIFY(!full.isVisible());
+  }
+
+  // The Qt host's timers run on the event loop until stopped.
+  void qtHostTimersTickUntilStopped() {
+    app::QtHost qt;
+    int ticks = 0;
+    int id = 0;
+    id = qt.StartTimer(1, [&] {
+      if (++ticks == 3) qt.StopTimer(id);
+    });
+    QTRY_COMPARE(ticks, 3);
+    QTest::qWait(20);
+    QCOMPARE(ticks, 3);
   }
 };
 
