@@ -174,7 +174,14 @@ bool Shape(Form_Camera& image, long width, long height, bool colour) {
 void Finish(Form_Camera& image, long bits) {
   image.LUTmin = 0.0f;
   image.LUTmax = 1.0f;
-  image.SetImageBitsPerPixel(bits);  // forces the table and the display copy
+  if (bits != image.ImageBitsPerPixel()) {
+    image.SetImageBitsPerPixel(bits);  // forces the table and the display copy
+  } else {
+    // The same depth: the table is built again only when the limits moved.
+    const long builds = image.LutBuilds();
+    image.SetLUT();
+    if (image.LutBuilds() == builds) image.Update8BitImage();
+  }
   image.View().CommentChanged(image);
 }
 
@@ -1138,7 +1145,8 @@ bool FileOpen(MDIForm_Main& main) {
   auto* image = dynamic_cast<Form_Camera*>(main.CreateImage());
   if (!image) return false;
   if (!ImageOpenDo(*image, r.path)) {
-    Message("Error loading" + r.path, "Open Image");
+    // The JPEG reader has told it already.
+    if (GetImageFileType(r.path) != 3) Message("Error loading" + r.path, "Open Image");
     main.CloseChild(image->Handle());
     return false;
   }

@@ -525,5 +525,21 @@ TEST_F(ImageFilesMainTest, OpenImageAndOpenDocumentLoadTheFile) {
   EXPECT_EQ(main.LastFiles[0], Path("q.t16"));
 }
 
+TEST_F(ImageFilesMainTest, AFailedOpenIsToldOnceAndLeavesNoImage) {
+  test::WriteFile(Path("bad.b16"), "PCO-");
+  test::WriteFile(Path("bad.jpg"), "not a picture");
+  for (const std::string name : {"bad.b16", "bad.jpg"}) {
+    SCOPED_TRACE(name);
+    host.messages.clear();
+    host.AnswerFile(Path(name));
+    host.Answer(MsgResult::OK);
+    main.Click("mnuOpenImage");
+    ASSERT_EQ(host.messages.size(), 1u);
+    EXPECT_EQ(host.messages[0].text, "Error loading" + Path(name));
+    EXPECT_EQ(host.messages[0].title, "Open Image");
+    EXPECT_EQ(main.ImageCount, 0);
+  }
+}
+
 }  // namespace
 }  // namespace sv
