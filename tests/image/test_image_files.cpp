@@ -431,6 +431,34 @@ TEST_F(ImageFilesTest, UnknownTiffTagsGoToTheStatusLineAndTheLoadGoesOn) {
             host.status.end());
 }
 
+TEST_F(ImageFilesTest, TheOldT16QuestionComesOnlyWithItsSwitchAndYesSwapsTheBytes) {
+  Form_Camera out;
+  std::vector<uint16_t> src = {0x1234, 0x00FF};
+  out.CreateImage(2, 1, 16, src.data());
+  ASSERT_TRUE(ImageSaveDo(out, Path("old.t16"), 6));
+  Form_Camera in;
+  ASSERT_TRUE(ImageOpenDo(in, Path("old.t16")));  // no switch, no question
+  EXPECT_TRUE(host.messages.empty());
+
+  G().CommandLine = "picture.t16 /T16 ";
+  for (MsgResult answer : {MsgResult::No, MsgResult::Yes}) {
+    host.Answer(answer);
+    ASSERT_TRUE(ImageOpenDo(in, Path("old.t16")));
+    EXPECT_EQ(host.messages.back().title, "Open T16 Files");
+    EXPECT_EQ(host.messages.back().buttons, MsgButtons::YesNo);
+    EXPECT_EQ(host.messages.back().text.rfind("Activate Bug Fix in old T16-Files?\r\n\r\n", 0), 0u);
+    EXPECT_EQ(in.ImagePtr()[0], answer == MsgResult::Yes ? 0x3412 : 0x1234);
+  }
+  // An 8-bit file is not asked about.
+  const size_t asked = host.messages.size();
+  Form_Camera bytes;
+  std::vector<uint16_t> small = {1, 2};
+  bytes.CreateImage(2, 1, 8, small.data());
+  ASSERT_TRUE(ImageSaveDo(bytes, Path("b8.tif"), 1));
+  ASSERT_TRUE(ImageOpenDo(in, Path("b8.tif")));
+  EXPECT_EQ(host.messages.size(), asked);
+}
+
 // A stop during the load ends it with the flag down.
 struct StoppingHost : test::ScriptedHost {
   void DoEvents() override {
