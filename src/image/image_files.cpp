@@ -246,6 +246,7 @@ bool ReadTable(InFile& in, uint16_t type, uint32_t count, uint32_t value, const 
   if (type != 3 && type != 4) return false;
   const uint32_t size = type == 3 ? 2 : 4;
   if (count == 0 || count > (1u << 22)) return false;
+  if (uint64_t(count) * size > 4 && !in.Fits(value, uint64_t(count) * size)) return false;
   std::vector<uint8_t> bytes(size_t(count) * size);
   if (uint64_t(count) * size <= 4)
     std::memcpy(bytes.data(), raw, bytes.size());
@@ -350,7 +351,8 @@ bool LoadTIF(Form_Camera& image, const std::string& path) {
         photometric = scalar;
         break;
       case 270: {
-        if (type != 2 || length > (1u << 20)) return fail();
+        if (type != 2 || length > (1u << 20) || (length > 4 && !in.Fits(value, length)))
+          return fail();
         std::string text(length, '\0');
         if (length <= 4)
           std::memcpy(text.data(), e + 8, length);
