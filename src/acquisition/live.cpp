@@ -16,6 +16,7 @@
 #include "core/mdi_main.h"
 #include "core/startup.h"
 #include "image/form_camera.h"
+#include "image/image_files.h"
 #include "image/kernel/accumulate.h"
 #include "image/kernel/geometry.h"
 #include "image/kernel/image_math.h"
@@ -50,9 +51,16 @@ bool SameShape(const Form_Camera& a, long width, long height, long bits, bool co
 
 // Makes the image take the grabber's present shape. True when it changed.
 bool TakeDriverShape(Form_Camera& image) {
-  const long width = GrabberWidth(), height = GrabberHeight();
-  const long bits = std::clamp(GrabberBitsPerPixel(), 1L, 16L);
+  long width = GrabberWidth(), height = GrabberHeight();
+  long bits = std::clamp(GrabberBitsPerPixel(), 1L, 16L);
   const bool colour = GrabberIsColor();
+  // A driver that cannot tell its frame yet delivers none either: the
+  // dummy's frame stands in, under "(No Sync)".
+  if (width <= 0 || height <= 0) {
+    width = kDummyWidth;
+    height = kDummyHeight;
+    bits = kDummyBits;
+  }
   if (SameShape(image, width, height, bits, colour)) return false;
   const bool running = PreviewRunning();
   if (running) host().StopTimer(std::exchange(g_live.TimerPreview, 0));
@@ -126,8 +134,18 @@ bool LoadBackgroundFile(Form_Camera& bg) {
   const std::string path = BackgroundFilePath();
   if (!std::filesystem::exists(path)) return false;
   if (g_live.LoadBackground) return g_live.LoadBackground(bg, path);
-  if (MDIForm_Main* main = MainForm(); main && main->ImageOpenDo) return main->ImageOpenDo(bg, path);
-  return false;
+  // The reader itself, not the open command: the reference file stays out
+  // of the last files.
+  if (!LoadTIF(bg, path)) return false;
+  // A TIFF keeps 8 or 16 bits a sample, not the camera's depth: the image
+  // takes the camera's depth back when its samples fit.
+  const long bits = GB().GrabberBits;
+  if (G().GrabberOK && bg.ImageBitsPerPixel() != bits && bg.ImagePtr()) {
+    const uint16_t* p = bg.ImagePtr();
+    const uint16_t top = *std::max_element(p, p + size_t(bg.ImageBytes()) / 2);
+    if (top < (1L << bits)) bg.SetImageBitsPerPixel(bits);
+  }
+  return true;
 }
 
 // Step 7 of a grab: a background of another shape is reloaded, converted, or
@@ -194,9 +212,9 @@ long Grab(Form_Camera& image) {
   Globals& g = G();
   // 1.
   if (!image.UndoBuffer.empty()) image.ClearUndo();
-  g_live.LoadOK = false;
+  g.LoadOK = false;
   // 2, 3.
-  if (!g.GrabberOK || GrabberWidth() <= 0 || GrabberHeight() <= 0) return -1;
+  if (!g.GrabberOK) return -1;
   TakeDriverShape(image);
   // 4.
   if (!image.Filename.empty()) {
@@ -283,7 +301,15 @@ bool ParseAverageCount(const std::string& text, long& n) {
 }
 
 bool Average(Form_Camera& image, long n) {
-  if (n < kAverageMin || n > kAverageMax || !G().GrabberOK || GrabberWidth() <= 0) return false;
+  if (n < kAverageMin || n > kAverageMax || !G().GrabberOK) return false;
+  // The events let through between frames cannot start a second run.
+  static bool running = false;
+  if (running) return false;
+  struct Running {
+    explicit Running(bool& r) : flag(r) { flag = true; }
+    ~Running() { flag = false; }
+    bool& flag;
+  } guard(running);
   // 1.
   if (n >= 4) image.RegisterUndo("Average " + std::to_string(n) + "x");
   // 2.
@@ -481,7 +507,13 @@ void mnuDefineBackground_Click() {
     SV_memcpy(bg->ImagePtr8(), image->ImagePtr8(),
               size_t(image->ImageHeight()) * size_t(image->ImageByteWidth()));
   bg->SetTitle("Background Image");
-  if (g_live.SaveBackground) g_live.SaveBackground(*bg, BackgroundFilePath());
+  const std::string path = BackgroundFilePath();
+  if (g_live.SaveBackground)
+    g_live.SaveBackground(*bg, path);
+  else if (!SaveTIF(*bg, path, kBackgroundFilter))
+    // The writer itself, not the save command: the file stays out of the
+    // last files and the image keeps its name.
+    host().MsgBox("Error writing " + path, MsgButtons::OK, MsgIcon::Exclamation, "Save Image");
 }
 
 void mnuSubtractBackground_Click() {

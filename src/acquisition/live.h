@@ -23,17 +23,18 @@ inline constexpr int kPreviewIntervalMs = 10;
 // Noise reduction lets each new frame count a quarter.
 inline constexpr int kNoiseReductionFrames = 4;
 inline constexpr long kAverageMin = 2, kAverageMax = 8192;
+// The reference file is a 16-bit TIFF.
+inline constexpr int kBackgroundFilter = 6;
 
 // The state of the live modes.
 struct LiveGlobals {
   int TimerPreview = 0;            // the host timer of the live picture; 0 when stopped
   long PreviewHandle = 0;          // the image the timer grabs into
-  bool LoadOK = true;              // cleared at the start of each grab
   std::vector<uint32_t> AverageSum;  // the 32-bit sum of Average, kept between runs
   long AverageDone = 0;            // frames added so far (the bar of Picture1)
   bool FullScreenOn = false;
-  // How the background image reaches its reference file. Empty: the image
-  // stays in memory only.
+  // How the background image reaches its reference file and comes back;
+  // empty: the 16-bit TIFF writer and the TIFF reader.
   std::function<bool(Form_Camera&, const std::string& path)> SaveBackground;
   std::function<bool(Form_Camera&, const std::string& path)> LoadBackground;
 };

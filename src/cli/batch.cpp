@@ -13,6 +13,7 @@
 #include "core/mdi_main.h"
 #include "core/settings.h"
 #include "image/form_camera.h"
+#include "image/image_files.h"
 #include "image/kernel/sv_kernel.h"
 
 #ifndef SV_PROGRAM_VERSION
@@ -142,6 +143,8 @@ int GrabCommand(const std::vector<std::string>& args, std::ostream& out, std::os
     }
   }
   if (path.empty()) return BadCommandLine(err, "grab needs --out FILE");
+  if (filter == 0 && ImageFilterForPath(path) == 0)
+    return BadCommandLine(err, "the extension of " + path + " names no image format; give --filter N");
 
   BatchHost batchHost(err);
   HostScope scope(&batchHost);
@@ -212,7 +215,10 @@ int GrabCommand(const std::vector<std::string>& args, std::ostream& out, std::os
 }  // namespace
 
 std::function<bool(Form_Camera&, const std::string& path, int filter)>& GrabWriter() {
-  static std::function<bool(Form_Camera&, const std::string&, int)> writer;
+  static std::function<bool(Form_Camera&, const std::string&, int)> writer =
+      [](Form_Camera& image, const std::string& path, int filter) {
+        return ImageSaveDo(image, path, filter ? filter : ImageFilterForPath(path));
+      };
   return writer;
 }
 

@@ -24,7 +24,7 @@ class Form_Camera;
 namespace sv::cli {
 
 // How `grab` writes its frame: the image, the path and the save filter (0:
-// from the path's extension). Empty while no image writer is built in.
+// from the path's extension). The image files' save command unless replaced.
 std::function<bool(Form_Camera&, const std::string& path, int filter)>& GrabWriter();
 
 }  // namespace sv::cli

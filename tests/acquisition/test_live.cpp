@@ -212,6 +212,37 @@ TEST_F(LiveTest, DefineBackgroundSavesTheReferenceFileWhenAWriterIsThere) {
   EXPECT_EQ(saved, G().ImagesPath + "~BckGrnd.tif");
 }
 
+TEST_F(LiveTest, TheBackgroundSurvivesARestartThroughItsFile) {
+  Grab(*preview);
+  mnuDefineBackground_Click();
+  ASSERT_TRUE(std::filesystem::exists(G().ImagesPath + "~BckGrnd.tif"));
+  EXPECT_TRUE(main.LastFiles.empty() || main.GetLastFile(0).find("~BckGrnd") == std::string::npos);
+  Form_Camera* bg = BackgroundImage();
+  ASSERT_NE(bg, nullptr);
+  bg->CreateImage(2, 2, 8, nullptr);  // what a fresh start has
+  LoadBackgroundImage();
+  EXPECT_TRUE(G().BackgroundValid);
+  EXPECT_EQ(bg->ImageWidth(), kDummyWidth);
+  EXPECT_EQ(bg->ImageHeight(), kDummyHeight);
+  EXPECT_EQ(bg->ImageBitsPerPixel(), kDummyBits) << "the camera's depth, so no question follows";
+  EXPECT_TRUE(std::equal(bg->ImagePtr(), bg->ImagePtr() + Samples(), preview->ImagePtr()));
+  G().SubtractBackground = -1;
+  Grab(*preview);
+  EXPECT_TRUE(host.messages.empty());
+  EXPECT_EQ(preview->StatusLine, " [- Background Image]");
+}
+
+TEST_F(LiveTest, AnUnwritableReferenceFileIsReported) {
+  G().ImagesPath = host.root + "/no/such/folder/";
+  Grab(*preview);
+  host.Answer(MsgResult::OK);
+  mnuDefineBackground_Click();
+  ASSERT_EQ(host.messages.size(), 1u);
+  EXPECT_EQ(host.messages[0].text, "Error writing " + host.root + "/no/such/folder/~BckGrnd.tif");
+  EXPECT_EQ(host.messages[0].title, "Save Image");
+  EXPECT_TRUE(G().BackgroundValid) << "the image in memory still serves";
+}
+
 TEST_F(LiveTest, AMismatchedBackgroundAsksAndCancelTurnsSubtractionOff) {
   MakeBackground(100, 50, 8, 1);
   G().SubtractBackground = -1;
@@ -377,6 +408,22 @@ TEST_F(LiveTest, FullScreenShowsTheLivePicture) {
   Grab(*preview);
   EXPECT_EQ(view.presents, 2);
   FullScreenForm().SetView(nullptr);
+}
+
+TEST_F(LiveTest, NoSyncShowsTheDummysFrameWithNotice) {
+  devices.names[0] = "USB Camera";
+  devices.openable.insert(0);
+  ASSERT_TRUE(ChangeGrabber("USB Camera"));
+  ASSERT_EQ(GB().GrabberDriver, kDriverCapture);
+  const uint32_t frames = GB().DummyFrames;
+  EXPECT_EQ(Grab(*preview), kGrabberNoSync);
+  EXPECT_EQ(preview->StatusLine, "(No Sync)");
+  EXPECT_EQ(GB().DummyFrames, frames + 1) << "the dummy filled the frame";
+  EXPECT_EQ(preview->ImageWidth(), kDummyWidth);
+  EXPECT_TRUE(std::any_of(preview->ImagePtr(), preview->ImagePtr() + Samples(),
+                          [](uint16_t v) { return v > 0; }));
+  ASSERT_TRUE(Average(*preview, 2));
+  EXPECT_EQ(GB().DummyFrames, frames + 3);
 }
 
 TEST_F(LiveTest, NothingIsTakenWithoutAGrabber) {

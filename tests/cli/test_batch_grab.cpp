@@ -15,6 +15,7 @@
 #include "core/globals.h"
 #include "core/settings.h"
 #include "image/form_camera.h"
+#include "image/image_files.h"
 
 namespace sv::cli {
 namespace {
@@ -78,6 +79,9 @@ class GrabCommand : public ::testing::Test {
   std::string root;
   std::ostringstream out, err;
   std::vector<Written> written;
+  const std::function<bool(Form_Camera&, const std::string&, int)>& previousWriter() const {
+    return previousWriter_;
+  }
 
  private:
   std::map<std::string, std::optional<std::string>> saved_;
@@ -94,6 +98,8 @@ TEST_F(GrabCommand, BadOptionsAreRefused) {
   EXPECT_EQ(Run({"grab", "--out", "a.tif", "--energy", "lots"}), 2);
   EXPECT_EQ(Run({"grab", "--out"}), 2);
   EXPECT_EQ(Run({"grab", "--out", "a.tif", "--fast"}), 2);
+  EXPECT_EQ(Run({"grab", "--out", "frame.xyz"}), 2);
+  EXPECT_NE(err.str().find("give --filter N"), std::string::npos);
   EXPECT_TRUE(written.empty());
   EXPECT_EQ(Run({"help"}), 0);
   EXPECT_NE(out.str().find("  grab --out FILE"), std::string::npos);
@@ -129,9 +135,20 @@ TEST_F(GrabCommand, AnAverageAndItsFailures) {
   EXPECT_NE(err.str().find("no background image in "), std::string::npos) << err.str();
   EXPECT_NE(err.str().find("~BckGrnd.tif"), std::string::npos);
 
-  GrabWriter() = nullptr;
-  EXPECT_EQ(Run({"grab", "--out", root + "/c.tif"}), 1);
-  EXPECT_NE(err.str().find("no image writer"), std::string::npos);
+}
+
+TEST_F(GrabCommand, TheImageWriterWritesAFileThatReadsBack) {
+  GrabWriter() = previousWriter();
+  const std::string tif = root + "/frame.tif";
+  ASSERT_EQ(Run({"grab", "--out", tif, "--energy", "80"}), 0) << err.str();
+  const std::string b16 = root + "/frame.b16";
+  ASSERT_EQ(Run({"grab", "--out", b16, "--average", "2"}), 0) << err.str();
+  for (const std::string& file : {tif, b16}) {
+    ImageFileInfo info;
+    ASSERT_TRUE(ReadImageFileInfo(file, info)) << file;
+    EXPECT_EQ(info.width, kDummyWidth);
+    EXPECT_EQ(info.height, kDummyHeight);
+  }
 }
 
 }  // namespace
