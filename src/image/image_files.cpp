@@ -156,10 +156,11 @@ bool SizeOk(uint64_t width, uint64_t height, uint64_t bytesPerPixel) {
 
 // The smallest depth from 8 to 16 bits that holds every sample.
 long FittedBits(const uint16_t* p, size_t n) {
-  uint16_t top = 0;
-  for (size_t i = 0; i < n; ++i) top = std::max(top, p[i]);
+  // The highest bit set anywhere is the highest bit of the largest sample.
+  uint16_t any = 0;
+  for (size_t i = 0; i < n; ++i) any = uint16_t(any | p[i]);
   long bits = 8;
-  while (bits < 16 && top >= (1u << bits)) ++bits;
+  while (bits < 16 && any >= (1u << bits)) ++bits;
   return bits;
 }
 
