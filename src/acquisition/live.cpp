@@ -508,6 +508,9 @@ void mnuDefineBackground_Click() {
               size_t(image->ImageHeight()) * size_t(image->ImageByteWidth()));
   bg->SetTitle("Background Image");
   const std::string path = BackgroundFilePath();
+  // The images folder may not have been made yet.
+  std::error_code ec;
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ec);
   if (g_live.SaveBackground)
     g_live.SaveBackground(*bg, path);
   else if (!SaveTIF(*bg, path, kBackgroundFilter))

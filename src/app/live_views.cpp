@@ -5,10 +5,14 @@
 #include <QImage>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMdiSubWindow>
 #include <QPainter>
+#include <QPointer>
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/main_window.h"
+#include "core/mdi_main.h"
 #include "image/form_camera.h"
 
 namespace sv::app {
@@ -102,13 +106,20 @@ void FullScreenWidget::paintEvent(QPaintEvent*) {
 void FullScreenWidget::keyPressEvent(QKeyEvent*) { FullScreenForm().Hide(); }
 void FullScreenWidget::mousePressEvent(QMouseEvent*) { FullScreenForm().Hide(); }
 
-void InstallLiveViews(QWidget* parent) {
-  // Owned by the parent and by the application's window list; each unbinds
-  // itself when it goes.
-  new TimerGrabDialog(parent);
+void InstallLiveViews(MDIForm_Main& main, MainWindow* window) {
+  // Owned by the main window, or deleted with it; each unbinds itself when
+  // it goes.
+  new TimerGrabDialog(window);
   auto* full = new FullScreenWidget();
-  full->setAttribute(Qt::WA_DeleteOnClose, false);
-  QObject::connect(parent, &QObject::destroyed, full, [full] { delete full; });
+  QObject::connect(window, &QObject::destroyed, full, [full] { delete full; });
+  QPointer<MainWindow> guarded(window);
+  main.SetCommand("mnuShowBackgroundImage", [guarded](int) {
+    mnuShowBackgroundImage_Click();
+    Form_Camera* bg = BackgroundImage();
+    if (!guarded || !bg) return;
+    if (QMdiSubWindow* sub = guarded->SubWindowFor(bg->Handle()))
+      if (sub->isVisible() != bg->Visible()) sub->setVisible(bg->Visible());
+  });
 }
 
 }  // namespace sv::app

@@ -12,7 +12,13 @@
 class QLabel;
 class QPushButton;
 
+namespace sv {
+class MDIForm_Main;
+}
+
 namespace sv::app {
+
+class MainWindow;
 
 class TimerGrabDialog : public QDialog, public Form_TimerGrab::View {
  public:
@@ -49,7 +55,8 @@ class FullScreenWidget : public QWidget, public Form_FullScreen::View {
   int presents_ = 0;
 };
 
-// Binds both windows to their presenters.
-void InstallLiveViews(QWidget* parent);
+// Binds both windows to their presenters, and lets View -> Background Image
+// hide the background's window again.
+void InstallLiveViews(MDIForm_Main& main, MainWindow* window);
 
 }  // namespace sv::app

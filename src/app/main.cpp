@@ -51,7 +51,7 @@ int main(int argc, char** argv) {
     sv::RegisterLiveCommands(main);
     sv::app::MainWindow window(main, &host);
     sv::app::InstallGrabberDialog(main, &window);
-    sv::app::InstallLiveViews(&window);
+    sv::app::InstallLiveViews(main, &window);
 
     if (!sv::Main(main, sv::JoinArguments(args))) {
       exitCode = 1;

@@ -213,6 +213,7 @@ TEST_F(LiveTest, DefineBackgroundSavesTheReferenceFileWhenAWriterIsThere) {
 }
 
 TEST_F(LiveTest, TheBackgroundSurvivesARestartThroughItsFile) {
+  G().ImagesPath = host.root + "/not/made/yet/";
   Grab(*preview);
   mnuDefineBackground_Click();
   ASSERT_TRUE(std::filesystem::exists(G().ImagesPath + "~BckGrnd.tif"));
@@ -233,12 +234,13 @@ TEST_F(LiveTest, TheBackgroundSurvivesARestartThroughItsFile) {
 }
 
 TEST_F(LiveTest, AnUnwritableReferenceFileIsReported) {
-  G().ImagesPath = host.root + "/no/such/folder/";
+  test::WriteFile(host.root + "/plain", "a file, not a folder");
+  G().ImagesPath = host.root + "/plain/";
   Grab(*preview);
   host.Answer(MsgResult::OK);
   mnuDefineBackground_Click();
   ASSERT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(host.messages[0].text, "Error writing " + host.root + "/no/such/folder/~BckGrnd.tif");
+  EXPECT_EQ(host.messages[0].text, "Error writing " + host.root + "/plain/~BckGrnd.tif");
   EXPECT_EQ(host.messages[0].title, "Save Image");
   EXPECT_TRUE(G().BackgroundValid) << "the image in memory still serves";
 }

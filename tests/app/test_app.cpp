@@ -557,6 +557,27 @@ class TestWorkbench : public QObject {
     QVERIFY(!full.isVisible());
   }
 
+  // View -> Background Image shows the hidden background and hides it again.
+  void backgroundImageShowsAndHides() {
+    InstallGrabberEnvironment();
+    RegisterGrabberCommands(*main_);
+    RegisterLiveCommands(*main_);
+    app::InstallLiveViews(*main_, window_.get());
+    QVERIFY(StartGrabber("DummyGrb"));
+    main_->PrepareAllMenus();
+    window_->ToolbarAction("Grab")->trigger();
+    main_->Click("mnuDefineBackground");
+    Form_Camera* bg = BackgroundImage();
+    QVERIFY(bg);
+    main_->PrepareAllMenus();
+    main_->Click("mnuShowBackgroundImage");
+    QMdiSubWindow* sub = window_->SubWindowFor(bg->Handle());
+    QVERIFY(sub && sub->isVisible());
+    main_->Click("mnuShowBackgroundImage");
+    QVERIFY(!sub->isVisible());
+    QVERIFY(!bg->Visible());
+  }
+
   // The Qt host's timers run on the event loop until stopped.
   void qtHostTimersTickUntilStopped() {
     app::QtHost qt;
