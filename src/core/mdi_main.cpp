@@ -713,8 +713,8 @@ bool MDIForm_Main::OpenDocument(const std::string& path, int /*asMode*/, bool /*
     if (!enabled("mnuOpenImage") || !ImageOpenDo) return refuse("Image Files");
     ChildDocument* doc = CreateImage();
     if (!doc) return false;
+    // The opener tells the user why it failed; the empty window goes again.
     if (!ImageOpenDo(*doc, path)) {
-      host().MsgBox("Error loading" + path, MsgButtons::OK, MsgIcon::Exclamation, "Open");
       CloseChild(doc->Handle());
       return false;
     }

@@ -505,6 +505,43 @@ bool LoadTIF(Form_Camera& image, const std::string& path) {
 
 // --- BMP ----------------------------------------------------------------------
 
+namespace {
+// Run-length coded 8-bit lines, bottom-up, into one index a pixel. Runs past
+// the end of a line or of the picture are cut; a file that ends early leaves
+// the rest 0. False only for a file that is not run-length data at all.
+bool DecodeRle8(const std::vector<uint8_t>& in, uint64_t width, uint64_t height,
+                std::vector<uint8_t>& out) {
+  out.assign(size_t(width * height), 0);
+  uint64_t x = 0, y = 0;  // y counts file lines, from the bottom
+  size_t i = 0;
+  auto put = [&](uint8_t v) {
+    if (x < width && y < height) out[size_t(y * width + x)] = v;
+    ++x;
+  };
+  while (i + 1 < in.size() && y < height) {
+    const uint8_t count = in[i], value = in[i + 1];
+    i += 2;
+    if (count > 0) {
+      for (int k = 0; k < count; ++k) put(value);
+    } else if (value == 0) {
+      x = 0;
+      ++y;
+    } else if (value == 1) {
+      break;
+    } else if (value == 2) {
+      if (i + 1 >= in.size()) break;
+      x += in[i];
+      y += in[i + 1];
+      i += 2;
+    } else {
+      for (int k = 0; k < value && i < in.size(); ++k) put(in[i++]);
+      if (value & 1) ++i;  // literal runs keep to whole words
+    }
+  }
+  return true;
+}
+}  // namespace
+
 bool LoadBMP(Form_Camera& image, const std::string& path) {
   G().LoadOK = true;
   auto fail = [] { return G().LoadOK = false; };
@@ -517,21 +554,28 @@ bool LoadBMP(Form_Camera& image, const std::string& path) {
   const uint16_t planes = Word(h + 26), bitCount = Word(h + 28);
   const uint32_t compression = Long(h + 30), clrUsed = Long(h + 46);
   const long xPels = long(int32_t(Long(h + 38))), yPels = long(int32_t(Long(h + 42)));
-  if (infoSize < 40 || infoSize > 4096 || planes != 1 || compression != 0) return fail();
-  if (bitCount != 8 && bitCount != 24) return fail();
+  // Uncompressed, or 8-bit run-length coding as some tools write palette files.
+  const bool rle8 = compression == 1 && bitCount == 8;
+  if (infoSize < 40 || infoSize > 4096 || planes != 1 || (compression != 0 && !rle8))
+    return fail();
+  // Palette files of 1, 4 or 8 bits a pixel (other tools write the small
+  // ones for images of few colours), or 24-bit colour.
+  if (bitCount != 1 && bitCount != 4 && bitCount != 8 && bitCount != 24) return fail();
   if (w <= 0 || hh == 0 || hh == INT32_MIN) return fail();
   const bool topDown = hh < 0;
   const uint64_t width = uint64_t(w), height = uint64_t(topDown ? -int64_t(hh) : hh);
   const bool colour = bitCount == 24;
   if (!SizeOk(width, height, colour ? 6 : 2)) return fail();
   const uint64_t stride = ((width * bitCount + 31) / 32) * 4;
-  if (!in.Fits(offBits, stride * height)) return fail();
+  if (!rle8 && !in.Fits(offBits, stride * height)) return fail();
+  if (rle8 && (topDown || offBits > in.Size())) return fail();
 
   // The palette of an 8-bit file: a grey one gives the samples their grey.
   RGBQuad palette[256];
   bool grey = true;
   if (!colour) {
-    const uint32_t entries = clrUsed == 0 || clrUsed > 256 ? 256 : clrUsed;
+    const uint32_t most = 1u << bitCount;
+    const uint32_t entries = clrUsed == 0 || clrUsed > most ? most : clrUsed;
     std::vector<uint8_t> raw(size_t(entries) * 4);
     if (!in.ReadAt(14 + uint64_t(infoSize), raw.data(), raw.size())) return fail();
     for (uint32_t i = 0; i < 256; ++i) {
@@ -544,12 +588,29 @@ bool LoadBMP(Form_Camera& image, const std::string& path) {
   const bool asColour = colour || !grey;
   if (!Shape(image, long(width), long(height), asColour)) return fail();
   uint16_t* dest = image.ImagePtr();
-  std::vector<uint8_t> line(static_cast<size_t>(stride));
+  // Wide enough for the packed file line and for its indices one a byte.
+  std::vector<uint8_t> line(static_cast<size_t>(std::max(stride, width)));
+  std::vector<uint8_t> wide(bitCount < 8 ? static_cast<size_t>(width) : 0);
+  std::vector<uint8_t> indices;
+  if (rle8) {
+    std::vector<uint8_t> packed(size_t(in.Size() - offBits));
+    if (!in.ReadAt(offBits, packed.data(), packed.size()) ||
+        !DecodeRle8(packed, width, height, indices))
+      return fail();
+  }
   Progress progress("Loading " + FileName(path));
   for (uint64_t y = 0; y < height; ++y) {
     // Bottom-up unless the height is negative.
     const uint64_t fileLine = topDown ? y : height - 1 - y;
-    if (!in.ReadAt(offBits + fileLine * stride, line.data(), stride)) return fail();
+    if (rle8)
+      std::copy_n(indices.begin() + ptrdiff_t(fileLine * width), size_t(width), line.begin());
+    else if (!in.ReadAt(offBits + fileLine * stride, line.data(), stride))
+      return fail();
+    if (bitCount < 8) {
+      if (!SV_convert_n_to_8(size_t(width), {line.data(), size_t(stride)}, wide, bitCount))
+        return fail();
+      std::copy(wide.begin(), wide.end(), line.begin());
+    }
     uint16_t* out = dest + y * width * (asColour ? 3 : 1);
     if (colour) {
       SV_RGB_convert_inverse_8_to_16(size_t(width), {line.data(), size_t(width * 3)},

@@ -170,9 +170,8 @@ TEST_F(MainFormTest, OpenDocumentByExtension) {
   EXPECT_TRUE(main.OpenDocument("noextension."));
   EXPECT_EQ(main.ImageCount, 1);
   EXPECT_TRUE(images.back()->visible);
-  host.Answer(MsgResult::OK);
   EXPECT_FALSE(main.OpenDocument("bad."));
-  EXPECT_EQ(host.messages.back().text, "Error loadingbad.");
+  EXPECT_EQ(host.messages.size(), 1u) << "the opener tells its own failure";
   EXPECT_EQ(main.ImageCount, 1) << "the failed image is gone again";
 }
 

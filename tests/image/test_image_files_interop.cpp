@@ -35,9 +35,20 @@ std::string Capture(const std::string& cmd, bool& ok) {
   return text;
 }
 
+// ImageMagick's converter; a program of the same name earlier on the path
+// may be something else, so the packaged one is asked for first.
+const std::string& Convert() {
+  static const std::string path =
+      Shell("/usr/bin/convert -version 2>/dev/null | grep -q '^Version: ImageMagick'")
+          ? "/usr/bin/convert"
+          : "convert";
+  return path;
+}
+
 bool HaveMagick() {
-  static const bool have = Shell("convert -version 2>/dev/null | grep -q '^Version: ImageMagick' && "
-               "command -v identify >/dev/null 2>&1");
+  static const bool have =
+      Shell(Convert() + " -version 2>/dev/null | grep -q '^Version: ImageMagick' && "
+                        "command -v identify >/dev/null 2>&1");
   return have;
 }
 bool HaveTiffTools() {
@@ -111,7 +122,7 @@ TEST_F(InteropTest, TiffFromImageMagickLoadsUpright) {
     const std::string pnm = Path(std::string(c.name) + (c.colour ? ".ppm" : ".pgm"));
     const std::string tif = Path(std::string(c.name) + ".tif");
     WritePnm(pnm, c.bits, c.colour);
-    ASSERT_TRUE(Shell("convert " + pnm + " " + c.options + " -compress none -endian LSB " + tif));
+    ASSERT_TRUE(Shell(Convert() + " " + pnm + " " + c.options + " -compress none -endian LSB " + tif));
     Form_Camera image;
     ASSERT_TRUE(ImageOpenDo(image, tif));
     ExpectValues(image, c.bits, c.colour);
@@ -122,9 +133,9 @@ TEST_F(InteropTest, BmpFromImageMagickLoadsUpright) {
   if (!HaveMagick()) GTEST_SKIP() << "ImageMagick is not installed";
   WritePnm(Path("g.pgm"), 8, false);
   WritePnm(Path("c.ppm"), 8, true);
-  ASSERT_TRUE(Shell("convert " + Path("g.pgm") + " -type Palette BMP3:" + Path("g.bmp")));
-  ASSERT_TRUE(Shell("convert " + Path("c.ppm") + " -type TrueColor BMP3:" + Path("c.bmp")));
-  ASSERT_TRUE(Shell("convert " + Path("c.ppm") + " -type TrueColor " + Path("c5.bmp")));
+  ASSERT_TRUE(Shell(Convert() + " " + Path("g.pgm") + " -type Palette BMP3:" + Path("g.bmp")));
+  ASSERT_TRUE(Shell(Convert() + " " + Path("c.ppm") + " -type TrueColor BMP3:" + Path("c.bmp")));
+  ASSERT_TRUE(Shell(Convert() + " " + Path("c.ppm") + " -type TrueColor " + Path("c5.bmp")));
   Form_Camera g, c, c5;
   ASSERT_TRUE(ImageOpenDo(g, Path("g.bmp")));
   ExpectValues(g, 8, false);
@@ -186,7 +197,7 @@ TEST_F(InteropTest, FilesWrittenHerePassTiffinfoAndIdentifyAndOpenUpright) {
     EXPECT_FALSE(HasWarning(id)) << id;
     if (k.filter == 3) continue;  // JPEG's loss makes a pixel test loose
     // The top-left pixel of the file, as ImageMagick reads it.
-    const std::string px = Capture("convert " + fmt + path +
+    const std::string px = Capture(Convert() + " " + fmt + path +
                                        " -format '%[fx:int(255*p{0,0}.r+0.5)] "
                                        "%[fx:int(255*p{8,4}.r+0.5)]' info:",
                                    ok);
