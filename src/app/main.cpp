@@ -58,9 +58,10 @@ int main(int argc, char** argv) {
     } else {
       if (!screenshot.isEmpty()) {
         QTimer::singleShot(0, &window, [&] {
-          main.Click("mnuNewImage");
+          // With a grabber up the live picture runs; otherwise a new image.
+          main.Click(sv::G().GrabberOK ? "mnuPreview" : "mnuNewImage");
           // Let the layouts settle before the picture is taken.
-          QTimer::singleShot(400, &window, [&] {
+          QTimer::singleShot(sv::G().GrabberOK ? 1500 : 400, &window, [&] {
             const bool saved = window.grab().save(screenshot);
             app.exit(saved ? 0 : 1);
           });
