@@ -24,18 +24,6 @@ namespace sv::cli {
 
 namespace {
 
-// Makes a host the process host for the length of one command.
-class HostScope {
- public:
-  explicit HostScope(Host* h) : previous_(HasHost() ? &host() : nullptr) { SetHost(h); }
-  ~HostScope() { SetHost(previous_); }
-  HostScope(const HostScope&) = delete;
-  HostScope& operator=(const HostScope&) = delete;
-
- private:
-  Host* previous_;
-};
-
 int BadCommandLine(std::ostream& err, const std::string& why) {
   err << "svbatch: " << why << "\n" << Usage();
   return 2;

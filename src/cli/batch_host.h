@@ -56,4 +56,16 @@ bool StopRequested();
 void RequestStop();
 void ClearStopRequest();
 
+// Makes a host the process host for the length of one command.
+class HostScope {
+ public:
+  explicit HostScope(Host* h) : previous_(HasHost() ? &host() : nullptr) { SetHost(h); }
+  ~HostScope() { SetHost(previous_); }
+  HostScope(const HostScope&) = delete;
+  HostScope& operator=(const HostScope&) = delete;
+
+ private:
+  Host* previous_;
+};
+
 }  // namespace sv::cli

@@ -9,17 +9,6 @@ namespace sv::cli {
 
 namespace {
 
-class HostScope {
- public:
-  explicit HostScope(Host* h) : previous_(HasHost() ? &host() : nullptr) { SetHost(h); }
-  ~HostScope() { SetHost(previous_); }
-  HostScope(const HostScope&) = delete;
-  HostScope& operator=(const HostScope&) = delete;
-
- private:
-  Host* previous_;
-};
-
 int Bad(std::ostream& err, const std::string& why) {
   err << "svbatch: " << why << "\n";
   return 2;
