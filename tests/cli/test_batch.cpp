@@ -11,51 +11,14 @@
 #include "core/globals.h"
 #include "image/kernel/sv_kernel.h"
 #include "support/scripted_host.h"
+#include "batch_fixture.h"
 
 namespace sv::cli {
 namespace {
 
 namespace fs = std::filesystem;
 
-// Points HOME and the config folder into a fresh folder for one test.
-class BatchTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    std::string base = fs::temp_directory_path().string() + "/sv4200-test-cliXXXXXX";
-    std::vector<char> buf(base.begin(), base.end());
-    buf.push_back('\0');
-    ASSERT_NE(mkdtemp(buf.data()), nullptr);
-    root = buf.data();
-    Keep("HOME");
-    Keep("XDG_CONFIG_HOME");
-    setenv("HOME", (root + "/home").c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (root + "/config").c_str(), 1);
-    fs::create_directories(root + "/home");
-  }
-  void TearDown() override {
-    for (auto& [name, value] : saved_) {
-      if (value) setenv(name.c_str(), value->c_str(), 1);
-      else unsetenv(name.c_str());
-    }
-    ResetGlobals();
-    std::error_code ec;
-    fs::remove_all(root, ec);
-  }
-  int Run(std::vector<std::string> args) {
-    out.str("");
-    err.str("");
-    return RunBatch(args, out, err);
-  }
-  std::string root;
-  std::ostringstream out, err;
-
- private:
-  void Keep(const std::string& name) {
-    const char* v = std::getenv(name.c_str());
-    saved_.emplace_back(name, v ? std::optional<std::string>(v) : std::nullopt);
-  }
-  std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
-};
+using BatchTest = BatchFixture;
 
 TEST_F(BatchTest, HelpAndBadCommandLines) {
   EXPECT_EQ(Run({}), 0);

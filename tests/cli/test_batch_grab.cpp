@@ -11,6 +11,7 @@
 
 #include "acquisition/grabber.h"
 #include "acquisition/live.h"
+#include "batch_fixture.h"
 #include "cli/batch.h"
 #include "core/globals.h"
 #include "core/settings.h"
@@ -29,21 +30,10 @@ struct Written {
   std::vector<uint16_t> pixels;
 };
 
-class GrabCommand : public ::testing::Test {
+class GrabCommand : public BatchFixture {
  protected:
   void SetUp() override {
-    std::string base = fs::temp_directory_path().string() + "/sv4200-test-grabXXXXXX";
-    std::vector<char> buf(base.begin(), base.end());
-    buf.push_back('\0');
-    ASSERT_NE(mkdtemp(buf.data()), nullptr);
-    root = buf.data();
-    for (const char* name : {"HOME", "XDG_CONFIG_HOME"}) {
-      const char* v = std::getenv(name);
-      saved_[name] = v ? std::optional<std::string>(v) : std::nullopt;
-    }
-    setenv("HOME", (root + "/home").c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (root + "/config").c_str(), 1);
-    fs::create_directories(root + "/home");
+    BatchFixture::SetUp();
     previousWriter_ = GrabWriter();
     GrabWriter() = [this](Form_Camera& image, const std::string& path, int filter) {
       Written w;
@@ -59,32 +49,15 @@ class GrabCommand : public ::testing::Test {
   }
   void TearDown() override {
     GrabWriter() = previousWriter_;
-    for (auto& [name, value] : saved_) {
-      if (value)
-        setenv(name.c_str(), value->c_str(), 1);
-      else
-        unsetenv(name.c_str());
-    }
-    ClearSettingsSections();
     ResetGrabberGlobals();
-    ResetGlobals();
-    std::error_code ec;
-    fs::remove_all(root, ec);
+    BatchFixture::TearDown();
   }
-  int Run(std::vector<std::string> args) {
-    out.str("");
-    err.str("");
-    return RunBatch(args, out, err);
-  }
-  std::string root;
-  std::ostringstream out, err;
   std::vector<Written> written;
   const std::function<bool(Form_Camera&, const std::string&, int)>& previousWriter() const {
     return previousWriter_;
   }
 
  private:
-  std::map<std::string, std::optional<std::string>> saved_;
   std::function<bool(Form_Camera&, const std::string&, int)> previousWriter_;
 };
 

@@ -10,6 +10,7 @@
 
 #include "acquisition/capture_devices.h"
 #include "acquisition/grabber.h"
+#include "batch_fixture.h"
 #include "cli/batch.h"
 #include "core/globals.h"
 #include "core/settings.h"
@@ -30,46 +31,18 @@ class Devices : public CaptureDevices {
   bool CanOpen(int) override { return false; }
 };
 
-class GrabbersCommand : public ::testing::Test {
+class GrabbersCommand : public BatchFixture {
  protected:
   void SetUp() override {
-    std::string base = fs::temp_directory_path().string() + "/sv4200-test-grabbersXXXXXX";
-    std::vector<char> buf(base.begin(), base.end());
-    buf.push_back('\0');
-    ASSERT_NE(mkdtemp(buf.data()), nullptr);
-    root = buf.data();
-    for (const char* name : {"HOME", "XDG_CONFIG_HOME"}) {
-      const char* v = std::getenv(name);
-      saved_[name] = v ? std::optional<std::string>(v) : std::nullopt;
-    }
-    setenv("HOME", (root + "/home").c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (root + "/config").c_str(), 1);
-    fs::create_directories(root + "/home");
+    BatchFixture::SetUp();
     SetCaptureDevices(&devices);
   }
   void TearDown() override {
     SetCaptureDevices(nullptr);
-    for (auto& [name, value] : saved_) {
-      if (value) setenv(name.c_str(), value->c_str(), 1);
-      else unsetenv(name.c_str());
-    }
-    ClearSettingsSections();
     ResetGrabberGlobals();
-    ResetGlobals();
-    std::error_code ec;
-    fs::remove_all(root, ec);
+    BatchFixture::TearDown();
   }
-  int Run(std::vector<std::string> args) {
-    out.str("");
-    err.str("");
-    return RunBatch(args, out, err);
-  }
-  std::string root;
   Devices devices;
-  std::ostringstream out, err;
-
- private:
-  std::map<std::string, std::optional<std::string>> saved_;
 };
 
 TEST_F(GrabbersCommand, ListsTheTableAndTheDevicesFound) {

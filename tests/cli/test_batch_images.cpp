@@ -6,6 +6,7 @@
 #include <sstream>
 #include <vector>
 
+#include "batch_fixture.h"
 #include "cli/batch.h"
 #include "core/globals.h"
 #include "image/form_camera.h"
@@ -16,25 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class BatchImagesTest : public ::testing::Test {
+class BatchImagesTest : public BatchFixture {
  protected:
-  void SetUp() override {
-    std::string base = fs::temp_directory_path().string() + "/sv4200-test-imgXXXXXX";
-    std::vector<char> buf(base.begin(), base.end());
-    buf.push_back('\0');
-    ASSERT_NE(mkdtemp(buf.data()), nullptr);
-    root = buf.data();
-  }
-  void TearDown() override {
-    ResetGlobals();
-    std::error_code ec;
-    fs::remove_all(root, ec);
-  }
-  int Run(std::vector<std::string> args) {
-    out.str("");
-    err.str("");
-    return RunBatch(args, out, err);
-  }
   // A 12-bit 5 x 4 picture with a comment, saved as B16.
   std::string Picture() {
     Form_Camera image(nullptr);
@@ -46,8 +30,6 @@ class BatchImagesTest : public ::testing::Test {
     EXPECT_TRUE(SaveB16(image, path));
     return path;
   }
-  std::string root;
-  std::ostringstream out, err;
 };
 
 TEST_F(BatchImagesTest, InfoTellsTypeSizeDepthColourAndComment) {
