@@ -21,6 +21,8 @@ struct Row {
   size_t bytes = 0;
   std::function<void()> kernel, opencv;
   double maxToMemcpy = 0, maxToOpenCV = 0;
+  std::string baseline;
+  double maxToBaseline = 0;
 };
 
 std::vector<Row>& Rows() {
@@ -107,6 +109,12 @@ void Target(const std::string& name, double maxToMemcpy, double maxToOpenCV) {
   r.maxToOpenCV = maxToOpenCV;
 }
 
+void TargetAgainst(const std::string& name, const std::string& baseline, double maxRatio) {
+  Row& r = RowFor(name);
+  r.baseline = baseline;
+  r.maxToBaseline = maxRatio;
+}
+
 void Use(const void* p) { benchmark::DoNotOptimize(p); }
 
 }  // namespace svbench
@@ -137,6 +145,10 @@ int main(int argc, char** argv) {
     if (r.kernel && r.opencv) Register("cv/" + r.name, r.opencv);
   }
   Data();  // made before any timing
+  // One call of each row first, so that what a row makes once (its files, its
+  // tables) is not timed.
+  for (const Row& r : Rows())
+    if (r.kernel) r.kernel();
 
   Collector collector;
   benchmark::RunSpecifiedBenchmarks(&collector);
@@ -163,6 +175,16 @@ int main(int argc, char** argv) {
       target += (target.empty() ? "" : ", ") + std::string("<= ") +
                 std::to_string(r.maxToOpenCV).substr(0, 4) + " OpenCV";
       miss = miss || toCv > r.maxToOpenCV;
+    }
+    if (r.maxToBaseline > 0) {
+      auto b = collector.times.find("sv/" + r.baseline);
+      if (b != collector.times.end()) {
+        char text[96];
+        std::snprintf(text, sizeof text, "%.2f x %s, <= %.2f", t->second / b->second,
+                      r.baseline.c_str(), r.maxToBaseline);
+        target += (target.empty() ? "" : ", ") + std::string(text);
+        miss = miss || t->second / b->second > r.maxToBaseline;
+      }
     }
     if (!target.empty()) target += miss ? "  MISSED" : "  met";
     misses += miss;

@@ -32,6 +32,10 @@ void OpenCV(const std::string& name, std::function<void()> body);
 // The row must stay within these ratios (0: no target).
 void Target(const std::string& name, double maxToMemcpy, double maxToOpenCV);
 
+// The row must stay within `maxRatio` times the row `baseline` (a plain
+// counterpart timed in the same run, e.g. the C library's read of a file).
+void TargetAgainst(const std::string& name, const std::string& baseline, double maxRatio);
+
 // Keeps the optimiser from dropping a result.
 void Use(const void* p);
 

@@ -205,7 +205,10 @@ bool Form_Camera::DIB_Create() {
   return !ImagePtr8_.empty();
 }
 
-void Form_Camera::DIB_ClearUp() { Release(ImagePtr8_); }
+void Form_Camera::DIB_ClearUp() {
+  Release(ImagePtr8_);
+  displayStale_ = false;
+}
 
 void Form_Camera::SetImageHeight(long h) {
   if (h >= 0 && h < ImageHeight()) Header.bmiHeader.biHeight = static_cast<int32_t>(h);
@@ -304,29 +307,39 @@ void Form_Camera::SetLUT(bool force) {
   LutCache = LutCacheRecord{LUTmin, LUTmax, inverse};
   SV_set_lut(LUTmin, LUTmax, levels, 65536, LutTable_.data(), LUTinverse);
   ++lutBuilds_;
-  if (ImagePtr() && ImagePtr8()) Update8BitImage();
+  Update8BitImage();
 }
 
-void Form_Camera::Update8BitImage() {
-  if (!ImagePtr() || !ImagePtr8()) return;
+bool Form_Camera::DisplayMatches() const {
   const long w = ImageWidth(), h = ImageHeight();
-  if (w <= 0 || h <= 0) return;
+  if (w <= 0 || h <= 0 || ImagePtr_.empty() || ImagePtr8_.empty()) return false;
   // A colour mode changed without SizeImage leaves buffers of the old shape:
   // nothing is drawn until they match again.
   const size_t samples = size_t(w) * size_t(h) * (HasColors_ ? 3 : 1);
   const long byteWidth = DisplayByteWidth(w, HasColors_);
-  if (ImageByteWidth_ != byteWidth || ImagePtr_.size() < samples ||
-      ImagePtr8_.size() < size_t(h) * size_t(byteWidth))
-    return;
-  if (HasColors_)
-    SV_RGB_display(w, h, ImagePtr(), ImagePtr8(), LutTable_.data());
-  else
-    SV_display(w, h, ImagePtr(), ImagePtr8(), LutTable_.data());
+  return ImageByteWidth_ == byteWidth && ImagePtr_.size() >= samples &&
+         ImagePtr8_.size() >= size_t(h) * size_t(byteWidth);
+}
+
+void Form_Camera::Update8BitImage() {
+  if (!DisplayMatches()) return;
+  displayStale_ = true;
   DrawCameraImage();
 }
 
+void Form_Camera::RefreshDisplay() const {
+  if (!displayStale_) return;
+  displayStale_ = false;
+  if (!DisplayMatches()) return;
+  const long w = ImageWidth(), h = ImageHeight();
+  if (HasColors_)
+    SV_RGB_display(w, h, ImagePtr_.data(), ImagePtr8_.data(), LutTable_.data());
+  else
+    SV_display(w, h, ImagePtr_.data(), ImagePtr8_.data(), LutTable_.data());
+}
+
 void Form_Camera::DrawCameraImage() {
-  if (!ImagePtr8()) return;
+  if (ImagePtr8_.empty()) return;
   view_->Present(*this);
 }
 

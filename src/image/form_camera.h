@@ -86,8 +86,18 @@ class Form_Camera : public ChildDocument {
   void SetHasColors(bool colour);
   uint16_t* ImagePtr() { return ImagePtr_.empty() ? nullptr : ImagePtr_.data(); }
   const uint16_t* ImagePtr() const { return ImagePtr_.empty() ? nullptr : ImagePtr_.data(); }
-  uint8_t* ImagePtr8() { return ImagePtr8_.empty() ? nullptr : ImagePtr8_.data(); }
-  const uint8_t* ImagePtr8() const { return ImagePtr8_.empty() ? nullptr : ImagePtr8_.data(); }
+  // The display copy: the samples through the table, made when it is first
+  // looked at after a change, so frames nobody sees cost nothing.
+  uint8_t* ImagePtr8() {
+    RefreshDisplay();
+    return ImagePtr8_.empty() ? nullptr : ImagePtr8_.data();
+  }
+  const uint8_t* ImagePtr8() const {
+    RefreshDisplay();
+    return ImagePtr8_.empty() ? nullptr : ImagePtr8_.data();
+  }
+  bool DisplayStale() const { return displayStale_; }
+  bool HasDisplayBuffer() const { return !ImagePtr8_.empty(); }
   uint16_t* GrabPtr() { return GrabPtr_.empty() ? nullptr : GrabPtr_.data(); }
   long GetMaxWidth() const;
   long GetMaxHeight() const;
@@ -215,7 +225,11 @@ class Form_Camera : public ChildDocument {
   long ImageDynamik_ = 256;
   long ImageBytes_ = 0;
   std::vector<uint16_t> ImagePtr_;
-  std::vector<uint8_t> ImagePtr8_;
+  // A cache of ImagePtr_ through LutTable_; stale until RefreshDisplay.
+  mutable std::vector<uint8_t> ImagePtr8_;
+  mutable bool displayStale_ = false;
+  void RefreshDisplay() const;
+  bool DisplayMatches() const;
   std::vector<uint16_t> GrabPtr_;
   // The shape the buffers were allocated for.
   long sizedWidth_ = 0, sizedHeight_ = 0;

@@ -1,6 +1,12 @@
 #include "image/image_files.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -60,20 +66,22 @@ void Message(const std::string& text, const std::string& title) {
   if (HasHost()) host().MsgBox(text, MsgButtons::OK, MsgIcon::Exclamation, title);
 }
 
-// A file opened for reading; every read is checked against its size.
+// A file opened for reading; every read is checked against its size. The
+// first block is kept in memory, so the many small reads of a header or a
+// directory cost no system call; the pixels are read straight into place.
 class InFile {
  public:
   ~InFile() {
-    if (f_) std::fclose(f_);
+    if (fd_ >= 0) ::close(fd_);
   }
   bool Open(const std::string& path) {
-    f_ = std::fopen(path.c_str(), "rb");
-    if (!f_) return false;
-    if (std::fseek(f_, 0, SEEK_END) != 0) return false;
-    const long end = std::ftell(f_);
-    if (end < 0) return false;
-    size_ = uint64_t(end);
-    return std::fseek(f_, 0, SEEK_SET) == 0;
+    fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd_ < 0) return false;
+    struct stat st {};
+    if (::fstat(fd_, &st) != 0 || !S_ISREG(st.st_mode)) return false;
+    size_ = uint64_t(st.st_size);
+    head_.resize(size_t(std::min<uint64_t>(size_, kHeadBytes)));
+    return Read(0, head_.data(), head_.size());
   }
   uint64_t Size() const { return size_; }
   bool Fits(uint64_t offset, uint64_t bytes) const {
@@ -81,43 +89,92 @@ class InFile {
   }
   bool ReadAt(uint64_t offset, void* dest, uint64_t bytes) {
     if (!Fits(offset, bytes)) return false;
-    if (bytes == 0) return true;
-    if (std::fseek(f_, long(offset), SEEK_SET) != 0) return false;
-    return std::fread(dest, 1, size_t(bytes), f_) == size_t(bytes);
+    auto* out = static_cast<uint8_t*>(dest);
+    if (offset < head_.size()) {
+      const uint64_t n = std::min<uint64_t>(bytes, head_.size() - offset);
+      std::memcpy(out, head_.data() + offset, size_t(n));
+      offset += n;
+      out += n;
+      bytes -= n;
+    }
+    return Read(offset, out, bytes);
   }
 
  private:
-  std::FILE* f_ = nullptr;
+  static constexpr uint64_t kHeadBytes = 16 << 10;
+  bool Read(uint64_t offset, uint8_t* out, uint64_t bytes) {
+    while (bytes > 0) {
+      const ssize_t n = ::pread(fd_, out, size_t(std::min<uint64_t>(bytes, 1u << 30)), off_t(offset));
+      if (n < 0 && errno == EINTR) continue;
+      if (n <= 0) return false;  // the file shrank under us
+      offset += uint64_t(n);
+      out += n;
+      bytes -= uint64_t(n);
+    }
+    return true;
+  }
+  int fd_ = -1;
   uint64_t size_ = 0;
+  std::vector<uint8_t> head_;
 };
 
-// A file created for writing; the first failure sticks.
+// A file created for writing; the first failure sticks. Small pieces (a
+// header, a line of text) gather in memory and go out with the next large
+// block in one system call; large blocks are written from where they lie.
 class OutFile {
  public:
   ~OutFile() {
-    if (f_) std::fclose(f_);
+    if (fd_ >= 0) ::close(fd_);
   }
   bool Create(const std::string& path) {
-    f_ = std::fopen(path.c_str(), "wb");
-    ok_ = f_ != nullptr;
+    fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    ok_ = fd_ >= 0;
     return ok_;
   }
   void Write(const void* data, size_t bytes) {
-    if (ok_ && bytes && std::fwrite(data, 1, bytes, f_) != bytes) ok_ = false;
+    if (!ok_ || bytes == 0) return;
+    if (pending_.size() + bytes <= kGather) {
+      pending_.append(static_cast<const char*>(data), bytes);
+      return;
+    }
+    Put(data, bytes);
   }
   void Write(const std::string& s) { Write(s.data(), s.size()); }
   bool Close() {
-    if (!f_) return false;
-    if (std::fflush(f_) != 0) ok_ = false;
-    if (std::fclose(f_) != 0) ok_ = false;
-    f_ = nullptr;
+    if (fd_ < 0) return false;
+    if (!pending_.empty()) Put(nullptr, 0);
+    if (::close(fd_) != 0) ok_ = false;
+    fd_ = -1;
     return ok_;
   }
   bool ok() const { return ok_; }
 
  private:
-  std::FILE* f_ = nullptr;
+  static constexpr size_t kGather = 64 << 10;
+  // The gathered bytes, then `bytes` from `data`, to the end.
+  void Put(const void* data, size_t bytes) {
+    iovec parts[2] = {{pending_.data(), pending_.size()}, {const_cast<void*>(data), bytes}};
+    int first = pending_.empty() ? 1 : 0;
+    while (ok_ && first < 2) {
+      const ssize_t n = ::writev(fd_, parts + first, 2 - first);
+      if (n < 0 && errno == EINTR) continue;
+      if (n <= 0) {
+        ok_ = false;  // a full disk, or the medium gone
+        break;
+      }
+      size_t left = size_t(n);
+      while (first < 2 && left >= parts[first].iov_len) left -= parts[first++].iov_len;
+      if (first < 2) {
+        parts[first].iov_base = static_cast<char*>(parts[first].iov_base) + left;
+        parts[first].iov_len -= left;
+      }
+      while (first < 2 && parts[first].iov_len == 0) ++first;
+    }
+    pending_.clear();
+  }
+  int fd_ = -1;
   bool ok_ = false;
+  std::string pending_;
 };
 
 // Progress in the status line every 250 ms, with the event pump; false once
@@ -144,9 +201,12 @@ class Progress {
   uint32_t last_ = 0;
 };
 
-// Rows per step of the big reads and writes: about 256 KB, at least one line.
+// Samples of the depth scan between looks at the top bit.
+constexpr size_t kScanBlock = 8192;
+
+// Rows per step of the big reads and writes: about 1 MB, at least one line.
 uint64_t RowsPerStep(uint64_t lineBytes) {
-  return std::max<uint64_t>(1, (uint64_t(256) << 10) / std::max<uint64_t>(1, lineBytes));
+  return std::max<uint64_t>(1, (uint64_t(1) << 20) / std::max<uint64_t>(1, lineBytes));
 }
 
 bool SizeOk(uint64_t width, uint64_t height, uint64_t bytesPerPixel) {
@@ -154,11 +214,9 @@ bool SizeOk(uint64_t width, uint64_t height, uint64_t bytesPerPixel) {
          width * height * bytesPerPixel <= kMaxPixelBytes;
 }
 
-// The smallest depth from 8 to 16 bits that holds every sample.
-long FittedBits(const uint16_t* p, size_t n) {
-  // The highest bit set anywhere is the highest bit of the largest sample.
-  uint16_t any = 0;
-  for (size_t i = 0; i < n; ++i) any = uint16_t(any | p[i]);
+// The smallest depth from 8 to 16 bits that holds every sample, from the
+// bits used by any of them.
+long FittedBits(uint16_t any) {
   long bits = 8;
   while (bits < 16 && any >= (1u << bits)) ++bits;
   return bits;
@@ -168,7 +226,7 @@ long FittedBits(const uint16_t* p, size_t n) {
 bool Shape(Form_Camera& image, long width, long height, bool colour) {
   image.SetHasColors(colour);
   image.SizeImage(width, height);
-  return image.ImagePtr() != nullptr && image.ImagePtr8() != nullptr;
+  return image.ImagePtr() != nullptr && image.HasDisplayBuffer();
 }
 
 // The last step of every reader: depth, limits, the display copy.
@@ -654,13 +712,19 @@ bool LoadB16(Form_Camera& image, const std::string& path) {
   uint16_t* dest = image.ImagePtr();
   Progress progress("Loading " + FileName(path));
   const uint64_t step = RowsPerStep(width * 2);
+  uint16_t used = 0;
   for (uint64_t y = 0; y < height; y += step) {
     const uint64_t n = std::min(step, height - y);
-    if (!in.ReadAt(headerLength + y * width * 2, dest + y * width, n * width * 2)) return fail();
+    uint16_t* block = dest + y * width;
+    if (!in.ReadAt(headerLength + y * width * 2, block, n * width * 2)) return fail();
+    // Once the top bit is in, the depth is settled and the rest needs no look.
+    const size_t samples = size_t(n * width);
+    for (size_t at = 0; at < samples && used < 0x8000; at += kScanBlock)
+      used = uint16_t(used | SV_bits_used(block + at, std::min(kScanBlock, samples - at)));
     if (!progress.Step(y + n, height)) return false;
   }
   image.ImgDescription = comment;
-  Finish(image, FittedBits(dest, size_t(width * height)));
+  Finish(image, FittedBits(used));
   return G().LoadOK;
 }
 
@@ -703,7 +767,7 @@ bool LoadIMG(Form_Camera& image, const std::string& path) {
   }
   if (!wide) SV_convert_8_to_16(bytes.data(), dest, size_t(width * height));
   image.ImgDescription = comment;
-  Finish(image, wide ? FittedBits(dest, size_t(width * height)) : 8);
+  Finish(image, wide ? FittedBits(SV_bits_used(dest, size_t(width * height))) : 8);
   return G().LoadOK;
 }
 
@@ -776,7 +840,7 @@ std::vector<uint8_t> Bytes8(const Form_Camera& image) {
 }
 
 bool Writable(const Form_Camera& image) {
-  return image.ImagePtr() && image.ImagePtr8() && image.ImageWidth() > 0 &&
+  return image.ImagePtr() && image.HasDisplayBuffer() && image.ImageWidth() > 0 &&
          image.ImageHeight() > 0;
 }
 

@@ -1,5 +1,6 @@
 #include "image/image_files.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -494,6 +495,15 @@ TEST_F(ImageFilesTest, AWriteErrorNamesThePath) {
   EXPECT_EQ(host.messages[0].text, "Error writing " + path);
   EXPECT_EQ(host.messages[0].title, "Save Image");
   EXPECT_EQ(out.Filename, "");
+
+  // A full disk: the file opens, the pixels do not go in.
+  if (std::filesystem::exists("/dev/full")) {
+    Mono(out, 600, 600, 16);
+    host.Answer(MsgResult::OK);
+    EXPECT_FALSE(ImageSaveDo(out, "/dev/full", 6));
+    ASSERT_EQ(host.messages.size(), 2u);
+    EXPECT_EQ(host.messages[1].text, "Error writing /dev/full");
+  }
 }
 
 // --- Commands ------------------------------------------------------------------

@@ -49,6 +49,10 @@ bool SV_rgb_to_8(size_t pixels, ConstSamples8 rgb, Samples8 grey);
 // 32-bit sums to words, saturating at 65535 (shift first with SV_shr).
 bool SV_convert_32_to_16(size_t count, ConstSamples32 source, Samples16 dest);
 
+// Every bit set in any of `count` samples: the smallest depth that holds
+// them all is the position of its highest bit.
+uint16_t SV_bits_used(const uint16_t* samples, size_t count);
+
 // Exchanges the two bytes of every word: in place, or into `dest`.
 bool SV_swap_lo_hi_byte(size_t count, Samples16 samples);
 bool SV_swap_lo_hi_byte(size_t count, ConstSamples16 source, Samples16 dest);

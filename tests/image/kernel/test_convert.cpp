@@ -174,6 +174,15 @@ TEST_P(KernelConvertPaths, LongRunsMatchElementByElement) {
   ASSERT_TRUE(SV_swap_lo_hi_byte(3 * n, words, out));
   for (size_t i = 0; i < 3 * n; ++i) ASSERT_EQ(out[i], uint16_t(words[i] << 8 | words[i] >> 8));
 
+  // Bits used: one lone bit anywhere in a long run, the tail included.
+  std::vector<uint16_t> quiet(3 * n, 0x0101);
+  for (size_t at : {size_t(0), size_t(700), 3 * n - 1}) {
+    quiet[at] = 0x0901;
+    EXPECT_EQ(SV_bits_used(quiet.data(), quiet.size()), 0x0901) << at;
+    quiet[at] = 0x0101;
+  }
+  EXPECT_EQ(SV_bits_used(quiet.data(), 0), 0);
+
   std::vector<uint32_t> sums(n);
   for (auto& v : sums) v = rng() >> (rng() % 32);
   ASSERT_TRUE(SV_convert_32_to_16(n, sums, out));
