@@ -578,6 +578,63 @@ class TestWorkbench : public QObject {
     QVERIFY(!bg->Visible());
   }
 
+  // File -> Save As in each format, and File -> Open again: the 8-bit formats
+  // paint the same picture, the 16-bit ones give back the samples.
+  void saveAsEachFormatAndOpenAgain() {
+    main_->Click("mnuNewImage");
+    Form_Camera* original = ActiveImage();
+    QVERIFY(original);
+    const QImage picture = GrabPicture();
+    const std::vector<uint16_t> samples(
+        original->ImagePtr(),
+        original->ImagePtr() + original->ImageWidth() * original->ImageHeight());
+    struct Format {
+      int filter;
+      const char* ext;
+      bool wide;
+    };
+    for (const Format& f : {Format{1, ".tif", false}, Format{2, ".bmp", false},
+                            Format{3, ".jpg", false}, Format{4, ".img", false},
+                            Format{6, ".t16", true}, Format{7, ".b16", true},
+                            Format{8, ".i16", true}}) {
+      const std::string path = host_->root + "/saved" + f.ext;
+      window_->SubWindowFor(original->Handle())->setFocus();
+      main_->SetActiveChild(original->Handle());
+      emit window_->TopMenu("mnuFile")->aboutToShow();
+      host_->AnswerFile(path, f.filter);
+      window_->MenuAction("mnuSaveAs")->trigger();
+      QVERIFY2(QFileInfo::exists(QString::fromStdString(path)), path.c_str());
+
+      emit window_->TopMenu("mnuFile")->aboutToShow();
+      host_->AnswerFile(path);
+      window_->MenuAction("mnuOpenImage")->trigger();
+      Form_Camera* opened = ActiveImage();
+      QVERIFY2(opened && opened != original, path.c_str());
+      QCOMPARE(opened->ImageWidth(), original->ImageWidth());
+      QCOMPARE(opened->ImageHeight(), original->ImageHeight());
+      if (f.wide) {
+        QVERIFY2(std::equal(samples.begin(), samples.end(), opened->ImagePtr()), path.c_str());
+        continue;
+      }
+      // The 8-bit files hold what the display showed: exactly, but for JPEG.
+      const long w = original->ImageWidth(), h = original->ImageHeight();
+      long worst = 0;
+      for (long y = 0; y < h; ++y) {
+        const uint8_t* shown = original->ImagePtr8() + (h - 1 - y) * original->ImageByteWidth();
+        for (long x = 0; x < w; ++x)
+          worst = std::max<long>(worst, std::abs(long(opened->ImagePtr()[y * w + x]) - shown[x]));
+      }
+      QVERIFY2(worst <= (f.filter == 3 ? 24 : 0), path.c_str());
+      // And the picture on the screen is the file's, upright.
+      const QImage again = GrabPicture();
+      for (int y = 0; y < std::min<int>(again.height(), int(h)); y += 9)
+        for (int x = 0; x < std::min<int>(again.width(), int(w)); x += 9)
+          QCOMPARE(again.pixelColor(x, y), BitmapColour(*opened, x, y));
+      main_->CloseChild(opened->Handle());
+    }
+    QVERIFY(host_->messages.empty());
+  }
+
   // The Qt host's timers run on the event loop until stopped.
   void qtHostTimersTickUntilStopped() {
     app::QtHost qt;

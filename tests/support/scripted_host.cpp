@@ -104,7 +104,12 @@ FileDialogResult ScriptedHost::OpenFileDialog(const FileDialog& dlg) {
   }
   std::string p = files.front();
   files.pop_front();
-  return {p, dlg.filterIndex};
+  int filter = dlg.filterIndex;
+  if (!fileFilters.empty()) {
+    if (fileFilters.front() > 0) filter = fileFilters.front();
+    fileFilters.pop_front();
+  }
+  return {p, filter};
 }
 
 FileDialogResult ScriptedHost::SaveFileDialog(const FileDialog& dlg) { return OpenFileDialog(dlg); }

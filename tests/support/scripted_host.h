@@ -36,7 +36,12 @@ class ScriptedHost : public Host {
   // Scripting.
   void Answer(MsgResult r) { answers.push_back(r); }
   void AnswerInput(std::optional<std::string> s) { inputs.push_back(std::move(s)); }
-  void AnswerFile(std::string path) { files.push_back(std::move(path)); }
+  // The path the next file dialog gives, and the filter picked in it (0: the
+  // dialog's own).
+  void AnswerFile(std::string path, int filterIndex = 0) {
+    files.push_back(std::move(path));
+    fileFilters.push_back(filterIndex);
+  }
   // When set, unscripted message boxes answer with the first button instead of failing.
   bool lenient = false;
 
@@ -97,6 +102,7 @@ class ScriptedHost : public Host {
   std::deque<MsgResult> answers;
   std::deque<std::optional<std::string>> inputs;
   std::deque<std::string> files;
+  std::deque<int> fileFilters;
 };
 
 // Reads a whole file ("" when missing) and writes one.
