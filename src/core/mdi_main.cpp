@@ -551,6 +551,13 @@ void MDIForm_Main::AddChild(std::unique_ptr<ChildDocument> doc) {
   view_->ChildAdded(ref);
 }
 
+ChildDocument* MDIForm_Main::AddDocument(std::unique_ptr<ChildDocument> doc) {
+  if (!doc) return nullptr;
+  ChildDocument* p = doc.get();
+  AddChild(std::move(doc));
+  return p;
+}
+
 ChildDocument* MDIForm_Main::CreateImage() {
   if (!imageFactory_) return nullptr;
   auto doc = imageFactory_(*this);

@@ -125,6 +125,8 @@ class MDIForm_Main {
   // Documents.
   ChildDocument* CreateImage();
   ChildDocument* CreateWorksheet();
+  // Any other child window (a plot): gets its handle and is shown by the view.
+  ChildDocument* AddDocument(std::unique_ptr<ChildDocument> doc);
   // Shows the child window and makes it the active one.
   void ShowChild(long handle);
   ChildDocument* Child(long handle);
