@@ -42,6 +42,11 @@ struct Globals {
   bool LoadOK = false;
   long PreviewImageHandle = 0;     // the image that shows the live picture, 0 for none
 
+  // The application's last-error code (10015: the sheet rows were cut) and
+  // its break flag, which long loops test.
+  long LastErrorCode = 0;
+  bool BreakFlag = false;
+
   // The present electron energy in eV.
   float ElectronEnergy = 100.0f;
 

@@ -46,4 +46,12 @@ void SetPlotFactory(PlotFactory factory);
 // Null when no plot library is registered.
 std::unique_ptr<SheetPlot> MakePlot(Form_Worksheet& sheet, bool threeD);
 
+// The plot details dialog of AddNewPlot (threeD false, with the layer) and
+// AddNew3DPlot: the plot library runs it and makes the plot. True when a plot
+// was made.
+using AddPlotHandler = std::function<bool(Form_Worksheet& sheet, bool threeD, long layer)>;
+void SetAddPlotHandler(AddPlotHandler handler);
+// False when no handler is registered.
+bool RunAddPlot(Form_Worksheet& sheet, bool threeD, long layer);
+
 }  // namespace sv
