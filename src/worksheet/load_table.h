@@ -8,8 +8,9 @@
 namespace sv {
 
 struct SheetTable {
-  std::string Title;           // the label of the second column
-  std::vector<float> Values;   // one for each data row
+  std::string Name;            // the label of the second column, right-trimmed
+  long Count = 0;              // the data rows
+  std::vector<float> Values;   // Count entries; an index no row names keeps 0
 };
 
 // Reads filename (".sht" added to a name without "."); 0 for success, 11001
