@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -349,6 +350,8 @@ class Form_Worksheet : public ChildDocument {
   void Delete();
   // Asks about unsaved changes; cancel true keeps the sheet.
   void QueryClose(bool& cancel);
+  // Bytes held for the cells, their texts included.
+  size_t CellStorageBytes() const;
 
   // --- Plots ---
   long Plots() const { return static_cast<long>(PlotHwnds_.size()); }
@@ -408,7 +411,7 @@ class Form_Worksheet : public ChildDocument {
   struct Impl;
   struct PackedCell;
 
-  void InitNew();
+  void ResizeCols(long n, bool notifyPlots);
   void RedrawRow0();
   std::string HeaderText(long col) const;
   void SetColumnDefaults(long col);
@@ -437,7 +440,8 @@ class Form_Worksheet : public ChildDocument {
   long ownPlotCounter_ = 0;
 };
 
-// Registers the sheet factory and the sheet's menu commands.
+// Registers the sheet factory and the sheet's menu commands (also declared
+// in worksheet_documents.h).
 void RegisterWorksheetDocuments(MDIForm_Main& main);
 
 }  // namespace sv
