@@ -449,19 +449,19 @@ bool Form_Plot::DefineLayer() {
   const PlotPage page = CurrentPlotPage();
   dlg.PageWidthMm = page.widthMm;
   dlg.PageHeightMm = page.heightMm;
-  dlg.Text_l = NumberText(double(Layer.Left) * 100);
-  dlg.Text_t = NumberText(double(Layer.Top) * 100);
-  dlg.Text_w = NumberText(double(Layer.Width) * 100);
-  dlg.Text_h = NumberText(double(Layer.Height) * 100);
+  dlg.Text_l = FieldText(double(Layer.Left) * 100);
+  dlg.Text_t = FieldText(double(Layer.Top) * 100);
+  dlg.Text_w = FieldText(double(Layer.Width) * 100);
+  dlg.Text_h = FieldText(double(Layer.Height) * 100);
   dlg.Text_Title = Layer.Title.Text;
   dlg.Check_Color = !(Layer.BackColor & 0x80000000u);
   dlg.BackColor = int32_t(Layer.BackColor & 0xFFFFFF);
   plotDialogs().ShowLayer(dlg);
   if (dlg.Tag != "OK") return false;
-  Layer.Left = float(TextValue(dlg.Text_l) * 0.01);
-  Layer.Top = float(TextValue(dlg.Text_t) * 0.01);
-  Layer.Width = float(TextValue(dlg.Text_w) * 0.01);
-  Layer.Height = float(TextValue(dlg.Text_h) * 0.01);
+  Layer.Left = float(FieldValue(dlg.Text_l) * 0.01);
+  Layer.Top = float(FieldValue(dlg.Text_t) * 0.01);
+  Layer.Width = float(FieldValue(dlg.Text_w) * 0.01);
+  Layer.Height = float(FieldValue(dlg.Text_h) * 0.01);
   Layer.Title.Text = dlg.Text_Title;
   Layer.BackColor = (uint32_t(dlg.BackColor) & 0xFFFFFF) | (dlg.Check_Color ? 0 : 0x80000000u);
   ClearPlot();
@@ -471,12 +471,12 @@ bool Form_Plot::DefineLayer() {
 
 void Form_Plot::ReadAxisDialog(const Form_Axis& form, int axis, PlotAxisRecord& rec) {
   auto number = [](const std::string& text) {
-    return float(std::clamp(TextValue(text), -3.4e38, 3.4e38));
+    return float(std::clamp(FieldValue(text), -3.4e38, 3.4e38));
   };
   rec.From = number(form.Text_From);
   rec.To = number(form.Text_To);
   rec.Inc = number(form.Text_Inc);
-  rec.Ticks = int32_t(std::nearbyint(std::clamp(TextValue(form.Text_ticks), -1e9, 1e9)));
+  rec.Ticks = int32_t(std::nearbyint(std::clamp(FieldValue(form.Text_ticks), -1e9, 1e9)));
   rec.Thickness = number(form.Combo_Thickness);
   rec.Flags = form.Flags(rec.Flags);
   // Each failed test repairs the values by the tick computation.

@@ -20,7 +20,7 @@ int Clamp(int v, int lo, int hi) { return std::min(std::max(v, lo), hi); }
 PlotDialogs& plotDialogs() { return *currentDialogs; }
 void SetPlotDialogs(PlotDialogs* dialogs) { currentDialogs = dialogs ? dialogs : &defaultDialogs; }
 
-double TextValue(const std::string& text) {
+double FieldValue(const std::string& text) {
   std::string t = text;
   std::replace(t.begin(), t.end(), ',', '.');
   size_t i = t.find_first_not_of(" \t");
@@ -33,7 +33,7 @@ double TextValue(const std::string& text) {
   return std::isfinite(v) ? v : 0;
 }
 
-std::string NumberText(double value) {
+std::string FieldText(double value) {
   char buf[32];
   std::snprintf(buf, sizeof buf, "%.7g", value);
   return buf;
@@ -128,9 +128,9 @@ void Form_PlotDetails::Load(const PlotCurveRecord& curve, const std::string& she
       break;
     }
   Combo_Type = curve.LineType;
-  Combo_Width = NumberText(curve.Width);
+  Combo_Width = FieldText(curve.Width);
   Combo_Shape = curve.Shape;
-  Combo_Size = NumberText(curve.Size);
+  Combo_Size = FieldText(curve.Size);
   Tag.clear();
 }
 
@@ -139,9 +139,9 @@ PlotCurveRecord Form_PlotDetails::Edited() const {
   c.PlotType = Clamp(Combo_PlotType, 0, 2);
   if (Combo_Color >= 0 && Combo_Color < 15) c.Color = kDetailsColors[Combo_Color].color;
   c.LineType = Clamp(Combo_Type, 0, 4);
-  c.Width = float(TextValue(Combo_Width));
+  c.Width = float(FieldValue(Combo_Width));
   c.Shape = Clamp(Combo_Shape, 0, 10);
-  c.Size = float(TextValue(Combo_Size));
+  c.Size = float(FieldValue(Combo_Size));
   return c;
 }
 
@@ -161,8 +161,8 @@ void Form_Layer::Combo_Unit_Click(int unit) {
   unit = Clamp(unit, 0, 3);
   if (unit == Combo_Unit) return;
   auto convert = [&](std::string& text, bool horizontal) {
-    const double fraction = TextValue(text) / Factor(Combo_Unit, horizontal);
-    text = NumberText(fraction * Factor(unit, horizontal));
+    const double fraction = FieldValue(text) / Factor(Combo_Unit, horizontal);
+    text = FieldText(fraction * Factor(unit, horizontal));
   };
   convert(Text_l, true);
   convert(Text_t, false);
@@ -188,11 +188,11 @@ void Form_Layer::Command_OK() {
 void Form_Axis::Load(int axis, const PlotAxisRecord& record) {
   const bool x = axis != 2;
   Caption = x ? "X Axis" : "Y Axis";
-  Text_From = NumberText(record.From);
-  Text_To = NumberText(record.To);
-  Text_Inc = NumberText(record.Inc);
+  Text_From = FieldText(record.From);
+  Text_To = FieldText(record.To);
+  Text_Inc = FieldText(record.Inc);
   Text_ticks = std::to_string(record.Ticks);
-  Combo_Thickness = NumberText(record.Thickness);
+  Combo_Thickness = FieldText(record.Thickness);
   Text_Title = record.Title.Text;
   for (int n = 1; n <= 11; ++n) Check_typ[n] = (record.Flags >> n) & 1;
   Check_typ[0] = false;

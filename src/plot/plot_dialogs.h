@@ -16,9 +16,9 @@ namespace sv {
 
 // A number typed in a box: a decimal comma reads as a point; the leading
 // number counts and text without one reads as 0.
-double TextValue(const std::string& text);
+double FieldValue(const std::string& text);
 // A number for a box: up to seven significant digits, no trailing zeros.
-std::string NumberText(double value);
+std::string FieldText(double value);
 
 // One line of a column list: its text and the sheet column it stands for.
 struct ColumnItem {
