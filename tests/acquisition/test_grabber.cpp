@@ -2,6 +2,7 @@
 // the grabber's settings pair.
 
 #include <algorithm>
+#include <tuple>
 #include <vector>
 
 #include "acquisition/grabber_environment.h"
@@ -60,9 +61,8 @@ TEST_F(GrabberTest, CaptureDevicesAreNumberedElevenPlusTheirIndex) {
   devices.names = {{0, "Integrated Camera"}, {3, "USB Video"}, {9, "Capture Card"}};
   const auto entries = CaptureDriverEntries();
   ASSERT_EQ(entries.size(), 3u);
-  EXPECT_EQ(entries[0].number, 11);
-  EXPECT_EQ(entries[1].number, 14);
-  EXPECT_EQ(entries[2].number, 20);
+  EXPECT_EQ(std::tuple(entries[0].number, entries[1].number, entries[2].number),
+            std::tuple(11, 14, 20));
   EXPECT_EQ(entries[1].stem, "USB Video");
   EXPECT_EQ(entries[1].displayName, "USB Video");
   EXPECT_TRUE(entries[1].available);
@@ -162,9 +162,8 @@ TEST_F(GrabberTest, TheDummyAnswersByItselfWhateverTheIniSays) {
   EXPECT_TRUE(G().GrabberOK);
   EXPECT_EQ(GB().CameraImageWidth, 640) << "the selection re-reads the camera's settings";
   EXPECT_EQ(GB().GrabberLibrary, -1);
-  EXPECT_EQ(GrabberWidth(), 384);
-  EXPECT_EQ(GrabberHeight(), 288);
-  EXPECT_EQ(GrabberBitsPerPixel(), 12);
+  EXPECT_EQ(std::tuple(GrabberWidth(), GrabberHeight(), GrabberBitsPerPixel()),
+            std::tuple(384, 288, 12));
   EXPECT_EQ(GrabberDllDate(), "Mar. 07, 2002 (R)");
   EXPECT_EQ(GrabberInterfaceName(), "Dummy Grabber");
   EXPECT_EQ(GrabberInputName(0), "Video Source");
@@ -276,12 +275,9 @@ TEST_F(GrabberTest, SettingsPairRoundTrip) {
                   "[Overlay Window]\r\nLeft=5\r\nTop=6\r\nUseOverlay=1\r\n"
                   "[Grabber]\r\nNoiseReduction=-1\r\nWebCamInterval=9\r\n");
   ReadSettings(nullptr);
-  EXPECT_EQ(GB().CameraImageLeft, 10);
-  EXPECT_EQ(GB().CameraImageTop, 20);
-  EXPECT_EQ(GB().CameraImageWidth, 768);
-  EXPECT_EQ(GB().CameraImageHeight, 576);
-  EXPECT_EQ(GB().OverlayLeft, 5);
-  EXPECT_EQ(GB().OverlayTop, 6);
+  EXPECT_EQ(std::tuple(GB().CameraImageLeft, GB().CameraImageTop, GB().CameraImageWidth,
+                       GB().CameraImageHeight, GB().OverlayLeft, GB().OverlayTop),
+            std::tuple(10, 20, 768, 576, 5, 6));
   EXPECT_TRUE(GB().UseOverlay);
   EXPECT_TRUE(G().NoiseReduction);
   EXPECT_EQ(G().WebCamInterval, 9) << "the core's keys of the same section stay the core's";
@@ -312,11 +308,10 @@ TEST_F(GrabberTest, SettingsPairRoundTrip) {
 TEST_F(GrabberTest, CaptionsAndZoomOfTheLivePicture) {
   EXPECT_EQ(SourceCaption(0, 1, "Composite"), "Video Source");
   EXPECT_EQ(SourceCaption(2, 3, "S-Video"), "Source &2:S-Video");
-  EXPECT_EQ(ZoomIndexToFit(384, 288, 0, 0), 15) << "nothing stored: 1:1";
-  EXPECT_EQ(ZoomIndexToFit(384, 288, 384, 288), 15);
-  EXPECT_EQ(ZoomIndexToFit(384, 288, 800, 600), 14) << "2:1";
-  EXPECT_EQ(ZoomIndexToFit(384, 288, 383, 600), 16) << "1:2";
-  EXPECT_EQ(ZoomIndexToFit(384, 288, 1, 1), 30) << "the smallest there is";
+  // Nothing stored is 1:1; a window too small for anything takes the smallest.
+  for (auto [w, h, index] : {std::tuple{0, 0, 15}, {384, 288, 15}, {800, 600, 14},
+                             {383, 600, 16}, {1, 1, 30}})
+    EXPECT_EQ(ZoomIndexToFit(384, 288, w, h), index) << w << "x" << h;
 }
 
 }  // namespace
