@@ -1,6 +1,8 @@
 // The grabber at start-up, in the main window (menus, toolbars, the live
 // picture's image), in the setup dialog's presenter, and at exit.
 
+#include <tuple>
+
 #include "acquisition/form_grabber_interface.h"
 #include "acquisition/grabber_environment.h"
 #include "core/ini_profile.h"
@@ -43,12 +45,9 @@ TEST_F(GrabberStartupTest, ClosedDriverIsReportedWithItsDisplayName) {
 }
 
 TEST_F(GrabberStartupTest, EachClosedDriverNamesItselfInTheMessage) {
-  const std::pair<const char*, const char*> drivers[] = {
-      {"V1SW2000", "Video 1000 S/W"},        {"V1rgb2k", "Video 1000 RGB"},
-      {"V1k12", "Video 1000 12Bit PCI"},     {"PCCAM", "PCO PixelFly"},
-      {"CamUsb_API_vb6", "UK1000 USB2.0 Cameras"},
-  };
-  for (const auto& [stem, display] : drivers) {
+  for (auto [stem, display] : {std::pair{"V1SW2000", "Video 1000 S/W"}, {"V1rgb2k", "Video 1000 RGB"},
+                               {"V1k12", "Video 1000 12Bit PCI"}, {"PCCAM", "PCO PixelFly"},
+                               {"CamUsb_API_vb6", "UK1000 USB2.0 Cameras"}}) {
     ResetGlobals();
     MDIForm_Main other;
     SetMainForm(&other);
@@ -91,9 +90,8 @@ TEST_F(GrabberStartupTest, TheDummyComesUpWithItsLivePicture) {
   EXPECT_TRUE(preview->Locked());
   EXPECT_TRUE(preview->GrabEnabled);
   EXPECT_FALSE(preview->HasColors());
-  EXPECT_EQ(preview->ImageWidth(), 384);
-  EXPECT_EQ(preview->ImageHeight(), 288);
-  EXPECT_EQ(preview->ImageBitsPerPixel(), 12);
+  EXPECT_EQ(std::tuple(preview->ImageWidth(), preview->ImageHeight(), preview->ImageBitsPerPixel()),
+            std::tuple(384, 288, 12));
   EXPECT_TRUE(preview->Filename.empty());
   EXPECT_NE(preview->ImagePtr(), nullptr);
   EXPECT_EQ(main.ActiveChild(), preview) << "the live picture has the focus";
@@ -113,9 +111,7 @@ TEST_F(GrabberStartupTest, TheDummyComesUpWithItsLivePicture) {
   ASSERT_NE(sources, nullptr);
   ASSERT_EQ(sources->buttons.size(), 1u);
   EXPECT_EQ(sources->buttons[0].caption, "Video Source");
-  EXPECT_TRUE(sources->buttons[0].checked);
-  EXPECT_TRUE(sources->buttons[0].enabled);
-  EXPECT_TRUE(sources->visible);
+  EXPECT_TRUE(sources->buttons[0].checked && sources->buttons[0].enabled && sources->visible);
   MenuEntry* source = main.FindMenu("mnuSource", 0);
   ASSERT_NE(source, nullptr);
   EXPECT_EQ(source->caption, "Video Source");
@@ -168,10 +164,9 @@ TEST_F(GrabberStartupTest, SetupListsTheDriversAndChangesAtRunTime) {
   form.Form_Load();
   ASSERT_EQ(form.Drivers.size(), 9u) << "eight fixed rows and one device";
   ASSERT_EQ(form.List_Drivers.size(), form.Drivers.size());
-  EXPECT_EQ(form.List_Drivers[0], "(none)");
-  EXPECT_EQ(form.List_Drivers[1], "Video 1000 S/W (not available)");
-  EXPECT_EQ(form.List_Drivers[7], "Dummy Grabber");
-  EXPECT_EQ(form.List_Drivers[8], "USB Video");
+  for (auto [row, text] : {std::pair{0, "(none)"}, {1, "Video 1000 S/W (not available)"},
+                           {7, "Dummy Grabber"}, {8, "USB Video"}})
+    EXPECT_EQ(form.List_Drivers[size_t(row)], text);
   EXPECT_EQ(form.Drivers[8].number, 12);
   EXPECT_EQ(form.ListIndex, 0) << "no grabber: the first row";
   EXPECT_EQ(form.Label_Info, "No grabber");
