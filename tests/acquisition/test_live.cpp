@@ -84,10 +84,8 @@ TEST(TimerListTest, TicksInOrderAndAStoppedTimerMissesItsTurn) {
 }
 
 TEST(FrameRateTest, OneDecimalAndHertz) {
-  EXPECT_EQ(FrameRateText(80), "12.5 Hz");
-  EXPECT_EQ(FrameRateText(1000), "1.0 Hz");
-  EXPECT_EQ(FrameRateText(3), "333.3 Hz");
-  EXPECT_EQ(FrameRateText(0), "1000.0 Hz");
+  for (auto [ms, text] : {std::pair{80, "12.5 Hz"}, {1000, "1.0 Hz"}, {3, "333.3 Hz"}, {0, "1000.0 Hz"}})
+    EXPECT_EQ(FrameRateText(ms), text);
 }
 
 TEST_F(LiveTest, PreviewRunsOnItsTimerShowsTheRateAndStopsOnTheSecondClick) {
@@ -201,12 +199,9 @@ TEST_F(LiveTest, TheBackgroundIsSubtractedAndMarkedInTheStatus) {
   EXPECT_FALSE(bg->Visible());
 }
 
-TEST_F(LiveTest, DefineBackgroundSavesTheReferenceFileWhenAWriterIsThere) {
+TEST_F(LiveTest, DefineBackgroundSavesThroughThePluggedWriter) {
   std::string saved;
-  LV().SaveBackground = [&](Form_Camera& image, const std::string& path) {
-    saved = path;
-    return image.ImageWidth() == kDummyWidth;
-  };
+  LV().SaveBackground = [&](Form_Camera&, const std::string& path) { return !(saved = path).empty(); };
   Grab(*preview);
   mnuDefineBackground_Click();
   EXPECT_EQ(saved, G().ImagesPath + "~BckGrnd.tif");
@@ -267,9 +262,8 @@ TEST_F(LiveTest, NoConvertsTheBackgroundToTheCamerasSizeAndDepth) {
   host.Answer(MsgResult::No);
   const auto next = NextFrames(1);
   Grab(*preview);
-  EXPECT_EQ(bg.ImageWidth(), kDummyWidth);
-  EXPECT_EQ(bg.ImageHeight(), kDummyHeight);
-  EXPECT_EQ(bg.ImageBitsPerPixel(), kDummyBits);
+  EXPECT_EQ(std::tuple(bg.ImageWidth(), bg.ImageHeight(), bg.ImageBitsPerPixel()),
+            std::tuple(kDummyWidth, kDummyHeight, kDummyBits));
   EXPECT_EQ(bg.ImagePtr()[1000], 256);
   EXPECT_EQ(preview->ImagePtr()[1000], next[1000] > 256 ? next[1000] - 256 : 0);
   EXPECT_EQ(preview->StatusLine, " [- Background Image]");
@@ -360,7 +354,8 @@ TEST_F(LiveTest, AverageAsksAndRefusesCountsOutsideItsLimits) {
   EXPECT_EQ(LV().AverageDone, 16);
 }
 
-TEST_F(LiveTest, AverageSumsAndShiftsByTheLogOfTheCount) {
+TEST_F(LiveTest, AverageStopsThePreviewSumsAndShiftsByTheLogOfTheCount) {
+  Preview(*preview);
   for (long n : {2L, 3L}) {
     const auto frames = NextFrames(int(n));
     ASSERT_TRUE(Average(*preview, n));
@@ -371,15 +366,10 @@ TEST_F(LiveTest, AverageSumsAndShiftsByTheLogOfTheCount) {
       ASSERT_EQ(preview->ImagePtr()[i], sum >> 1) << "n " << n << " sample " << i;
     }
   }
-  EXPECT_EQ(preview->UndoName(), "") << "no undo below four frames";
-  EXPECT_EQ(preview->ImageBitsPerPixel(), kDummyBits);
-}
-
-TEST_F(LiveTest, AverageStopsThePreview) {
-  Preview(*preview);
-  ASSERT_TRUE(Average(*preview, 4));
   EXPECT_FALSE(PreviewRunning());
   EXPECT_EQ(host.RunningTimers(), 0u);
+  EXPECT_EQ(preview->UndoName(), "") << "no undo below four frames";
+  EXPECT_EQ(preview->ImageBitsPerPixel(), kDummyBits);
 }
 
 class RecordingFullScreen : public Form_FullScreen::View {
