@@ -8,6 +8,7 @@
 #include <map>
 #include <optional>
 #include <sstream>
+#include <tuple>
 
 #include "acquisition/grabber.h"
 #include "acquisition/live.h"
@@ -66,11 +67,13 @@ TEST_F(GrabCommand, BadOptionsAreRefused) {
   EXPECT_NE(err.str().find("grab needs --out FILE"), std::string::npos);
   EXPECT_EQ(Run({"grab", "--out", "a.tif", "--average", "1"}), 2);
   EXPECT_NE(err.str().find("--average takes 2 to 8192"), std::string::npos);
-  EXPECT_EQ(Run({"grab", "--out", "a.tif", "--average", "8193"}), 2);
-  EXPECT_EQ(Run({"grab", "--out", "a.tif", "--filter", "13"}), 2);
-  EXPECT_EQ(Run({"grab", "--out", "a.tif", "--energy", "lots"}), 2);
-  EXPECT_EQ(Run({"grab", "--out"}), 2);
-  EXPECT_EQ(Run({"grab", "--out", "a.tif", "--fast"}), 2);
+  for (const std::vector<std::string>& bad : std::vector<std::vector<std::string>>{
+           {"grab", "--out", "a.tif", "--average", "8193"},
+           {"grab", "--out", "a.tif", "--filter", "13"},
+           {"grab", "--out", "a.tif", "--energy", "lots"},
+           {"grab", "--out"},
+           {"grab", "--out", "a.tif", "--fast"}})
+    EXPECT_EQ(Run(bad), 2) << bad.back();
   EXPECT_EQ(Run({"grab", "--out", "frame.xyz"}), 2);
   EXPECT_NE(err.str().find("give --filter N"), std::string::npos);
   EXPECT_TRUE(written.empty());
@@ -83,10 +86,8 @@ TEST_F(GrabCommand, OneFrameFromTheSimulatedCameraAtTheGivenEnergy) {
   ASSERT_EQ(Run({"grab", "--out", file, "--filter", "2"}), 0) << err.str();
   ASSERT_EQ(written.size(), 1u);
   EXPECT_EQ(written[0].path, file);
-  EXPECT_EQ(written[0].filter, 2);
-  EXPECT_EQ(written[0].width, kDummyWidth);
-  EXPECT_EQ(written[0].height, kDummyHeight);
-  EXPECT_EQ(written[0].bits, kDummyBits);
+  EXPECT_EQ(std::tuple(written[0].filter, written[0].width, written[0].height, written[0].bits),
+            std::tuple(2, kDummyWidth, kDummyHeight, kDummyBits));
   EXPECT_EQ(out.str(), file + ": 384 x 288, 12 bits, 1 frame from Dummy Grabber at 100 eV\n");
 
   ASSERT_EQ(Run({"grab", "--out", file, "--energy", "45"}), 0) << err.str();
