@@ -50,17 +50,13 @@ TEST_F(GrabbersCommand, ListsTheTableAndTheDevicesFound) {
   const std::string text = out.str();
   EXPECT_EQ(text.rfind("driver  stem             display name                 available\n", 0), 0u)
       << text;
-  EXPECT_NE(text.find("0       -                (none)                       yes\n"),
-            std::string::npos) << text;
-  EXPECT_NE(text.find("1       V1sw2000         Video 1000 S/W               no\n"),
-            std::string::npos) << text;
-  EXPECT_NE(text.find("2       SenNTcam         PCO SensiCam 370xL/375xL     no\n"),
-            std::string::npos);
-  EXPECT_NE(text.find("6       CamUsb_API_vb6   UK1000 USB2.0 Cameras        no\n"),
-            std::string::npos);
-  EXPECT_NE(text.find("10      DummyGrb         Dummy Grabber                yes\n"),
-            std::string::npos);
-  EXPECT_NE(text.find("no capture devices found\n"), std::string::npos);
+  for (const char* row : {"0       -                (none)                       yes\n",
+                          "1       V1sw2000         Video 1000 S/W               no\n",
+                          "2       SenNTcam         PCO SensiCam 370xL/375xL     no\n",
+                          "6       CamUsb_API_vb6   UK1000 USB2.0 Cameras        no\n",
+                          "10      DummyGrb         Dummy Grabber                yes\n",
+                          "no capture devices found\n"})
+    EXPECT_NE(text.find(row), std::string::npos) << row << text;
 
   devices.names = {{0, "Integrated Camera"}, {4, "USB Video"}};
   ASSERT_EQ(Run({"grabbers"}), 0);
@@ -80,11 +76,9 @@ TEST_F(GrabbersCommand, SettingsShowTheGrabbersKeys) {
   const std::string ini = root + "/SV4200_anna.ini";
   test::WriteFile(ini, "[Camera Image]\r\nWidth=768\r\n[Overlay Window]\r\nUseOverlay=1\r\n");
   ASSERT_EQ(Run({"settings", "--ini", ini, "--user", "anna"}), 0) << err.str();
-  const std::string text = out.str();
-  EXPECT_NE(text.find("Camera Image/Width=768\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("Camera Image/Left=0\n"), std::string::npos);
-  EXPECT_NE(text.find("Overlay Window/UseOverlay=-1\n"), std::string::npos);
-  EXPECT_NE(text.find("Grabber/NoiseReduction=0\n"), std::string::npos);
+  for (const char* line : {"Camera Image/Width=768\n", "Camera Image/Left=0\n",
+                           "Overlay Window/UseOverlay=-1\n", "Grabber/NoiseReduction=0\n"})
+    EXPECT_NE(out.str().find(line), std::string::npos) << line << out.str();
 }
 
 }  // namespace
