@@ -35,14 +35,9 @@ class BatchImagesTest : public BatchFixture {
 TEST_F(BatchImagesTest, InfoTellsTypeSizeDepthColourAndComment) {
   const std::string path = Picture();
   ASSERT_EQ(Run({"image-info", path}), 0) << err.str();
-  const std::string s = out.str();
-  EXPECT_NE(s.find("type: 7 B16\n"), std::string::npos) << s;
-  EXPECT_NE(s.find("width: 5\n"), std::string::npos);
-  EXPECT_NE(s.find("height: 4\n"), std::string::npos);
-  EXPECT_NE(s.find("bits: 12\n"), std::string::npos);
-  EXPECT_NE(s.find("colour: no\n"), std::string::npos);
-  EXPECT_NE(s.find("comment: Ag(111)\n"), std::string::npos);
-  EXPECT_NE(s.find("resolution: "), std::string::npos);
+  for (const char* line : {"type: 7 B16\n", "width: 5\n", "height: 4\n", "bits: 12\n",
+                           "colour: no\n", "comment: Ag(111)\n", "resolution: "})
+    EXPECT_NE(out.str().find(line), std::string::npos) << line << out.str();
 
   EXPECT_EQ(Run({"image-info"}), 2);
   EXPECT_EQ(Run({"image-info", root + "/missing.tif"}), 1);
@@ -65,10 +60,13 @@ TEST_F(BatchImagesTest, ConvertTakesTheFilterFromTheExtensionOrTheOption) {
   std::getline(f, first);
   EXPECT_EQ(first, "0\t200\t400\t600\t800\r");
 
-  EXPECT_EQ(Run({"image-convert", in, root + "/out.xyz"}), 2);  // no filter for that
-  EXPECT_EQ(Run({"image-convert", in, root + "/o.tif", "--filter", "13"}), 2);
-  EXPECT_EQ(Run({"image-convert", in, root + "/o.tif", "--filter", "x"}), 2);
-  EXPECT_EQ(Run({"image-convert", in}), 2);
+  // .xyz has no filter of its own.
+  for (const std::vector<std::string>& bad :
+       std::vector<std::vector<std::string>>{{"image-convert", in, root + "/out.xyz"},
+                                             {"image-convert", in, root + "/o.tif", "--filter", "13"},
+                                             {"image-convert", in, root + "/o.tif", "--filter", "x"},
+                                             {"image-convert", in}})
+    EXPECT_EQ(Run(bad), 2) << bad.back();
   EXPECT_EQ(Run({"image-convert", root + "/none.b16", root + "/o.tif"}), 1);
 }
 
