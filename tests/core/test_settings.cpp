@@ -32,57 +32,41 @@ class SettingsTest : public ::testing::Test {
   test::ScriptedHost h;
 };
 
+// A field of the globals with its name, for table-driven checks.
+struct Field {
+  const char* name;
+  long got, expected;
+};
+#define SV_FIELD(f, v) Field{#f, long(g.f), long(v)}
+
 TEST_F(SettingsTest, CoreTableDefaults) {
   h.screen = {1920, 1080};
   ReadGeneralSettings(Profile());
   const Globals& g = G();
-  EXPECT_EQ(g.MainState, 2);
-  EXPECT_EQ(g.AutoScan, 1);
-  EXPECT_EQ(g.UndoEnabled, 1);
-  EXPECT_EQ(g.DefaultLUTtype, 0);
-  EXPECT_EQ(g.LutVisible, 0);
-  // Tool-form positions are twips, 15 to the pixel.
-  EXPECT_EQ(g.LutLeft, 1920 * 15);
-  EXPECT_EQ(g.LutTop, 40 * 15);
-  EXPECT_EQ(g.VideoMode, 0);
-  EXPECT_EQ(g.VideoLeft, 0);
-  EXPECT_EQ(g.VideoTop, 48);
-  EXPECT_EQ(g.VideoPath, "");
-  EXPECT_EQ(g.ImagesDialogPath, "");
-  EXPECT_EQ(g.ImagesFilterIndex, 1);
-  EXPECT_EQ(g.WebFilename, "");
-  EXPECT_EQ(g.ViewImageComment, -1);
-  EXPECT_EQ(g.ShowExitDialog, 1);
-  EXPECT_EQ(g.StartOverlay, 1);
-  EXPECT_EQ(g.ShowToolbar, -1);
-  EXPECT_EQ(g.ShowStatusbar, -1);
-  EXPECT_EQ(g.OsziBackColor, 0xFFFFFF);
-  EXPECT_EQ(g.DataLinkMode, 0);
-  EXPECT_EQ(g.TriggerMode, 0);
-  EXPECT_EQ(g.TriggerSource, 4);
-  EXPECT_EQ(g.HistogramVisible, 0);
-  EXPECT_EQ(g.HistogramLeft, 0);
-  EXPECT_EQ(g.HistogramTop, 1080 * 15 / 2);
-  EXPECT_EQ(g.LineSetupLeft, 1920 * 15 / 2);
-  EXPECT_EQ(g.LineSetupTop, 1080 * 15 / 2);
-  EXPECT_EQ(g.eGunVisible, 0);
-  EXPECT_EQ(g.eGunLeft, 1920 * 15);
-  EXPECT_EQ(g.eGunTop, 1080 * 15 / 2);
+  // Tool-form positions are twips, 15 to the pixel. The zero main-window
+  // rectangle grows to the smallest window.
+  for (const Field& f :
+       {SV_FIELD(MainState, 2), SV_FIELD(AutoScan, 1), SV_FIELD(UndoEnabled, 1),
+        SV_FIELD(DefaultLUTtype, 0), SV_FIELD(LutVisible, 0), SV_FIELD(LutLeft, 1920 * 15),
+        SV_FIELD(LutTop, 40 * 15), SV_FIELD(VideoMode, 0), SV_FIELD(VideoLeft, 0),
+        SV_FIELD(VideoTop, 48), SV_FIELD(ImagesFilterIndex, 1), SV_FIELD(ViewImageComment, -1),
+        SV_FIELD(ShowExitDialog, 1), SV_FIELD(StartOverlay, 1), SV_FIELD(ShowToolbar, -1),
+        SV_FIELD(ShowStatusbar, -1), SV_FIELD(OsziBackColor, 0xFFFFFF), SV_FIELD(DataLinkMode, 0),
+        SV_FIELD(TriggerMode, 0), SV_FIELD(TriggerSource, 4), SV_FIELD(HistogramVisible, 0),
+        SV_FIELD(HistogramLeft, 0), SV_FIELD(HistogramTop, 1080 * 15 / 2),
+        SV_FIELD(LineSetupLeft, 1920 * 15 / 2), SV_FIELD(LineSetupTop, 1080 * 15 / 2),
+        SV_FIELD(eGunVisible, 0), SV_FIELD(eGunLeft, 1920 * 15), SV_FIELD(eGunTop, 1080 * 15 / 2),
+        SV_FIELD(ScriptLeft, 800), SV_FIELD(ScriptTop, 1600), SV_FIELD(SubtractBackground, 0),
+        SV_FIELD(WebCamInterval, 6), SV_FIELD(MainLeft, 0), SV_FIELD(MainTop, 0),
+        SV_FIELD(MainWidth, 400), SV_FIELD(MainHeight, 300)})
+    EXPECT_EQ(f.got, f.expected) << f.name;
+  for (const std::string* text :
+       {&g.VideoPath, &g.ImagesDialogPath, &g.WebFilename, &g.ScriptPath, &g.WebCamFile})
+    EXPECT_EQ(*text, "");
   EXPECT_EQ(g.MinEnergyLEED, 0.0f);
   EXPECT_EQ(g.MaxEnergyLEED, 1000.0f);
   EXPECT_EQ(g.MinEnergyAUGER, 0.0f);
   EXPECT_EQ(g.MaxEnergyAUGER, 1639.0f);
-  EXPECT_EQ(g.ScriptLeft, 800);
-  EXPECT_EQ(g.ScriptTop, 1600);
-  EXPECT_EQ(g.ScriptPath, "");
-  EXPECT_EQ(g.SubtractBackground, 0);
-  EXPECT_EQ(g.WebCamFile, "");
-  EXPECT_EQ(g.WebCamInterval, 6);
-  // The zero rectangle grows to the smallest window.
-  EXPECT_EQ(g.MainLeft, 0);
-  EXPECT_EQ(g.MainTop, 0);
-  EXPECT_EQ(g.MainWidth, 400);
-  EXPECT_EQ(g.MainHeight, 300);
 }
 
 TEST_F(SettingsTest, RainbowLutIsClamped) {
@@ -228,42 +212,27 @@ TEST_F(SettingsTest, AfterResetTheEmptyNamesGoToTheStoreOnly) {
 }
 
 TEST_F(SettingsTest, MainWindowRectangle) {
-  struct Case {
-    int state, left, top, width, height;
-    int eState, eLeft, eTop, eWidth, eHeight;
-  } cases[] = {
-      {0, 100, 50, 800, 600, /**/ 0, 100, 50, 800, 600},
-      {0, -20, -5, 800, 600, /**/ 0, 0, 0, 800, 600},
-      {0, 1800, 1000, 800, 600, /**/ 0, 1520, 780, 400, 300},
-      {0, 10, 10, 100, 50, /**/ 0, 10, 10, 400, 300},
-      {0, 1000, 500, 5000, 5000, /**/ 0, 1000, 500, 920, 580},
-      {1, 0, 0, 800, 600, /**/ 2, 0, 0, 800, 600},
-      {2, 0, 0, 800, 600, /**/ 2, 0, 0, 800, 600},
+  using Rect = std::tuple<long, long, long, long, long>;  // state, left, top, width, height
+  const std::pair<Rect, Rect> cases[] = {
+      {{0, 100, 50, 800, 600}, {0, 100, 50, 800, 600}},
+      {{0, -20, -5, 800, 600}, {0, 0, 0, 800, 600}},
+      {{0, 1800, 1000, 800, 600}, {0, 1520, 780, 400, 300}},
+      {{0, 10, 10, 100, 50}, {0, 10, 10, 400, 300}},
+      {{0, 1000, 500, 5000, 5000}, {0, 1000, 500, 920, 580}},
+      {{1, 0, 0, 800, 600}, {2, 0, 0, 800, 600}},
+      {{2, 0, 0, 800, 600}, {2, 0, 0, 800, 600}},
   };
-  for (const auto& c : cases) {
-    Globals& g = G();
-    g.MainState = c.state;
-    g.MainLeft = c.left;
-    g.MainTop = c.top;
-    g.MainWidth = c.width;
-    g.MainHeight = c.height;
+  Globals& g = G();
+  for (const auto& [in, expected] : cases) {
+    std::tie(g.MainState, g.MainLeft, g.MainTop, g.MainWidth, g.MainHeight) = in;
     NormaliseMainWindowRect(1920, 1080);
-    EXPECT_EQ(g.MainState, c.eState);
-    EXPECT_EQ(g.MainLeft, c.eLeft) << c.left;
-    EXPECT_EQ(g.MainTop, c.eTop) << c.top;
-    EXPECT_EQ(g.MainWidth, c.eWidth) << c.width;
-    EXPECT_EQ(g.MainHeight, c.eHeight) << c.height;
+    EXPECT_EQ(Rect(g.MainState, g.MainLeft, g.MainTop, g.MainWidth, g.MainHeight), expected);
   }
-}
-
-TEST_F(SettingsTest, ReadAppliesTheRectangleRulesAgainstTheScreen) {
+  // Reading applies the same rules against the screen.
   h.screen = {1024, 768};
   ReadGeneralSettings(Profile::Parse("[Main]\nstate=1\nleft=2000\ntop=-3\nwidth=900\nheight=900\n"));
-  EXPECT_EQ(G().MainState, 2);
-  EXPECT_EQ(G().MainLeft, 624);
-  EXPECT_EQ(G().MainTop, 0);
-  EXPECT_EQ(G().MainWidth, 400);
-  EXPECT_EQ(G().MainHeight, 768);
+  EXPECT_EQ(Rect(g.MainState, g.MainLeft, g.MainTop, g.MainWidth, g.MainHeight),
+            Rect(2, 624, 0, 400, 768));
 }
 
 TEST_F(SettingsTest, DefaultDataFoldersAreMade) {
@@ -273,14 +242,13 @@ TEST_F(SettingsTest, DefaultDataFoldersAreMade) {
   G().UserIniName = "anna";
   ReadPathes(Profile::Parse("[Script]\nPath=C:\\Scripts\n"));
   const std::string root = h.homeFolder + "/SV4200_anna/";
-  EXPECT_EQ(G().ImagesPath, root + "Images/");
-  EXPECT_EQ(G().FilmsPath, root + "Videos/");
-  EXPECT_EQ(G().SheetsPath, root + "Worksheets/");
-  EXPECT_EQ(G().ExportPath, root + "Export/");
-  EXPECT_EQ(G().ParameterPath, root + "Parameter/");
   EXPECT_EQ(G().ScriptsPath, "C:/Scripts/");
-  for (const char* f : {"Images", "Videos", "Worksheets", "Export", "Parameter"})
+  for (auto [path, f] : {std::pair{&G().ImagesPath, "Images"}, {&G().FilmsPath, "Videos"},
+                         {&G().SheetsPath, "Worksheets"}, {&G().ExportPath, "Export"},
+                         {&G().ParameterPath, "Parameter"}}) {
+    EXPECT_EQ(*path, root + f + "/");
     EXPECT_TRUE(fs::is_directory(root + f)) << f;
+  }
 }
 
 TEST_F(SettingsTest, AFolderThatCannotBeMadeIsTolerated) {
@@ -316,9 +284,8 @@ TEST_F(SettingsTest, LastFilesKeepTheirOrder) {
   G().IniFile = iniPath;
   ReadSettings(&main);
   ASSERT_GE(main.LastFiles.size(), 3u);
-  EXPECT_EQ(main.LastFiles[0], "/a.tif");
-  EXPECT_EQ(main.LastFiles[1], "/b.sht");
-  EXPECT_EQ(main.LastFiles[2], "/d.vid");
+  EXPECT_EQ(std::vector<std::string>(main.LastFiles.begin(), main.LastFiles.begin() + 3),
+            (std::vector<std::string>{"/a.tif", "/b.sht", "/d.vid"}));
 
   Profile out;
   WriteLastFiles(out, main.LastFiles);
@@ -404,19 +371,11 @@ TEST_F(SettingsTest, DescribeShowsTheEffectiveValues) {
   G().UserIniName = "anna";
   ReadSettings(nullptr);
   auto lines = DescribeSettings();
-  auto has = [&](const std::string& l) {
-    return std::find(lines.begin(), lines.end(), l) != lines.end();
-  };
-  EXPECT_TRUE(has("LUT/RainbowLUT=6"));
-  EXPECT_TRUE(has("Images/ViewImageComment=-1"));
-  EXPECT_TRUE(has("LUT/Visible=0"));
-  EXPECT_TRUE(has("Main/width=400"));
-  EXPECT_TRUE(has("eGun/MaxEnergyAUGER=1639"));
-  EXPECT_TRUE(has("Grabber/Subtract Background=0"));
-  EXPECT_TRUE(has("Pathes/Images=" + h.homeFolder + "/SV4200_anna/Images/"));
-  EXPECT_TRUE(has("Pathes/Scripts="));
-  EXPECT_TRUE(has("HARDWARE/Grabber=V1K12"));
-  EXPECT_TRUE(has("HARDWARE/A/D-Converter="));
+  for (const std::string& l : std::vector<std::string>{"LUT/RainbowLUT=6", "Images/ViewImageComment=-1", "LUT/Visible=0", "Main/width=400",
+        "eGun/MaxEnergyAUGER=1639", "Grabber/Subtract Background=0",
+        "Pathes/Images=" + h.homeFolder + "/SV4200_anna/Images/", "Pathes/Scripts=",
+        "HARDWARE/Grabber=V1K12", "HARDWARE/A/D-Converter="})
+    EXPECT_NE(std::find(lines.begin(), lines.end(), l), lines.end()) << l;
   EXPECT_EQ(lines.front(), "Main/state=2");
 }
 
