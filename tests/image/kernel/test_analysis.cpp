@@ -80,6 +80,29 @@ AnalysisResult Sentinel() {
 
 // --- Windows -----------------------------------------------------------------
 
+// Area, background area, mean, background and maximum with its place.
+struct Seen {
+  int32_t area, backArea;
+  float total, back, max;
+  int32_t x, y;
+};
+
+void ExpectSeen(const AnalysisResult& r, const Seen& s) {
+  EXPECT_EQ(r.Area, s.area);
+  EXPECT_EQ(r.BackArea, s.backArea);
+  EXPECT_FLOAT_EQ(r.I.total, s.total);
+  EXPECT_FLOAT_EQ(r.I.back, s.back);
+  EXPECT_FLOAT_EQ(r.I.max, s.max);
+  EXPECT_EQ(r.X.max, s.x);
+  EXPECT_EQ(r.Y.max, s.y);
+}
+
+AnalysisResult Analyse(const WindowRect& w, FrameSize s, const Frame& f, long dynamic = 256) {
+  AnalysisResult r;
+  EXPECT_TRUE(SV_rect16_analysis(w, s, f, dynamic, r));
+  return r;
+}
+
 TEST(WindowAnalysis, RectangleTotalsAndItsBorderAsBackground) {
   const FrameSize s{6, 5};
   // clang-format off
@@ -90,32 +113,16 @@ TEST(WindowAnalysis, RectangleTotalsAndItsBorderAsBackground) {
       0, 10, 10, 10, 10, 0,
       0,  0,  0,  0,  0, 0};
   // clang-format on
-  AnalysisResult r;
-  ASSERT_TRUE(SV_rect16_analysis(WindowRect::FromSize(1, 1, 4, 3), s, f, 4096, r));
-  EXPECT_EQ(r.Area, 12);
-  EXPECT_EQ(r.BackArea, 10);  // all but the inner 2 x 1
-  EXPECT_FLOAT_EQ(r.I.total, 190.0f / 12);
-  EXPECT_FLOAT_EQ(r.I.back, 10.0f);
-  EXPECT_FLOAT_EQ(r.I.max, 50.0f);
-  EXPECT_EQ(r.X.max, 2);
-  EXPECT_EQ(r.Y.max, 2);
+  const AnalysisResult r = Analyse(WindowRect::FromSize(1, 1, 4, 3), s, f, 4096);
+  ExpectSeen(r, {12, 10, 190.0f / 12, 10, 50, 2, 2});  // border: all but the inner 2 x 1
   EXPECT_EQ(r.Dynamic, 4096);
-
   // Narrow rectangles are all border; a single pixel is its own background.
-  ASSERT_TRUE(SV_rect16_analysis(WindowRect::FromSize(2, 1, 2, 3), s, f, 256, r));
-  EXPECT_EQ(r.Area, 6);
-  EXPECT_EQ(r.BackArea, 6);
-  ASSERT_TRUE(SV_rect16_analysis(WindowRect::FromSize(2, 2, 1, 1), s, f, 256, r));
-  EXPECT_EQ(r.Area, 1);
-  EXPECT_EQ(r.BackArea, 1);
-  EXPECT_FLOAT_EQ(r.I.back, 50.0f);
-  EXPECT_FLOAT_EQ(r.I.total, 50.0f);
-
+  ExpectSeen(Analyse(WindowRect::FromSize(2, 1, 2, 3), s, f),
+             {6, 6, 130.0f / 6, 130.0f / 6, 50, 2, 2});
+  ExpectSeen(Analyse(WindowRect::FromSize(2, 2, 1, 1), s, f), {1, 1, 50, 50, 50, 2, 2});
   // A square is evaluated as the rectangle it is.
-  AnalysisResult q;
-  ASSERT_TRUE(SV_rect16_analysis(WindowRect::FromSize(1, 1, 3, 3, kShapeQuadrat), s, f, 256, q));
-  ASSERT_TRUE(SV_rect16_analysis(WindowRect::FromSize(1, 1, 3, 3), s, f, 256, r));
-  ExpectSame(q, r);
+  ExpectSame(Analyse(WindowRect::FromSize(1, 1, 3, 3, kShapeQuadrat), s, f),
+             Analyse(WindowRect::FromSize(1, 1, 3, 3), s, f));
 }
 
 TEST(WindowAnalysis, TiesGoToTheFirstPixelInScanOrder) {
@@ -127,118 +134,63 @@ TEST(WindowAnalysis, TiesGoToTheFirstPixelInScanOrder) {
       1, 9, 1, 9, 1,
       9, 1, 1, 1, 1};
   // clang-format on
-  AnalysisResult r;
-  ASSERT_TRUE(SV_rect16_analysis(WindowRect::FromSize(0, 0, 5, 4), s, f, 16, r));
-  EXPECT_EQ(r.X.max, 3);
-  EXPECT_EQ(r.Y.max, 1);
-  ASSERT_TRUE(SV_rect16_analysis(WindowRect::FromSize(0, 2, 5, 2), s, f, 16, r));
-  EXPECT_EQ(r.X.max, 1);  // same row: the leftmost
-  EXPECT_EQ(r.Y.max, 2);
-  // An all-equal window reports its first pixel.
-  const Frame flat(20, 4);
-  ASSERT_TRUE(SV_rect16_analysis(WindowRect::FromSize(1, 1, 3, 2), s, flat, 16, r));
-  EXPECT_EQ(r.X.max, 1);
-  EXPECT_EQ(r.Y.max, 1);
+  struct Case {
+    WindowRect w;
+    Frame frame;
+    int32_t x, y;
+  };
+  for (const Case& c : {Case{WindowRect::FromSize(0, 0, 5, 4), f, 3, 1},
+                        Case{WindowRect::FromSize(0, 2, 5, 2), f, 1, 2},  // same row: leftmost
+                        Case{WindowRect::FromSize(1, 1, 3, 2), Frame(20, 4), 1, 1}}) {  // flat
+    const AnalysisResult r = Analyse(c.w, s, c.frame, 16);
+    EXPECT_EQ(r.X.max, c.x);
+    EXPECT_EQ(r.Y.max, c.y);
+  }
 }
 
-TEST(WindowAnalysis, EllipseMaskAndTheCornersAsBackground) {
-  // The 5 x 5 ellipse: pixel centres inside or on the inscribed ellipse.
-  const std::vector<std::string> mask = {
-      ".###.",
-      "#####",
-      "#####",
-      "#####",
-      ".###."};
-  const FrameSize s{5, 5};
-  const Frame f = Drawn(mask, 100, 10);
-  AnalysisResult r;
-  ASSERT_TRUE(SV_rect16_analysis(WindowRect::FromSize(0, 0, 5, 5, kShapeEllipse), s, f, 256, r));
-  EXPECT_EQ(r.Area, 21);
-  EXPECT_EQ(r.BackArea, 4);
-  EXPECT_FLOAT_EQ(r.I.total, 100.0f);
-  EXPECT_FLOAT_EQ(r.I.back, 10.0f);
-  EXPECT_EQ(r.X.max, 1);  // first shape pixel of the top row
-  EXPECT_EQ(r.Y.max, 0);
-
-  // A wide ellipse: 7 x 3.
-  const std::vector<std::string> wide = {
-      ".#####.",
-      "#######",
-      ".#####."};
-  const Frame g = Drawn(wide, 100, 10);
-  ASSERT_TRUE(
-      SV_rect16_analysis(WindowRect::FromSize(0, 0, 7, 3, kShapeEllipse), {7, 3}, g, 256, r));
-  EXPECT_EQ(r.Area, 17);
-  EXPECT_EQ(r.BackArea, 4);
-  EXPECT_FLOAT_EQ(r.I.total, 100.0f);
-  EXPECT_FLOAT_EQ(r.I.back, 10.0f);
-
+TEST(WindowAnalysis, ShapeMasksAndTheirCornersAsBackground) {
+  // Pixel centres inside or on the inscribed ellipse; a circle takes the
+  // smaller side, centred.
+  struct Case {
+    std::vector<std::string> mask;
+    int shape;
+    Seen seen;
+  };
+  for (const Case& c : {
+           Case{{".###.", "#####", "#####", "#####", ".###."}, kShapeEllipse,
+                {21, 4, 100, 10, 100, 1, 0}},  // first shape pixel of the top row
+           Case{{".#####.", "#######", ".#####."}, kShapeEllipse, {17, 4, 100, 10, 100, 1, 0}},
+           Case{{"...###...", "..#####..", "..#####..", "..#####..", "...###..."}, kShapeCircle,
+                {21, 24, 100, 10, 100, 3, 0}}}) {
+    const FrameSize s{long(c.mask[0].size()), long(c.mask.size())};
+    const Frame f = Drawn(c.mask, 100, 10);
+    ExpectSeen(Analyse(WindowRect::FromSize(0, 0, s.width, s.height, c.shape), s, f), c.seen);
+  }
   // One-pixel-wide ellipses are their whole rectangle.
-  ASSERT_TRUE(
-      SV_rect16_analysis(WindowRect::FromSize(2, 0, 1, 5, kShapeEllipse), s, f, 256, r));
+  const AnalysisResult r =
+      Analyse(WindowRect::FromSize(2, 0, 1, 5, kShapeEllipse), {5, 5}, Frame(25, 3));
   EXPECT_EQ(r.Area, 5);
   EXPECT_EQ(r.BackArea, 0);
   EXPECT_FLOAT_EQ(r.I.back, 0.0f);
 }
 
-TEST(WindowAnalysis, CircleOfTheSmallerSideCentred) {
-  const std::vector<std::string> mask = {
-      "...###...",
-      "..#####..",
-      "..#####..",
-      "..#####..",
-      "...###..."};
-  const Frame f = Drawn(mask, 200, 20);
-  AnalysisResult r;
-  ASSERT_TRUE(
-      SV_rect16_analysis(WindowRect::FromSize(0, 0, 9, 5, kShapeCircle), {9, 5}, f, 256, r));
-  EXPECT_EQ(r.Area, 21);
-  EXPECT_EQ(r.BackArea, 24);
-  EXPECT_FLOAT_EQ(r.I.total, 200.0f);
-  EXPECT_FLOAT_EQ(r.I.back, 20.0f);
-  EXPECT_EQ(r.X.max, 3);
-  EXPECT_EQ(r.Y.max, 0);
-}
-
 TEST(WindowAnalysis, WindowsPartlyOutsideAreClipped) {
   const FrameSize s{4, 4};
-  // clang-format off
-  const Frame f = {
-      1, 2, 3, 4,
-      5, 6, 7, 8,
-      9, 10, 11, 12,
-      13, 14, 15, 16};
-  // clang-format on
-  AnalysisResult r;
+  Frame f(16);
+  for (size_t i = 0; i < 16; ++i) f[i] = uint16_t(i + 1);
   // Left and top beyond the frame: the inside 3 x 2 remains, its border
   // is the background.
-  ASSERT_TRUE(SV_rect16_analysis(WindowRect{-2, -3, 2, 1}, s, f, 256, r));
-  EXPECT_EQ(r.Area, 6);
-  EXPECT_EQ(r.BackArea, 6);
-  EXPECT_FLOAT_EQ(r.I.total, (1 + 2 + 3 + 5 + 6 + 7) / 6.0f);
-  EXPECT_FLOAT_EQ(r.I.max, 7.0f);
-  EXPECT_EQ(r.X.max, 2);
-  EXPECT_EQ(r.Y.max, 1);
-
+  ExpectSeen(Analyse(WindowRect{-2, -3, 2, 1}, s, f),
+             {6, 6, (1 + 2 + 3 + 5 + 6 + 7) / 6.0f, (1 + 2 + 3 + 5 + 6 + 7) / 6.0f, 7, 2, 1});
   // Beyond the right and bottom: a 3 x 3 ending outside keeps 2 x 2.
-  ASSERT_TRUE(SV_rect16_analysis(WindowRect::FromSize(2, 2, 3, 3), s, f, 256, r));
-  EXPECT_EQ(r.Area, 4);
-  EXPECT_FLOAT_EQ(r.I.total, (11 + 12 + 15 + 16) / 4.0f);
-
+  ExpectSeen(Analyse(WindowRect::FromSize(2, 2, 3, 3), s, f),
+             {4, 4, (11 + 12 + 15 + 16) / 4.0f, (11 + 12 + 15 + 16) / 4.0f, 16, 3, 3});
   // An ellipse keeps its shape; only its inside part counts. The 5 x 5
   // ellipse placed at (-2, -2) has its lower right quarter in the frame,
   // and of its cut-off corners only (2, 2).
-  const std::vector<std::string> quarter = {
-      "###.",
-      "###.",
-      "##..",
-      "...."};
-  const Frame q = Drawn(quarter, 50, 5);
-  ASSERT_TRUE(SV_rect16_analysis(WindowRect::FromSize(-2, -2, 5, 5, kShapeEllipse), s, q, 256, r));
-  EXPECT_EQ(r.Area, 8);
-  EXPECT_EQ(r.BackArea, 1);
-  EXPECT_FLOAT_EQ(r.I.total, 50.0f);
-  EXPECT_FLOAT_EQ(r.I.back, 5.0f);
+  const Frame q = Drawn({"###.", "###.", "##..", "...."}, 50, 5);
+  ExpectSeen(Analyse(WindowRect::FromSize(-2, -2, 5, 5, kShapeEllipse), s, q),
+             {8, 1, 50, 5, 50, 0, 0});
 }
 
 TEST(WindowAnalysis, EmptyShapesGiveAreaZeroWithoutDivision) {
@@ -249,13 +201,7 @@ TEST(WindowAnalysis, EmptyShapesGiveAreaZeroWithoutDivision) {
                               WindowRect{20, 20, 25, 25, kShapeEllipse}}) {
     AnalysisResult r = Sentinel();
     ASSERT_TRUE(SV_rect16_analysis(w, s, f, 256, r));
-    EXPECT_EQ(r.Area, 0);
-    EXPECT_EQ(r.BackArea, 0);
-    EXPECT_EQ(r.I.total, 0.0f);
-    EXPECT_EQ(r.I.max, 0.0f);
-    EXPECT_EQ(r.I.back, 0.0f);
-    EXPECT_EQ(r.X.max, -1);
-    EXPECT_EQ(r.Y.max, -1);
+    ExpectSeen(r, {0, 0, 0, 0, 0, -1, -1});
     EXPECT_EQ(r.Dynamic, 256);
   }
 }
@@ -263,15 +209,15 @@ TEST(WindowAnalysis, EmptyShapesGiveAreaZeroWithoutDivision) {
 TEST(WindowAnalysis, BadInputIsRefusedAndTheResultKept) {
   const FrameSize s{4, 4};
   const Frame f = Ramp(s);
-  const Frame shortFrame(15);
+  const WindowRect w = WindowRect::FromSize(0, 0, 2, 2);
   AnalysisResult r = Sentinel();
-  EXPECT_FALSE(SV_rect16_analysis(WindowRect::FromSize(0, 0, 2, 2), s, shortFrame, 256, r));
-  EXPECT_FALSE(SV_rect16_analysis(WindowRect::FromSize(0, 0, 2, 2), {0, 4}, f, 256, r));
-  EXPECT_FALSE(SV_rect16_analysis(WindowRect::FromSize(0, 0, 2, 2), s, f, 0, r));
+  EXPECT_FALSE(SV_rect16_analysis(w, s, Frame(15), 256, r));
+  EXPECT_FALSE(SV_rect16_analysis(w, {0, 4}, f, 256, r));
+  EXPECT_FALSE(SV_rect16_analysis(w, s, f, 0, r));
   EXPECT_FALSE(SV_rect16_analysis(WindowRect::FromSize(0, 0, 2, 2, 4), s, f, 256, r));
   EXPECT_FALSE(SV_rect16_analysis(WindowRect{0, 0, 1L << 40, 2}, s, f, 256, r));
   RGBAnalysisResult rgb{};
-  EXPECT_FALSE(SV_RGB_rect16_analysis(WindowRect::FromSize(0, 0, 2, 2), s, f, 256, rgb));
+  EXPECT_FALSE(SV_RGB_rect16_analysis(w, s, f, 256, rgb));
   EXPECT_EQ(r.Area, 777);
   EXPECT_EQ(r.I.total, 7.5f);
 }
@@ -486,8 +432,8 @@ TEST(LineScan, PointsFollowTheNearestPixels) {
                      {0, 0}, {1, 0}, {2, 1}, {3, 1}, {4, 1}, {5, 2}, {6, 2}}));
   EXPECT_EQ(LinePoints(3, 3, 3, 3), 1);
   EXPECT_EQ(LinePoints(5, 1, 1, 4), 5);
-  EXPECT_EQ(LinePointAt(5, 1, 1, 4, 4).x, 1);
-  EXPECT_EQ(LinePointAt(5, 1, 1, 4, 4).y, 4);
+  const LinePoint last = LinePointAt(5, 1, 1, 4, 4);
+  EXPECT_EQ(std::make_pair(last.x, last.y), std::make_pair(1L, 4L));
 }
 
 TEST(LineScan, HorizontalAndVerticalProfilesAverageAcross) {
@@ -562,21 +508,16 @@ TEST(LineScan, BadLinesAreRefusedAndTouchNothing) {
   const FrameSize s{5, 5};
   const Frame f = Ramp(s);
   std::vector<uint32_t> buf(5, 77);
-  LineAccumulator line = Line(0, 0, 4, 0, 3, buf);
-  line.X2 = 5;  // outside
-  EXPECT_EQ(SV_scan_line16(line, s, f, 0), -1);
-  line.X2 = 4;
-  line.Y1 = -1;
-  EXPECT_EQ(SV_scan_line16(line, s, f, 0), -1);
-  line.Y1 = 0;
-  line.Thickness = 2;
-  EXPECT_EQ(SV_scan_line16(line, s, f, 0), -1);
-  line.Thickness = 0;
-  EXPECT_EQ(SV_scan_line16(line, s, f, 0), -1);
-  line.Thickness = 3;
-  line.Buffer = std::span<uint32_t>(buf).first(4);
-  EXPECT_EQ(SV_scan_line16(line, s, f, 0), -1);
-  line.Buffer = buf;
+  const LineAccumulator good = Line(0, 0, 4, 0, 3, buf);
+  LineAccumulator outside = good, above = good, even = good, thin = good, small = good;
+  outside.X2 = 5;
+  above.Y1 = -1;
+  even.Thickness = 2;
+  thin.Thickness = 0;
+  small.Buffer = std::span<uint32_t>(buf).first(4);
+  for (LineAccumulator* l : {&outside, &above, &even, &thin, &small})
+    EXPECT_EQ(SV_scan_line16(*l, s, f, 0), -1);
+  LineAccumulator line = good;
   EXPECT_EQ(SV_scan_line16(line, s, Frame(24), 0), -1);
   EXPECT_EQ(SV_RGB_scan_line16(line, s, f, 0), -1);  // a grey frame is too short
   EXPECT_EQ(buf, std::vector<uint32_t>(5, 77));
