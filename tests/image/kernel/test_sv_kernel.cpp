@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <random>
+#include <tuple>
 #include <vector>
 
 namespace sv {
@@ -33,9 +34,7 @@ class DisplayIsa : public ::testing::Test {
 
 TEST(KernelIdentity, VersionIsTheMinimumAndTheDateIsText) {
   const KernelVersion v = SV_version();
-  EXPECT_EQ(v.major, 2);
-  EXPECT_EQ(v.minor, 2);
-  EXPECT_EQ(v.patch, 10);
+  EXPECT_EQ(std::tuple(v.major, v.minor, v.patch), std::tuple(2, 2, 10));
   EXPECT_FALSE(SV_dll_date().empty());
 }
 
@@ -67,32 +66,20 @@ TEST(KernelConversion, EightToSixteenAndBack) {
   EXPECT_EQ(out, (std::vector<uint8_t>{0, 0, 0, 15, 16, 255}));
   const std::vector<uint16_t> four = {0, 1, 15};
   SV_convert_16_to_8(four.data(), out.data(), 3, 4);
-  EXPECT_EQ(out[0], 0);
-  EXPECT_EQ(out[1], 16);
-  EXPECT_EQ(out[2], 240);
+  EXPECT_EQ(std::vector<uint8_t>(out.begin(), out.begin() + 3), (std::vector<uint8_t>{0, 16, 240}));
 }
 
-TEST(KernelSetLut, LimitsMapToBlackAndWhite) {
-  // 0.25 and 0.75 of 1000 levels: 250 and 750.
+TEST(KernelSetLut, LinearBetweenTheLimitsWithRoundingToEven) {
+  // 0.25 and 0.75 of 1000 levels: 250 and 750. 255 / 500 = 0.51 at 251;
+  // 127.5 at 500 goes to the even 128; 254.49 at 749.
   const auto t = Lut(0.25f, 0.75f, 1000, false);
-  EXPECT_EQ(t[0], 0);
-  EXPECT_EQ(t[250], 0);      // at the lower limit
-  EXPECT_EQ(t[750], 255);    // at the upper limit
-  EXPECT_EQ(t[65535], 255);  // beyond the levels
-}
-
-TEST(KernelSetLut, LinearBetweenWithRoundingToEven) {
-  const auto t = Lut(0.25f, 0.75f, 1000, false);
-  EXPECT_EQ(t[251], 1);    // 255 / 500 = 0.51
-  EXPECT_EQ(t[500], 128);  // 127.5: the tie goes to the even 128
-  EXPECT_EQ(t[749], 254);  // 254.49
+  for (auto [sample, entry] : {std::pair{0, 0}, {250, 0}, {251, 1}, {500, 128}, {749, 254},
+                               {750, 255}, {65535, 255}})
+    EXPECT_EQ(t[size_t(sample)], entry) << sample;
   // Full range of 256 levels: 255 maps to 254, the next level to 255.
   const auto full = Lut(0.0f, 1.0f, 256, false);
-  EXPECT_EQ(full[0], 0);
-  EXPECT_EQ(full[1], 1);
-  EXPECT_EQ(full[128], 128);  // 127.5
-  EXPECT_EQ(full[255], 254);
-  EXPECT_EQ(full[256], 255);
+  for (auto [sample, entry] : {std::pair{0, 0}, {1, 1}, {128, 128}, {255, 254}, {256, 255}})
+    EXPECT_EQ(full[size_t(sample)], entry) << sample;
   for (int s = 1; s < 65536; ++s) ASSERT_GE(full[s], full[s - 1]) << s;
 }
 
@@ -105,13 +92,9 @@ TEST(KernelSetLut, InverseMirrorsEveryEntry) {
 }
 
 TEST(KernelSetLut, UpperLimitAtOrBelowLowerIsAStep) {
-  const auto equal = Lut(0.5f, 0.5f, 100, false);
-  EXPECT_EQ(equal[50], 0);
-  EXPECT_EQ(equal[51], 255);
-  const auto reversed = Lut(0.6f, 0.4f, 100, false);
-  EXPECT_EQ(reversed[60], 0);
-  EXPECT_EQ(reversed[61], 255);
-  EXPECT_EQ(reversed[65535], 255);
+  const auto equal = Lut(0.5f, 0.5f, 100, false), reversed = Lut(0.6f, 0.4f, 100, false);
+  EXPECT_EQ(std::tuple(equal[50], equal[51]), std::tuple(0, 255));
+  EXPECT_EQ(std::tuple(reversed[60], reversed[61], reversed[65535]), std::tuple(0, 255, 255));
 }
 
 TEST_F(DisplayIsa, OddWidthsArePaddedWithZeroAndBottomUp) {
@@ -133,13 +116,9 @@ TEST_F(DisplayIsa, OddWidthsArePaddedWithZeroAndBottomUp) {
 }
 
 TEST(KernelDisplay, ByteWidthPadsToFour) {
-  EXPECT_EQ(DisplayByteWidth(1, false), 4);
-  EXPECT_EQ(DisplayByteWidth(4, false), 4);
-  EXPECT_EQ(DisplayByteWidth(5, false), 8);
-  EXPECT_EQ(DisplayByteWidth(1, true), 4);
-  EXPECT_EQ(DisplayByteWidth(3, true), 12);
-  EXPECT_EQ(DisplayByteWidth(4, true), 12);
-  EXPECT_EQ(DisplayByteWidth(5, true), 16);
+  for (auto [w, colour, bytes] : {std::tuple{1L, false, 4L}, {4L, false, 4L}, {5L, false, 8L},
+                                  {1L, true, 4L}, {3L, true, 12L}, {4L, true, 12L}, {5L, true, 16L}})
+    EXPECT_EQ(DisplayByteWidth(w, colour), bytes) << w << " " << colour;
 }
 
 TEST(KernelDisplay, RgbWordsBecomeBgrBytes) {
