@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <tuple>
 
 #include "core/globals.h"
 
@@ -78,15 +80,9 @@ TEST(Palettes, ChartInterpolatesBetweenNodes) {
 }
 
 TEST(Palettes, TypesAreClampedAndNamed) {
-  EXPECT_STREQ(LutTypeName(0), "White");
-  EXPECT_STREQ(LutTypeName(1), "Rainbow");
-  EXPECT_STREQ(LutTypeName(2), "Green");
-  EXPECT_STREQ(LutTypeName(3), "Orange");
-  EXPECT_STREQ(LutTypeName(4), "Yellow");
-  EXPECT_STREQ(LutTypeName(5), "Blue");
-  EXPECT_STREQ(LutTypeName(6), "Chart");
-  EXPECT_STREQ(LutTypeName(9), "Chart");
-  EXPECT_STREQ(LutTypeName(-1), "White");
+  const char* names[] = {"White", "Rainbow", "Green", "Orange", "Yellow", "Blue", "Chart"};
+  for (int type = -1; type <= 9; ++type)
+    EXPECT_STREQ(LutTypeName(type), names[std::clamp(type, 0, 6)]) << type;
   EXPECT_EQ(Rgb(Palette(9)[36]), Rgb(Palette(6)[36]));
   EXPECT_EQ(Rgb(Palette(-4)[100]), (C{100, 100, 100}));
 }
@@ -96,10 +92,9 @@ TEST(HeaderTemplate, NewDocumentHeaderWithTheDefaultPalette) {
   G().DefaultLUTtype = 1;
   const BitmapInfo h = HeaderTemplate();
   EXPECT_EQ(h.bmiHeader.biSize, 40u);
-  EXPECT_EQ(h.bmiHeader.biWidth, 384);
-  EXPECT_EQ(h.bmiHeader.biHeight, 288);
-  EXPECT_EQ(h.bmiHeader.biPlanes, 1);
-  EXPECT_EQ(h.bmiHeader.biBitCount, 8);
+  EXPECT_EQ(std::tuple(h.bmiHeader.biWidth, h.bmiHeader.biHeight, h.bmiHeader.biPlanes,
+                       h.bmiHeader.biBitCount),
+            std::tuple(384, 288, 1, 8));
   EXPECT_EQ(Rgb(h.bmiColors[43]), (C{0, 0, 255}));  // rainbow
   ResetGlobals();
   EXPECT_EQ(Rgb(HeaderTemplate().bmiColors[43]), (C{43, 43, 43}));
