@@ -131,14 +131,9 @@ TEST(LutFormText, PercentTexts) {
   EXPECT_FLOAT_EQ(f, 0.125f);
   EXPECT_TRUE(Form_LUT::ParsePercent("100%", f));
   EXPECT_FLOAT_EQ(f, 1.0f);
-  EXPECT_FALSE(Form_LUT::ParsePercent("", f));
-  EXPECT_FALSE(Form_LUT::ParsePercent("1e999", f));
-  EXPECT_FALSE(Form_LUT::ParsePercent("5x", f));
-  EXPECT_FALSE(Form_LUT::ParsePercent("nan", f));
-  EXPECT_EQ(Form_LUT::FormatPercent(0.0f), "0");
-  EXPECT_EQ(Form_LUT::FormatPercent(1.0f), "100");
-  EXPECT_EQ(Form_LUT::FormatPercent(0.1f), "10");
-  EXPECT_EQ(Form_LUT::FormatPercent(0.12345f), "12.35");
+  for (const char* bad : {"", "1e999", "5x", "nan"}) EXPECT_FALSE(Form_LUT::ParsePercent(bad, f)) << bad;
+  for (auto [v, text] : {std::pair{0.0f, "0"}, {1.0f, "100"}, {0.1f, "10"}, {0.12345f, "12.35"}})
+    EXPECT_EQ(Form_LUT::FormatPercent(v), text);
 }
 
 }  // namespace
