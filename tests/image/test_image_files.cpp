@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "core/globals.h"
@@ -77,90 +78,67 @@ TEST_F(ImageFilesTest, SixteenBitFormatsKeepPixelsSizeDepthAndComment) {
     Form_Camera in;
     ASSERT_TRUE(ImageOpenDo(in, path));
     EXPECT_TRUE(G().LoadOK);
-    EXPECT_EQ(in.ImageWidth(), 37);
-    EXPECT_EQ(in.ImageHeight(), 23);
     EXPECT_FALSE(in.HasColors());
-    EXPECT_EQ(in.ImageBitsPerPixel(), c.expectBits);
+    EXPECT_EQ(std::tuple(in.ImageWidth(), in.ImageHeight(), in.ImageBitsPerPixel()),
+              std::tuple(37, 23, c.expectBits));
     EXPECT_EQ(Samples(in), Samples(out));
     EXPECT_EQ(in.ImgDescription, out.ImgDescription);
     EXPECT_EQ(in.Filename, path);
     EXPECT_FALSE(in.Changed());
     if (c.filter == 6) {
-      EXPECT_EQ(in.ImageXPelsPerMeter(), 3780);
-      EXPECT_EQ(in.ImageYPelsPerMeter(), 11811);
+      EXPECT_EQ(std::pair(in.ImageXPelsPerMeter(), in.ImageYPelsPerMeter()), std::pair(3780L, 11811L));
     }
   }
 }
 
-TEST_F(ImageFilesTest, EightBitFormatsKeepTheBytesOfAnEightBitImage) {
-  for (int filter : {1, 2, 4}) {
-    SCOPED_TRACE(filter);
+TEST_F(ImageFilesTest, EightBitAndColourFormatsKeepEverySample) {
+  struct Case {
+    int filter;
+    bool colour;
+  };
+  for (const Case c : {Case{1, false}, Case{2, false}, Case{4, false}, Case{1, true},
+                       Case{2, true}, Case{6, true}}) {
+    SCOPED_TRACE(c.filter * 10 + c.colour);
     Form_Camera out;
-    Mono(out, 13, 9, 8);  // a width that is no multiple of four
-    out.ImgDescription = filter == 1 ? "grey" : "";
-    const std::string path = Path("b" + ImageFilterExtension(filter));
-    ASSERT_TRUE(ImageSaveDo(out, path, filter));
+    if (!c.colour) {
+      Mono(out, 13, 9, 8);  // a width that is no multiple of four
+      out.ImgDescription = c.filter == 1 ? "grey" : "";
+    } else if (c.filter == 6) {  // 16-bit colour TIFF
+      out.SetHasColors(true);
+      std::vector<uint16_t> src(13 * 9 * 3);
+      for (size_t i = 0; i < src.size(); ++i) src[i] = uint16_t(i * 1021);
+      out.CreateImage(13, 9, 16, src.data());
+    } else {
+      Colour(out, 13, 9);
+    }
+    const std::string path = Path("b" + ImageFilterExtension(c.filter));
+    ASSERT_TRUE(ImageSaveDo(out, path, c.filter));
     Form_Camera in;
     ASSERT_TRUE(ImageOpenDo(in, path));
-    EXPECT_EQ(in.ImageWidth(), 13);
-    EXPECT_EQ(in.ImageHeight(), 9);
-    EXPECT_EQ(in.ImageBitsPerPixel(), 8);
+    EXPECT_EQ(in.HasColors(), c.colour);
+    EXPECT_EQ(std::tuple(in.ImageWidth(), in.ImageHeight()), std::tuple(13, 9));
+    EXPECT_EQ(in.ImageBitsPerPixel(), c.colour ? in.ImageBitsPerPixel() : 8);
     EXPECT_EQ(Samples(in), Samples(out));
     EXPECT_EQ(in.ImgDescription, out.ImgDescription);
   }
-}
-
-TEST_F(ImageFilesTest, ColourTiffAndBmpKeepEveryChannel) {
-  for (int filter : {1, 2}) {
-    SCOPED_TRACE(filter);
-    Form_Camera out;
-    Colour(out, 11, 6);
-    const std::string path = Path("c" + ImageFilterExtension(filter));
-    ASSERT_TRUE(ImageSaveDo(out, path, filter));
-    Form_Camera in;
-    ASSERT_TRUE(ImageOpenDo(in, path));
-    EXPECT_TRUE(in.HasColors());
-    EXPECT_EQ(in.ImageWidth(), 11);
-    EXPECT_EQ(Samples(in), Samples(out));
-  }
-}
-
-TEST_F(ImageFilesTest, SixteenBitColourTiffKeepsEveryWord) {
-  Form_Camera out;
-  out.SetHasColors(true);
-  std::vector<uint16_t> src(5 * 4 * 3);
-  for (size_t i = 0; i < src.size(); ++i) src[i] = uint16_t(i * 1021);
-  out.CreateImage(5, 4, 16, src.data());
-  const std::string path = Path("d.t16");
-  ASSERT_TRUE(ImageSaveDo(out, path, 6));
-  Form_Camera in;
-  ASSERT_TRUE(ImageOpenDo(in, path));
-  EXPECT_TRUE(in.HasColors());
-  EXPECT_EQ(Samples(in), src);
 }
 
 TEST_F(ImageFilesTest, JpegKeepsSizeAndPixelsWithinItsLoss) {
   for (bool colour : {false, true}) {
     SCOPED_TRACE(colour);
     Form_Camera out;
-    if (colour) {
-      out.SetHasColors(true);
-      std::vector<uint16_t> src(32 * 16 * 3);
-      for (size_t i = 0; i < src.size(); ++i) src[i] = uint16_t(i % 3 == 0 ? 200 : i % 3 == 1 ? 90 : 30);
-      out.CreateImage(32, 16, 8, src.data());
-    } else {
-      std::vector<uint16_t> src(32 * 16);
-      for (size_t i = 0; i < src.size(); ++i) src[i] = uint16_t((i % 32) * 8);
-      out.CreateImage(32, 16, 8, src.data());
-    }
+    out.SetHasColors(colour);
+    std::vector<uint16_t> src(32 * 16 * (colour ? 3 : 1));
+    for (size_t i = 0; i < src.size(); ++i)
+      src[i] = uint16_t(!colour ? (i % 32) * 8 : i % 3 == 0 ? 200 : i % 3 == 1 ? 90 : 30);
+    out.CreateImage(32, 16, 8, src.data());
     const std::string path = Path(colour ? "e.jpg" : "f.jpg");
     ASSERT_TRUE(ImageSaveDo(out, path, 3));
     EXPECT_EQ(GetImageFileType(path), 3);
     Form_Camera in;
     ASSERT_TRUE(ImageOpenDo(in, path));
     EXPECT_EQ(in.HasColors(), colour);
-    EXPECT_EQ(in.ImageWidth(), 32);
-    EXPECT_EQ(in.ImageHeight(), 16);
+    EXPECT_EQ(std::tuple(in.ImageWidth(), in.ImageHeight()), std::tuple(32, 16));
     const auto a = Samples(in), b = Samples(out);
     ASSERT_EQ(a.size(), b.size());
     for (size_t i = 0; i < a.size(); ++i) ASSERT_NEAR(a[i], b[i], 12) << i;
@@ -176,10 +154,8 @@ TEST_F(ImageFilesTest, EightBitFiltersOfADeepImageWriteTheDisplayTopLineFirst) {
   ASSERT_TRUE(ImageSaveDo(out, path, 5));
   const std::string raw = test::ReadFile(path);
   ASSERT_EQ(raw.size(), 6u);
-  EXPECT_EQ(uint8_t(raw[0]), 0);
-  EXPECT_EQ(uint8_t(raw[1]), 255);
-  EXPECT_EQ(uint8_t(raw[4]), 128);
-  EXPECT_EQ(uint8_t(raw[5]), 0);
+  EXPECT_EQ(std::tuple(uint8_t(raw[0]), uint8_t(raw[1]), uint8_t(raw[4]), uint8_t(raw[5])),
+            std::tuple(0, 255, 128, 0));
 }
 
 // --- Bytes on disk ---------------------------------------------------------------
@@ -253,10 +229,8 @@ TEST_F(ImageFilesTest, B16HeaderAndCommentCutAtZeroLineFeedAndReturn) {
   ASSERT_TRUE(ImageSaveDo(out, Path("j.b16"), 7));
   const std::string f = test::ReadFile(Path("j.b16"));
   EXPECT_EQ(f.substr(0, 4), "PCO-");
-  EXPECT_EQ(Long(f, 4), f.size());
-  EXPECT_EQ(Long(f, 8), 24u);
-  EXPECT_EQ(Long(f, 12), 4u);
-  EXPECT_EQ(Long(f, 16), 2u);
+  EXPECT_EQ(std::tuple(Long(f, 4), Long(f, 8), Long(f, 12), Long(f, 16)),
+            std::tuple(f.size(), 24u, 4u, 2u));
   EXPECT_EQ(f.substr(20, 4), "note");
 
   for (char cut : {'\0', '\n', '\r'}) {
@@ -278,9 +252,7 @@ TEST_F(ImageFilesTest, ItexHeaderIs64BytesWithTheCommentBehind) {
   const std::string f = test::ReadFile(Path("l.img"));
   ASSERT_EQ(f.size(), 64u + 2u + 15u);
   EXPECT_EQ(f.substr(0, 2), "IM");
-  EXPECT_EQ(Word(f, 2), 2);
-  EXPECT_EQ(Word(f, 4), 5);
-  EXPECT_EQ(Word(f, 6), 3);
+  EXPECT_EQ(std::tuple(Word(f, 2), Word(f, 4), Word(f, 6)), std::tuple(2, 5, 3));
   EXPECT_EQ(f.substr(8, 56), std::string(56, '\0'));
   EXPECT_EQ(f.substr(64, 2), "xy");
 }
@@ -328,16 +300,14 @@ TEST_F(ImageFilesTest, FilterTableAndDialogTexts) {
 // --- Detection and hostile files ----------------------------------------------------
 
 TEST_F(ImageFilesTest, DetectionByContentNotByName) {
-  test::WriteFile(Path("a.jpg"), std::string("II*\0", 4));
-  test::WriteFile(Path("b.tif"), "BMxx");
-  test::WriteFile(Path("c.tif"), "PCO-");
-  test::WriteFile(Path("d.tif"), "IM");
-  test::WriteFile(Path("e.tif"), std::string("MM\0*", 4));
-  EXPECT_EQ(GetImageFileType(Path("a.jpg")), 1);
-  EXPECT_EQ(GetImageFileType(Path("b.tif")), 2);
-  EXPECT_EQ(GetImageFileType(Path("c.tif")), 7);
-  EXPECT_EQ(GetImageFileType(Path("d.tif")), 4);
-  EXPECT_EQ(GetImageFileType(Path("e.tif")), 3);  // big-endian TIFF is not known
+  // Big-endian TIFF is not known: it goes to the JPEG reader.
+  for (auto [name, content, type] :
+       {std::tuple{"a.jpg", std::string("II*\0", 4), 1}, {"b.tif", std::string("BMxx"), 2},
+        {"c.tif", std::string("PCO-"), 7}, {"d.tif", std::string("IM"), 4},
+        {"e.tif", std::string("MM\0*", 4), 3}}) {
+    test::WriteFile(Path(name), content);
+    EXPECT_EQ(GetImageFileType(Path(name)), type) << name;
+  }
   EXPECT_EQ(GetImageFileType(Path("missing.tif")), 0);
 }
 
