@@ -1,0 +1,66 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "batch_fixture.h"
+#include "cli/batch.h"
+#include "support/scripted_host.h"
+
+namespace sv::cli {
+namespace {
+
+class BatchSheetsTest : public BatchFixture {
+ protected:
+  std::string Path(const std::string& name) const { return root + "/" + name; }
+};
+
+TEST_F(BatchSheetsTest, ImportInfoExport) {
+  test::WriteFile(Path("in.txt"), "# run 4\r\nE;I\r\n10.5;100\r\n11.5;\r\n");
+  ASSERT_EQ(Run({"sheet-import", Path("in.txt"), Path("s.sht"), "--delimiter", ";",
+                 "--header-lines", "1"}),
+            0)
+      << err.str();
+  EXPECT_EQ(out.str(), Path("s.sht") + ": 2 rows, 2 columns\n");
+
+  ASSERT_EQ(Run({"sheet-info", Path("s.sht")}), 0) << err.str();
+  EXPECT_EQ(out.str(), "file: " + Path("s.sht") +
+                           "\nrows: 2\ncolumns: 2\ncolumn 1: A [X] E\ncolumn 2: B [Y] I\n"
+                           "plots: 0\n");
+
+  ASSERT_EQ(Run({"sheet-export", Path("s.sht"), Path("out.dat"), "--all"}), 0) << err.str();
+  EXPECT_EQ(test::ReadFile(Path("out.dat")), "E\tI\r\n10.5\t100\r\n11.5\t\r\n");
+}
+
+TEST_F(BatchSheetsTest, ImportAddsColumnsToAnExistingSheet) {
+  test::WriteFile(Path("a.txt"), "1\t2\r\n3\t4\r\n");
+  test::WriteFile(Path("b.txt"), "5\r\n6\r\n");
+  ASSERT_EQ(Run({"sheet-import", Path("a.txt"), Path("s.sht")}), 0) << err.str();
+  ASSERT_EQ(Run({"sheet-import", Path("b.txt"), Path("s.sht"), "--as", "columns"}), 0)
+      << err.str();
+  EXPECT_EQ(out.str(), Path("s.sht") + ": 2 rows, 3 columns\n");
+  ASSERT_EQ(Run({"sheet-export", Path("s.sht"), Path("out.dat")}), 0) << err.str();
+  EXPECT_EQ(test::ReadFile(Path("out.dat")), "A\tB\tC1\r\n1\t2\t5\r\n3\t4\t6\r\n");
+}
+
+TEST_F(BatchSheetsTest, ConvertMos) {
+  test::WriteFile(Path("m.mos"), "2 mm/s\r\nx\r\n       10       20       30\r\n");
+  ASSERT_EQ(Run({"sheet-convert", Path("m.mos"), Path("m.sht")}), 0) << err.str();
+  EXPECT_EQ(out.str(), Path("m.sht") + ": 3 rows, 3 columns\n");
+  ASSERT_EQ(Run({"sheet-info", Path("m.sht")}), 0) << err.str();
+  EXPECT_NE(out.str().find("column 1: A [X]\n"), std::string::npos) << out.str();
+}
+
+TEST_F(BatchSheetsTest, BadFilesAndOptions) {
+  test::WriteFile(Path("bad.sht"), "not a sheet");
+  EXPECT_EQ(Run({"sheet-info", Path("bad.sht")}), 1);
+  EXPECT_NE(err.str().find("Open Worksheet: " + Path("bad.sht")), std::string::npos) << err.str();
+  EXPECT_EQ(Run({"sheet-import", "a", "b", "--as", "diagonal"}), 2);
+  EXPECT_EQ(Run({"sheet-import", "a", "b", "--delimiter", "ab"}), 2);
+  EXPECT_EQ(Run({"sheet-export", "a"}), 2);
+  ASSERT_EQ(Run({"help"}), 0);
+  for (const char* cmd : {"sheet-info", "sheet-export", "sheet-import", "sheet-convert"})
+    EXPECT_NE(out.str().find(cmd), std::string::npos) << cmd;
+}
+
+}  // namespace
+}  // namespace sv::cli
