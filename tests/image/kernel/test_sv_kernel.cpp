@@ -97,24 +97,6 @@ TEST(KernelSetLut, UpperLimitAtOrBelowLowerIsAStep) {
   EXPECT_EQ(std::tuple(reversed[60], reversed[61], reversed[65535]), std::tuple(0, 255, 255));
 }
 
-TEST_F(DisplayIsa, OddWidthsArePaddedWithZeroAndBottomUp) {
-  // Width 5: lines of 8 bytes; three padding bytes each.
-  const long w = 5, h = 3;
-  std::vector<uint16_t> src(w * h);
-  for (long i = 0; i < w * h; ++i) src[size_t(i)] = uint16_t(i * 10);
-  std::vector<uint8_t> table(65536);
-  for (int s = 0; s < 65536; ++s) table[size_t(s)] = uint8_t(s / 10 + 1);
-  for (int level : {0, 1, 2}) {
-    SV_set_display_isa(level);
-    std::vector<uint8_t> dest(8 * 3, 0xAA);
-    SV_display(w, h, src.data(), dest.data(), table.data());
-    const std::vector<uint8_t> expected = {11, 12, 13, 14, 15, 0, 0, 0,   // last source line
-                                           6,  7,  8,  9,  10, 0, 0, 0,
-                                           1,  2,  3,  4,  5,  0, 0, 0};  // first source line
-    EXPECT_EQ(dest, expected) << "level " << level;
-  }
-}
-
 TEST(KernelDisplay, ByteWidthPadsToFour) {
   for (auto [w, colour, bytes] : {std::tuple{1L, false, 4L}, {4L, false, 4L}, {5L, false, 8L},
                                   {1L, true, 4L}, {3L, true, 12L}, {4L, true, 12L}, {5L, true, 16L}})
