@@ -38,9 +38,8 @@ TEST(Overlay, ItemsAreDrawnInOrder) {
   o.Draw(p);
   EXPECT_EQ(p.calls, (std::vector<std::string>{"line 1,2 3,4 c255 w2 s1", "text 5,6 Window 1 c65280",
                                                "rect 10,10 20,30 c7 w1 s0"}));
-  EXPECT_EQ(o.Items()[0].type, 1);
-  EXPECT_EQ(o.Items()[1].type, 5);
-  EXPECT_EQ(o.Items()[2].type, 2);
+  EXPECT_EQ(std::vector<long>({o.Items()[0].type, o.Items()[1].type, o.Items()[2].type}),
+            std::vector<long>({1, 5, 2}));
   o.Clear();
   EXPECT_EQ(o.ItemCount(), 0);
 }
@@ -77,12 +76,9 @@ TEST(Overlay, LineWidthsFollowTheZoomAndStayVisible) {
   o.Draw(p);
   o.factor = 1.0f;
   o.Draw(p);
-  EXPECT_EQ(p.calls[0], "line 0,0 1,1 c0 w4 s0");
-  EXPECT_EQ(p.calls[1], "rect 0,0 1,1 c0 w6 s0");
-  EXPECT_EQ(p.calls[2], "line 0,0 1,1 c0 w1 s0");
-  EXPECT_EQ(p.calls[3], "rect 0,0 1,1 c0 w1 s0");
-  EXPECT_EQ(p.calls[4], "line 0,0 1,1 c0 w2 s0");
-  EXPECT_EQ(p.calls[5], "rect 0,0 1,1 c0 w3 s0");
+  EXPECT_EQ(p.calls, (std::vector<std::string>{
+                         "line 0,0 1,1 c0 w4 s0", "rect 0,0 1,1 c0 w6 s0", "line 0,0 1,1 c0 w1 s0",
+                         "rect 0,0 1,1 c0 w1 s0", "line 0,0 1,1 c0 w2 s0", "rect 0,0 1,1 c0 w3 s0"}));
   EXPECT_EQ(o.DrawnWidth(0), 1);
 }
 
