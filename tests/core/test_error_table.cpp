@@ -6,23 +6,17 @@ namespace sv {
 namespace {
 
 TEST(ErrorText, OwnCodes) {
-  EXPECT_EQ(ErrorText(10001), "Unknown Tag");
-  EXPECT_EQ(ErrorText(kErrNoMemory), "Cannot allocate memory");
-  EXPECT_EQ(ErrorText(10007), "Experiment canceled by user");
-  EXPECT_EQ(ErrorText(10012), "Empty video file (No frames)");
-  EXPECT_EQ(ErrorText(10014), "Experiment stopped: Image full");
-  EXPECT_EQ(ErrorText(10015), "Max. number of Sheet rows reached");
-  EXPECT_EQ(ErrorText(10016), "RDY TimeOut");
-  EXPECT_EQ(ErrorText(11002), "Column not defined");
-  EXPECT_EQ(ErrorText(11006), "Invalid parameter");
-}
-
-TEST(ErrorText, GeneralCodes) {
-  EXPECT_EQ(ErrorText(383), "Set not supported (read-only property)");
-  EXPECT_EQ(ErrorText(58), "File already exists");
-  EXPECT_EQ(ErrorText(3), "Return without GoSub");
-  EXPECT_EQ(ErrorText(457), "This key is already associated with an element of this collection");
-  EXPECT_EQ(ErrorText(746), "Replacements too long");
+  // The application's own codes, then general ones.
+  for (auto [code, text] : {std::pair{10001, "Unknown Tag"}, {int(kErrNoMemory), "Cannot allocate memory"},
+                            {10007, "Experiment canceled by user"}, {10012, "Empty video file (No frames)"},
+                            {10014, "Experiment stopped: Image full"},
+                            {10015, "Max. number of Sheet rows reached"}, {10016, "RDY TimeOut"},
+                            {11002, "Column not defined"}, {11006, "Invalid parameter"},
+                            {383, "Set not supported (read-only property)"}, {58, "File already exists"},
+                            {3, "Return without GoSub"},
+                            {457, "This key is already associated with an element of this collection"},
+                            {746, "Replacements too long"}})
+    EXPECT_EQ(ErrorText(code), text) << code;
 }
 
 TEST(ErrorText, GapsTakeTheFallback) {
