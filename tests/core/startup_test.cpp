@@ -34,13 +34,10 @@ TEST(CommandLine, FirstWordLosesItsQuotes) {
 }
 
 TEST(KernelVersion, EachNumberAgainstItsOwnMinimum) {
-  EXPECT_TRUE(KernelVersionAccepted(2, 2, 10));
-  EXPECT_TRUE(KernelVersionAccepted(4, 4, 44));
-  EXPECT_TRUE(KernelVersionAccepted(3, 5, 12));
-  EXPECT_FALSE(KernelVersionAccepted(3, 0, 0));
-  EXPECT_FALSE(KernelVersionAccepted(2, 3, 0));
-  EXPECT_FALSE(KernelVersionAccepted(2, 2, 9));
-  EXPECT_FALSE(KernelVersionAccepted(1, 9, 99));
+  for (auto [major, minor, patch, accepted] :
+       {std::tuple{2, 2, 10, true}, {4, 4, 44, true}, {3, 5, 12, true}, {3, 0, 0, false},
+        {2, 3, 0, false}, {2, 2, 9, false}, {1, 9, 99, false}})
+    EXPECT_EQ(KernelVersionAccepted(major, minor, patch), accepted) << major << minor << patch;
   EXPECT_EQ(KernelVersionMessage(2, 3, 0),
             "Version of SV4200.DLL (2.3.0) is too old.\r\nUpdate with version 2.2.10");
 }
