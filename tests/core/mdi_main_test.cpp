@@ -150,9 +150,8 @@ TEST_F(MainFormTest, LastFilesMoveToTheFrontAndFallOut) {
 }
 
 TEST_F(MainFormTest, ZoomMenuCaptions) {
-  EXPECT_EQ(MDIForm_Main::ZoomLargerCaption(3), "&3:1");
-  EXPECT_EQ(MDIForm_Main::ZoomLargerCaption(10), "&10:1");
-  EXPECT_EQ(MDIForm_Main::ZoomLargerCaption(11), "11:1");
+  for (auto [n, caption] : {std::pair{3, "&3:1"}, {10, "&10:1"}, {11, "11:1"}})
+    EXPECT_EQ(MDIForm_Main::ZoomLargerCaption(n), caption);
   EXPECT_EQ(MDIForm_Main::ZoomSmallerCaption(16), "1:16");
   EXPECT_EQ(main.FindMenu("mnuViewSmaller")->children.size(), 14u);
 }
