@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace sv {
@@ -490,14 +491,11 @@ TEST(LineScan, SinglePointAndAveragingRuns) {
   std::vector<float> prof(5);
   LineResult r;
   ASSERT_TRUE(SV_line_analysis(line, prof, r));
-  EXPECT_EQ(r.Length, 5);
-  EXPECT_EQ(r.Frames, 3);
+  EXPECT_EQ(std::pair(r.Length, r.Frames), std::pair(5L, 3L));
   EXPECT_FLOAT_EQ(prof[0], 32.0f / 3);
   EXPECT_FLOAT_EQ(r.Min, 32.0f / 3);
   EXPECT_FLOAT_EQ(r.Max, 44.0f / 3);
-  EXPECT_EQ(r.MaxIndex, 4);
-  EXPECT_EQ(r.MaxX, 4);
-  EXPECT_EQ(r.MaxY, 1);
+  EXPECT_EQ(std::tuple(r.MaxIndex, r.MaxX, r.MaxY), std::tuple(4L, 4L, 1L));
   EXPECT_FLOAT_EQ(r.Mean, 38.0f / 3);
   // Frame 0 starts over.
   ASSERT_EQ(SV_scan_line16(line, s, f, 0), 5);
@@ -572,10 +570,7 @@ TEST(Histogram, CountsLevelsAndClampsToTheLastEntry) {
   EXPECT_EQ(counts, (std::vector<uint32_t>{1, 2, 0, 0, 0, 1, 0, 2}));
   std::vector<uint32_t> all(65536, 99);
   ASSERT_TRUE(SV_histogram(s, f, all));
-  EXPECT_EQ(all[1], 2u);
-  EXPECT_EQ(all[9], 1u);
-  EXPECT_EQ(all[65535], 1u);
-  EXPECT_EQ(all[2], 0u);
+  EXPECT_EQ(std::tuple(all[1], all[2], all[9], all[65535]), std::tuple(2u, 0u, 1u, 1u));
 
   std::vector<uint32_t> none;
   EXPECT_FALSE(SV_histogram(s, f, none));
@@ -595,13 +590,12 @@ TEST(Histogram, ColourPlanesAndIntensity) {
     EXPECT_TRUE(std::equal(grey.begin(), grey.end(), rgb.begin() + c * 256));
   }
   // Intensity: the rounded mean of the three.
+  // Pixel sums 5, 1, 2 and 27: means 5/3, 1/3, 2/3 and 9.
   const Frame px = {1, 2, 2, 0, 0, 1, 0, 1, 1, 9, 9, 9};
   std::vector<uint32_t> in(16);
   ASSERT_TRUE(SV_RGB_intensity({2, 2}, px, in));
-  EXPECT_EQ(in[2], 1u);  // 5 / 3
-  EXPECT_EQ(in[0], 1u);  // 1 / 3
-  EXPECT_EQ(in[1], 1u);  // 2 / 3
-  EXPECT_EQ(in[9], 1u);
+  EXPECT_EQ(std::vector<uint32_t>(in.begin(), in.begin() + 10),
+            (std::vector<uint32_t>{1, 1, 1, 0, 0, 0, 0, 0, 0, 1}));
   EXPECT_FALSE(SV_RGB_intensity({3, 2}, px, in));
   EXPECT_FALSE(SV_RGB_histogram(s, f, std::span<uint32_t>(rgb).first(2)));
 }
@@ -621,11 +615,8 @@ TEST(Histogram, ExtendedOverAWindowShapeAndRange) {
   HistogramStats st;
   ASSERT_TRUE(SV_histogramEx({5, 5}, f, WindowRect::FromSize(0, 0, 5, 5, kShapeEllipse), 10, 49,
                              counts, st));
-  EXPECT_EQ(st.Count, 21u);
-  EXPECT_EQ(st.Below, 1u);
-  EXPECT_EQ(st.Above, 1u);
-  EXPECT_EQ(st.Min, 3u);
-  EXPECT_EQ(st.Max, 200u);
+  EXPECT_EQ(std::tuple(st.Count, st.Below, st.Above, st.Min, st.Max),
+            std::tuple(21u, 1u, 1u, 3u, 200u));
   EXPECT_DOUBLE_EQ(st.Mean, (18 * 40 + 3 + 200 + 19) / 21.0);
   // 10..49 in four entries of ten: 19 in the first, 40 in the fourth.
   EXPECT_EQ(counts, (std::vector<uint32_t>{1, 0, 0, 18}));
