@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <new>
@@ -90,16 +91,20 @@ bool ParseNumber(const std::string& text, double& value) {
   return true;
 }
 
+// Numbers show as many digits as their type carries: 15 significant digits
+// for 64-bit cells, 7 for 32-bit ones, so that 0.1 * 3 shows as 0.3.
 std::string FormatNumber(double value) {
+  if (!std::isfinite(value)) return "";
   char buf[64];
-  auto [ptr, ec] = std::to_chars(buf, buf + sizeof buf, value);
-  return ec == std::errc() ? std::string(buf, ptr) : std::string();
+  int n = std::snprintf(buf, sizeof buf, "%.15g", value);
+  return n > 0 ? std::string(buf, static_cast<size_t>(n)) : std::string();
 }
 
 std::string FormatNumber(float value) {
+  if (!std::isfinite(value)) return "";
   char buf[64];
-  auto [ptr, ec] = std::to_chars(buf, buf + sizeof buf, value);
-  return ec == std::errc() ? std::string(buf, ptr) : std::string();
+  int n = std::snprintf(buf, sizeof buf, "%.7g", static_cast<double>(value));
+  return n > 0 ? std::string(buf, static_cast<size_t>(n)) : std::string();
 }
 
 bool Cell::ToNumber(double& value) const {

@@ -45,8 +45,8 @@ class Cell {
   bool ToNumber(double& value) const;
   // The number; 0 for a gap.
   double Number() const;
-  // What the grid shows: "" for Null, the shortest text that reads back as
-  // the same number, or the text itself.
+  // What the grid shows: "" for Null, the number with the digits its type
+  // carries (FormatNumber), or the text itself.
   std::string Text() const;
   // The raw value of a number cell; the text of a text cell.
   double Value() const { return num_; }
@@ -65,7 +65,8 @@ class Cell {
 // digit, and an optional exponent ("E" or "e", optional sign, digits).
 // Anything else (also "", "inf", "nan", thousands separators) is a gap.
 bool ParseNumber(const std::string& text, double& value);
-// The shortest text that reads back as the same number ("0.1", "1e-05").
+// A number as text: 15 significant digits for a 64-bit value, 7 for a
+// 32-bit one, exponent form below 1e-4 and from 1e15 (1e7) on ("0.3", "1e-05").
 std::string FormatNumber(double value);
 std::string FormatNumber(float value);
 

@@ -97,6 +97,8 @@ TEST(CellTest, NumericTest) {
   }
   EXPECT_FALSE(Cell().IsNumeric());
   EXPECT_EQ(Cell(0.1f).Text(), "0.1");
+  EXPECT_EQ(Cell(0.1 * 3).Text(), "0.3");
+  EXPECT_EQ(Cell(1.0f / 3).Text(), "0.3333333");
   EXPECT_EQ(Cell().Text(), "");
 }
 
