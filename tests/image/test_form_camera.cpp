@@ -616,7 +616,7 @@ TEST_F(CameraInMainTest, NewImageCommandShowsTheTestPicture) {
   img->SetChanged(true);
   img->MakeTestImage(64, 48);
   EXPECT_FALSE(img->Changed());
-  EXPECT_EQ(img->ImageWidth(), 64);
+  EXPECT_EQ(std::pair(img->ImageWidth(), img->ImageHeight()), std::pair(64L, 48L));
   EXPECT_EQ(img->ImagePtr()[63], 65535);
 }
 
