@@ -89,6 +89,15 @@ PlotPage CurrentPlotPage() {
   return PlotPage{};
 }
 
+void FitToPage(long& width, long& height, const PlotPage& page) {
+  if (width <= 0 || height <= 0) return;
+  const double aspect = page.widthMm / page.heightMm;
+  if (double(width) > double(height) * aspect)
+    width = std::lround(double(height) * aspect);
+  else
+    height = std::lround(double(width) / aspect);
+}
+
 std::function<int32_t(int)>& ScanWindowColorSource() {
   static std::function<int32_t(int)> source;
   return source;

@@ -47,6 +47,9 @@ struct PlotPage {
 };
 std::function<PlotPage()>& PlotPageSource();
 PlotPage CurrentPlotPage();
+// The picture area keeps the page's proportions: the width or the height is
+// cut back, and of the two the smaller result wins.
+void FitToPage(long& width, long& height, const PlotPage& page);
 
 // The colour of scan window n (1..8), for curves named after a window. Until
 // the scan windows are there, the defaults are the basic palette's 5, 13, 12,

@@ -287,6 +287,16 @@ TEST(PlotModel, LayerUnitsConvertAndComeBackAsFractions) {
   EXPECT_NEAR(p.Layer.Left, 25.4 / 297, 1e-6);
   EXPECT_NEAR(p.Layer.Height, 0.74, 1e-6);
   EXPECT_EQ(p.Layer.BackColor, 0xC0C0C0u);  // filled now
+
+  // The picture keeps the page's proportions inside the window.
+  long w = 600, h = 600;
+  FitToPage(w, h, PlotPage{});
+  EXPECT_EQ(w, 600);
+  EXPECT_EQ(h, 424);
+  w = 1000, h = 300;
+  FitToPage(w, h, PlotPage{});
+  EXPECT_EQ(w, 424);
+  EXPECT_EQ(h, 300);
 }
 
 TEST(PlotModel, EmptyPlotDrawsNothingAndScalesWhenAsked) {
