@@ -518,6 +518,14 @@ TEST_F(SheetTest, MainWindowRoutesAndNames) {
   main.Click("mnuAddRows");
   EXPECT_EQ(s->Rows(), 23);
   EXPECT_EQ(host.inputPrompts.size(), 1u);
+  s->TextMatrix(2, 2, 4.5);
+  Form_Worksheet* m = s->Convert();
+  ASSERT_NE(m, nullptr);
+  EXPECT_TRUE(m->IsMatrix());
+  EXPECT_EQ(m->Rows(), 23);
+  EXPECT_EQ(m->ColName(2), "2");
+  EXPECT_EQ(m->TextMatrix(2, 2).Number(), 4.5);
+  EXPECT_EQ(main.SheetCount, 2);
   host.Answer(MsgResult::No);
   EXPECT_TRUE(main.CloseChild(s->Handle()));
 }
