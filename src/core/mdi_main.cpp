@@ -729,8 +729,12 @@ bool MDIForm_Main::OpenDocument(const std::string& path, int /*asMode*/, bool /*
     return true;
   }
   if (ext == ".sht") {
-    if (!enabled("mnuOpenWorksheet")) return refuse("Worksheet Files");
-    return false;
+    if (!enabled("mnuOpenWorksheet") || !WorksheetOpenDo) return refuse("Worksheet Files");
+    ChildDocument* doc = CreateWorksheet();
+    if (!doc) return false;
+    const bool ok = WorksheetOpenDo(*doc, path);
+    ShowChild(doc->Handle());  // a failed read leaves what it read on show
+    return ok;
   }
   if (ext == ".scr") {
     if (!enabled("mnuScript")) return refuse("Script Files");

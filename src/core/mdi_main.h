@@ -152,6 +152,8 @@ class MDIForm_Main {
   bool OpenDocument(const std::string& path, int asMode = 0, bool runNow = false);
   // Upper layers plug their openers in: returns true on success.
   std::function<bool(ChildDocument&, const std::string&)> ImageOpenDo;
+  // The sheet's file open: it reports its own errors and keeps what it read.
+  std::function<bool(ChildDocument&, const std::string&)> WorksheetOpenDo;
 
   // Status bar.
   void ShowStatus(const std::string& text, int progress = -1);

@@ -24,6 +24,10 @@ void RegisterWorksheetDocuments(MDIForm_Main& main) {
     return sheet;
   });
   MDIForm_Main* m = &main;
+  main.WorksheetOpenDo = [](ChildDocument& doc, const std::string& path) {
+    auto* sheet = dynamic_cast<Form_Worksheet*>(&doc);
+    return sheet && sheet->OpenWorksheet(path) == 0;
+  };
   main.SetCommand("mnuNewWorksheet", [m](int) {
     if (Form_Worksheet* sheet = NewWorksheet(*m)) m->ShowChild(sheet->Handle());
   });

@@ -1,5 +1,6 @@
 #include "worksheet/form_worksheet.h"
 
+#include <cstdio>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -528,6 +529,35 @@ TEST_F(SheetTest, MainWindowRoutesAndNames) {
   EXPECT_EQ(main.SheetCount, 2);
   host.Answer(MsgResult::No);
   EXPECT_TRUE(main.CloseChild(s->Handle()));
+}
+
+// A ".sht" named on the command line or in the last files opens in a new
+// sheet; a broken one still shows what was read, after the sheet's message.
+TEST_F(SheetTest, SheetFilesOpenByExtension) {
+  MDIForm_Main main;
+  RegisterWorksheetDocuments(main);
+  main.PrepareAllMenus();
+  Form_Worksheet source;
+  source.Cols(3);
+  source.Rows(3);
+  source.TextMatrix(2, 2, 7.0);
+  const std::string path = host.root + "/run.sht";
+  ASSERT_EQ(source.SaveWorksheet(path, true), 0);
+  ASSERT_TRUE(main.OpenDocument(path));
+  auto* s = dynamic_cast<Form_Worksheet*>(main.ActiveChild());
+  ASSERT_NE(s, nullptr);
+  EXPECT_EQ(s->TextMatrix(2, 2).Number(), 7.0);
+
+  const std::string broken = host.root + "/broken.sht";
+  std::FILE* f = std::fopen(broken.c_str(), "wb");
+  ASSERT_NE(f, nullptr);
+  std::fputs("NOT A SHEET", f);
+  std::fclose(f);
+  host.Answer(MsgResult::OK);
+  EXPECT_FALSE(main.OpenDocument(broken));
+  ASSERT_EQ(host.messages.size(), 1u);
+  EXPECT_EQ(host.messages[0].title, "Open Worksheet");
+  EXPECT_NE(main.ActiveChild(), s);
 }
 
 }  // namespace
