@@ -124,5 +124,36 @@ TEST(PlotSheet, NewPlotThroughTheMainWindow) {
   EXPECT_EQ(main.ActiveChild(), nullptr);
 }
 
+TEST(PlotSheet, PlotsTravelInTheSheetFile) {
+  test::ScriptedHost host;
+  MDIForm_Main main;
+  RegisterPlotDocuments(main);
+  const std::string path = host.root + "/RUN.SHT";
+  {
+    Form_Worksheet sheet;
+    Fill(sheet, 2, 3);
+    SheetPlot* made = nullptr;
+    ASSERT_TRUE(sheet.NewPlot(made));
+    auto* plot = dynamic_cast<Form_Plot*>(made);
+    ASSERT_NE(plot, nullptr);
+    sheet.Col(2);
+    plot->AddCurve();
+    plot->CurveXCol(1);
+    plot->XLabelText("E (eV)");
+    ASSERT_EQ(sheet.SaveWorksheet(path), 0);
+  }
+  Form_Worksheet sheet;
+  ASSERT_EQ(sheet.OpenWorksheet(path), 0);
+  ASSERT_EQ(sheet.Plots(), 1);
+  auto* plot = dynamic_cast<Form_Plot*>(sheet.FindPlot(sheet.PlotWindowHwnd(0)));
+  ASSERT_NE(plot, nullptr);
+  ASSERT_EQ(plot->Curves(), 1);
+  EXPECT_EQ(plot->CurveRecords()[0].XCol, 1);
+  EXPECT_EQ(plot->CurveRecords()[0].YCol, 2);
+  EXPECT_EQ(plot->XLabelText(), "E (eV)");
+  EXPECT_EQ(plot->PlotName(), "Plot1");
+  EXPECT_EQ(plot->Caption(), "RUN.SHT (Plot1)");
+}
+
 }  // namespace
 }  // namespace sv
