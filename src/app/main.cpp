@@ -2,6 +2,7 @@
 // then the event loop runs until the window agrees to close.
 
 #include <QApplication>
+#include <cmath>
 #include <QPixmap>
 #include <QTimer>
 #include <string>
@@ -14,10 +15,51 @@
 #include "app/live_views.h"
 #include "app/main_window.h"
 #include "app/qt_host.h"
+#include "app/worksheet_dialogs.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "core/startup.h"
 #include "image/form_camera.h"
+#include "plot/form_plot.h"
+#include "plot/plot_documents.h"
+#include "worksheet/form_worksheet.h"
+
+namespace {
+
+// The sheet of the "--sheet" screenshot: an I(E) curve with three Bragg
+// peaks, and its plot beside it.
+void ShowDemoSheet(sv::MDIForm_Main& main) {
+  main.Click("mnuNewWorksheet");
+  auto* sheet = dynamic_cast<sv::Form_Worksheet*>(main.ActiveChild());
+  if (!sheet) return;
+  sheet->Redraw(false);
+  sheet->Rows(97);
+  for (long r = 1; r < sheet->Rows(); ++r) {
+    const double e = 20.0 + 5.0 * double(r - 1);
+    double i = 400.0 * std::exp(-e / 250.0);
+    for (double peak : {95.0, 180.0, 310.0}) i += 900.0 * std::exp(-std::pow((e - peak) / 12.0, 2));
+    sheet->TextMatrix(r, 1, sv::Cell(float(e)));
+    sheet->TextMatrix(r, 2, sv::Cell(float(std::round(i))));
+  }
+  sheet->Col(1);
+  sheet->ColLabel("E (eV)");
+  sheet->Col(2);
+  sheet->ColLabel("I (counts)");
+  sheet->Redraw(true);
+  sheet->SetSelection(0, 2, sheet->Rows() - 1, 2);
+  sv::SheetPlot* made = nullptr;
+  if (!sheet->NewPlot(made)) return;
+  if (auto* plot = dynamic_cast<sv::Form_Plot*>(made)) {
+    plot->AddCurve();
+    plot->CurveXCol(1);
+    plot->TitleText("I(E)");
+    plot->Plot();
+  }
+  main.ShowChild(made->Handle());
+  main.Click("mnuArrange", 2);
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
@@ -26,12 +68,18 @@ int main(int argc, char** argv) {
 
   // "--screenshot FILE": start, make a new image, save the main window as a
   // picture and leave without the exit sequence. For the documentation.
+  // With "--sheet" the picture shows a worksheet and its plot instead.
   QString screenshot;
+  bool sheetShot = false;
   std::vector<std::string> args;
   for (int i = 1; i < argc; ++i) {
     const std::string a = argv[i];
     if (a == "--screenshot" && i + 1 < argc) {
       screenshot = QString::fromLocal8Bit(argv[++i]);
+      continue;
+    }
+    if (a == "--sheet") {
+      sheetShot = true;
       continue;
     }
     args.push_back(a);
@@ -44,6 +92,8 @@ int main(int argc, char** argv) {
     sv::MDIForm_Main main;
     sv::SetMainForm(&main);
     sv::RegisterImageDocuments(main);
+    sv::RegisterWorksheetDocuments(main);
+    sv::RegisterPlotDocuments(main);
     sv::app::InstallKernelEnvironment();
     sv::InstallGrabberEnvironment();
     sv::RegisterGrabberCommands(main);
@@ -52,6 +102,7 @@ int main(int argc, char** argv) {
     sv::app::MainWindow window(main, &host);
     sv::app::InstallGrabberDialog(main, &window);
     sv::app::InstallLiveViews(main, &window);
+    sv::app::InstallDocumentDialogs(&window);
 
     if (!sv::Main(main, sv::JoinArguments(args))) {
       exitCode = 1;
@@ -59,7 +110,10 @@ int main(int argc, char** argv) {
       if (!screenshot.isEmpty()) {
         QTimer::singleShot(0, &window, [&] {
           // With a grabber up the live picture runs; otherwise a new image.
-          main.Click(sv::G().GrabberOK ? "mnuPreview" : "mnuNewImage");
+          if (sheetShot)
+            ShowDemoSheet(main);
+          else
+            main.Click(sv::G().GrabberOK ? "mnuPreview" : "mnuNewImage");
           // Let the layouts settle before the picture is taken.
           QTimer::singleShot(sv::G().GrabberOK ? 1500 : 400, &window, [&] {
             const bool saved = window.grab().save(screenshot);
@@ -70,6 +124,7 @@ int main(int argc, char** argv) {
       exitCode = app.exec();
       sv::UnloadMain(main);
     }
+    sv::app::RemoveDocumentDialogs();
     sv::SetMainForm(nullptr);
   }
   sv::SetHost(nullptr);

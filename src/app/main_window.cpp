@@ -27,9 +27,13 @@
 
 #include "app/image_window.h"
 #include "app/lut_dialog.h"
+#include "app/plot_window.h"
 #include "app/qt_host.h"
+#include "app/worksheet_window.h"
 #include "core/globals.h"
 #include "image/form_camera.h"
+#include "plot/form_plot.h"
+#include "worksheet/form_worksheet.h"
 
 namespace sv::app {
 
@@ -154,8 +158,11 @@ MainWindow::~MainWindow() {
     host_->SetDialogParent(nullptr);
   }
   lut_->Bind(nullptr);
-  for (auto& [handle, c] : children_)
+  for (auto& [handle, c] : children_) {
     if (c.image) c.image->Detach();
+    if (c.sheet) c.sheet->Detach();
+    if (c.plot) c.plot->Detach();
+  }
   if (main_.View() == this) main_.SetView(&g_noMainView);
 }
 
@@ -164,6 +171,16 @@ MainWindow::~MainWindow() {
 ImageWindow* MainWindow::ImageWindowFor(long handle) const {
   auto it = children_.find(handle);
   return it == children_.end() ? nullptr : it->second.image;
+}
+
+WorksheetWindow* MainWindow::WorksheetWindowFor(long handle) const {
+  auto it = children_.find(handle);
+  return it == children_.end() ? nullptr : it->second.sheet;
+}
+
+PlotWindow* MainWindow::PlotWindowFor(long handle) const {
+  auto it = children_.find(handle);
+  return it == children_.end() ? nullptr : it->second.plot;
 }
 
 QMdiSubWindow* MainWindow::SubWindowFor(long handle) const {
@@ -582,6 +599,16 @@ void MainWindow::ChildAdded(ChildDocument& doc) {
     sub->setWidget(w);
     form->SetView(w);
     binding.image = w;
+  } else if (auto* sheet = dynamic_cast<Form_Worksheet*>(&doc)) {
+    auto* w = new WorksheetWindow(*sheet);
+    w->SetSubWindow(sub);
+    sub->setWidget(w);
+    binding.sheet = w;
+  } else if (auto* plot = dynamic_cast<Form_Plot*>(&doc)) {
+    auto* w = new PlotWindow(*plot);
+    w->SetSubWindow(sub);
+    sub->setWidget(w);
+    binding.plot = w;
   } else {
     // A document without a window of its own yet shows its name.
     auto* l = new QLabel(Q(doc.Caption()));
@@ -608,6 +635,8 @@ void MainWindow::ChildRemoved(long handle) {
     if (lut_->Bound() == c.image->Form()) lut_->Bind(nullptr);
     c.image->Detach();
   }
+  if (c.sheet) c.sheet->Detach();
+  if (c.plot) c.plot->Detach();
   c.sub->SetRemoving();
   c.sub->hide();
   c.sub->deleteLater();
@@ -619,6 +648,9 @@ void MainWindow::ShowChild(long handle) {
   ChildSubWindow* sub = it->second.sub;
   if (ImageWindow* w = it->second.image) {
     if (Form_Camera* f = w->Form()) w->CaptionChanged(*f);
+    sub->resize(sub->sizeHint().boundedTo(mdi_->viewport()->size()));
+  } else if (!sub->isVisible() && (it->second.sheet || it->second.plot)) {
+    // A sheet or plot shown for the first time takes the size it asks for.
     sub->resize(sub->sizeHint().boundedTo(mdi_->viewport()->size()));
   }
   sub->show();

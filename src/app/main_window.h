@@ -27,6 +27,8 @@ QIcon AppIcon();
 class ChildSubWindow;
 class ImageWindow;
 class LutDialog;
+class PlotWindow;
+class WorksheetWindow;
 class QtHost;
 
 class MainWindow : public QMainWindow, public MainView {
@@ -39,6 +41,8 @@ class MainWindow : public QMainWindow, public MainView {
   MDIForm_Main& Main() { return main_; }
   QMdiArea* MdiArea() const { return mdi_; }
   ImageWindow* ImageWindowFor(long handle) const;
+  WorksheetWindow* WorksheetWindowFor(long handle) const;
+  PlotWindow* PlotWindowFor(long handle) const;
   QMdiSubWindow* SubWindowFor(long handle) const;
   // The action of a menu entry, nullptr when there is none.
   QAction* MenuAction(const std::string& name, int index = -1) const;
@@ -85,7 +89,10 @@ class MainWindow : public QMainWindow, public MainView {
   };
   struct ChildBinding {
     ChildSubWindow* sub = nullptr;
-    ImageWindow* image = nullptr;  // nullptr for other kinds of document
+    // The window of the document's kind; nullptr for the other kinds.
+    ImageWindow* image = nullptr;
+    WorksheetWindow* sheet = nullptr;
+    PlotWindow* plot = nullptr;
   };
 
   void StoreWindowRect();

@@ -4,12 +4,14 @@
 
 #include <QAction>
 #include <QCheckBox>
+#include <QHeaderView>
 #include <QComboBox>
 #include <QListWidget>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QSlider>
 #include <QWheelEvent>
 #include <QLabel>
@@ -23,6 +25,7 @@
 #include <QTest>
 #include <QToolBar>
 #include <deque>
+#include <fstream>
 #include <memory>
 
 #include "acquisition/grabber.h"
@@ -34,13 +37,20 @@
 #include "app/image_window.h"
 #include "app/lut_dialog.h"
 #include "app/main_window.h"
+#include "app/plot_dialog_windows.h"
+#include "app/plot_window.h"
 #include "app/qt_host.h"
+#include "app/worksheet_dialogs.h"
+#include "app/worksheet_window.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "core/settings.h"
 #include "core/startup.h"
 #include "image/form_camera.h"
+#include "plot/form_plot.h"
+#include "plot/plot_documents.h"
 #include "support/scripted_host.h"
+#include "worksheet/form_worksheet.h"
 
 using namespace sv;
 
@@ -99,6 +109,22 @@ class TestWorkbench : public QObject {
     Form_Camera* f = ActiveImage();
     return f ? window_->ImageWindowFor(f->Handle()) : nullptr;
   }
+  // A new worksheet through the menu, with the plots beside it.
+  Form_Worksheet* NewSheet() {
+    RegisterWorksheetDocuments(*main_);
+    RegisterPlotDocuments(*main_);
+    main_->PrepareAllMenus();
+    main_->Click("mnuNewWorksheet");
+    return dynamic_cast<Form_Worksheet*>(main_->ActiveChild());
+  }
+
+  // The middle of a header section, in the header's viewport.
+  static QPoint SectionPoint(QHeaderView* h, int section) {
+    const int along = h->sectionViewportPosition(section) + h->sectionSize(section) / 2;
+    return h->orientation() == Qt::Horizontal ? QPoint(along, h->height() / 2)
+                                              : QPoint(h->width() / 2, along);
+  }
+
   QImage GrabPicture() {
     app::ImageWindow* w = ActiveWindow();
     return w ? w->Picture()->grab().toImage().convertToFormat(QImage::Format_RGB32) : QImage();
@@ -646,6 +672,225 @@ class TestWorkbench : public QObject {
     QTRY_COMPARE(ticks, 3);
     QTest::qWait(20);
     QCOMPARE(ticks, 3);
+  }
+
+  // --- Worksheets and plots ---------------------------------------------------------
+
+  // A full sheet opens in the grid, which reads only what it shows, and
+  // scrolls to its last row and column.
+  void fullSheetScrollsToTheLastRow() {
+    Form_Worksheet* sheet = NewSheet();
+    QVERIFY(sheet);
+    app::WorksheetWindow* w = window_->WorksheetWindowFor(sheet->Handle());
+    QVERIFY(w && w->isVisible());
+    sheet->Redraw(false);
+    sheet->Cols(101);
+    sheet->Rows(kMaxSheetRows);
+    sheet->TextMatrix(kMaxSheetRows - 1, 100, Cell(42.5f));
+    sheet->Redraw(true);
+    app::SheetTableModel* model = w->TableModel();
+    QCOMPARE(model->rowCount(), int(kMaxSheetRows - 1));
+    QCOMPARE(model->columnCount(), 100);
+
+    const QModelIndex last = model->index(int(kMaxSheetRows - 2), 99);
+    w->Grid()->scrollTo(last);
+    QCoreApplication::processEvents();
+    QCOMPARE(sheet->BottomRow(), kMaxSheetRows - 1);
+    QCOMPARE(sheet->RightCol(), 100L);
+    QVERIFY(sheet->IsRowVisible(kMaxSheetRows - 1));
+    QVERIFY(!sheet->IsRowVisible(1));
+    QVERIFY(w->Grid()->visualRect(last).intersects(w->Grid()->viewport()->rect()));
+    QCOMPARE(model->data(last, Qt::DisplayRole).toString(), QString("42.5"));
+    QCOMPARE(model->headerData(int(kMaxSheetRows - 2), Qt::Vertical, Qt::DisplayRole).toString(),
+             QString::number(kMaxSheetRows - 1));
+    QCOMPARE(model->headerData(0, Qt::Horizontal, Qt::DisplayRole).toString(),
+             QString::fromStdString(sheet->TextMatrix(0, 1).Text()));
+    QVERIFY(!w->Grid()->viewport()->grab().isNull());
+
+    // The sheet shrinks behind the grid's back: nothing outside it is read.
+    sheet->Redraw(false);
+    sheet->Rows(3);
+    QCOMPARE(model->data(last, Qt::DisplayRole).toString(), QString());
+    sheet->Redraw(true);
+    QCOMPARE(model->rowCount(), 2);
+  }
+
+  // Headers pick whole columns and rows through the sheet's setters; a
+  // shift-click picks a cell range; the current cell follows.
+  void headersPickWholeColumnsAndRows() {
+    Form_Worksheet* sheet = NewSheet();
+    QVERIFY(sheet);
+    app::WorksheetWindow* w = window_->WorksheetWindowFor(sheet->Handle());
+    QHeaderView* across = w->Grid()->horizontalHeader();
+    QHeaderView* down = w->Grid()->verticalHeader();
+    const long lastRow = sheet->Rows() - 1, lastCol = sheet->Cols() - 1;
+
+    QTest::mouseClick(across->viewport(), Qt::LeftButton, {}, SectionPoint(across, 1));
+    QCOMPARE(sheet->SelStartRow(), 0L);
+    QCOMPARE(sheet->SelEndRow(), lastRow);
+    QCOMPARE(sheet->SelStartCol(), 2L);
+    QCOMPARE(sheet->SelEndCol(), 2L);
+    QCOMPARE(sheet->Col(), 2L);
+    QVERIFY(w->Grid()->selectionModel()->isColumnSelected(1, QModelIndex()));
+    QTest::mouseClick(across->viewport(), Qt::LeftButton, Qt::ShiftModifier, SectionPoint(across, 0));
+    QCOMPARE(sheet->SelStartCol(), 1L);
+    QCOMPARE(sheet->SelEndCol(), 2L);
+    QCOMPARE(sheet->SelStartRow(), 0L);
+
+    QTest::mouseClick(down->viewport(), Qt::LeftButton, {}, SectionPoint(down, 4));
+    QCOMPARE(sheet->SelStartCol(), 0L);
+    QCOMPARE(sheet->SelEndCol(), lastCol);
+    QCOMPARE(sheet->SelStartRow(), 5L);
+    QCOMPARE(sheet->SelEndRow(), 5L);
+    QCOMPARE(sheet->Row(), 5L);
+
+    QWidget* cells = w->Grid()->viewport();
+    auto cellPoint = [&](int row, int col) {
+      return w->Grid()->visualRect(w->TableModel()->index(row, col)).center();
+    };
+    QTest::mouseClick(cells, Qt::LeftButton, {}, cellPoint(1, 0));
+    QTest::mouseClick(cells, Qt::LeftButton, Qt::ShiftModifier, cellPoint(3, 1));
+    QCOMPARE(sheet->SelStartRow(), 2L);
+    QCOMPARE(sheet->SelEndRow(), 4L);
+    QCOMPARE(sheet->SelStartCol(), 1L);
+    QCOMPARE(sheet->SelEndCol(), 2L);
+    QCOMPARE(sheet->Row(), 4L);
+    QCOMPARE(sheet->Col(), 2L);
+
+    // A selection the sheet sets itself shows in the grid.
+    sheet->SetSelection(-1, -1, -1, -1);
+    sheet->DrawWorksheet();
+    QVERIFY(!w->Grid()->selectionModel()->hasSelection());
+  }
+
+  // Typing into a cell goes through the sheet's text setter; the caption
+  // shows the change, and the routed menu commands reach the sheet.
+  void editingACellReachesTheSheet() {
+    Form_Worksheet* sheet = NewSheet();
+    QVERIFY(sheet);
+    app::WorksheetWindow* w = window_->WorksheetWindowFor(sheet->Handle());
+    QMdiSubWindow* sub = window_->SubWindowFor(sheet->Handle());
+    sheet->Saved();
+    QVERIFY(!sub->windowTitle().endsWith(" *"));
+
+    const QModelIndex cell = w->TableModel()->index(2, 1);
+    w->Grid()->setCurrentIndex(cell);
+    w->Grid()->edit(cell);
+    auto* editor = w->Grid()->viewport()->findChild<QLineEdit*>();
+    QVERIFY(editor);
+    QTest::keyClicks(editor, "3.25");
+    QTest::keyClick(editor, Qt::Key_Return);
+    QCoreApplication::processEvents();  // the editor commits from the event loop
+    QCOMPARE(QString::fromStdString(sheet->TextMatrix(3, 2).Text()), QString("3.25"));
+    QCOMPARE(sheet->Row(), 3L);
+    QCOMPARE(sheet->Col(), 2L);
+    QVERIFY(sheet->Changed());
+    QCOMPARE(sub->windowTitle(), QString::fromStdString(sheet->Caption()));
+    QVERIFY(sub->windowTitle().endsWith(" *"));
+
+    // Edit -> Copy and Clear of the one cell, through the menus.
+    main_->PrepareMenu("mnuEdit");
+    window_->MenuAction("mnuCopy")->trigger();
+    QCOMPARE(QString::fromStdString(host_->clipboard), QString("3.25\r\n"));
+    window_->MenuAction("mnuClear")->trigger();
+    QVERIFY(sheet->TextMatrix(3, 2).IsNull());
+    QCOMPARE(w->TableModel()->data(cell, Qt::DisplayRole).toString(), QString());
+
+    // A protected column takes no typing.
+    sheet->Col(2);
+    sheet->Protected(true);
+    QVERIFY(!(w->TableModel()->flags(cell) & Qt::ItemIsEditable));
+  }
+
+  // The import options show the file's first bytes, as they are or as
+  // tokens, and enable the fields that depend on others.
+  void importOptionsShowPreviewTokens() {
+    const std::string path = host_->root + "/scan.dat";
+    {
+      std::ofstream out(path, std::ios::binary);
+      out << "E\tI\r\n1.5,2" << '\x01' << '\xE9' << "\r\n";
+    }
+    Form_ImportOptions form;
+    form.Load(ImportSettings{});
+    app::ImportOptionsWindow w(form);
+    host_->AnswerFile(path);
+    w.PreviewButton()->click();
+    QCOMPARE(w.PreviewText()->toPlainText(),
+             QString::fromLatin1("E\tI\n1.5,2\x01\xE9\n").remove('\r'));
+    w.PreviewModeBox()->setChecked(true);
+    QCOMPARE(w.PreviewText()->toPlainText(), QString("E[TAB]I[CR][LF]1.5,2[01][233][CR][LF]"));
+
+    QVERIFY(!w.DelimiterText()->isEnabled());
+    w.DelimiterBox()->setCurrentIndex(Form_ImportOptions::kOther);
+    QVERIFY(w.DelimiterText()->isEnabled());
+    QVERIFY(!w.ColWidthText()->isEnabled());
+    w.StructureOption(1)->click();
+    QVERIFY(w.ColWidthText()->isEnabled());
+    QCOMPARE(form.Option_FileStructure, 1);
+    w.ImportButton()->click();
+    QCOMPARE(QString::fromStdString(form.Tag), QString("Import"));
+    QCOMPARE(form.ImportFilename, path);
+  }
+
+  // Plot -> New Plot on a sheet: the column dialog moves columns between its
+  // lists, and the new plot gets a window with the page and its caption.
+  void newPlotOfASheetGetsAWindow() {
+    Form_Worksheet* sheet = NewSheet();
+    QVERIFY(sheet);
+    app::WorksheetWindow* w = window_->WorksheetWindowFor(sheet->Handle());
+    QHeaderView* across = w->Grid()->horizontalHeader();
+    QTest::mouseClick(across->viewport(), Qt::LeftButton, {}, SectionPoint(across, 1));
+
+    struct ClickThrough : PlotDialogs {
+      QStringList x, y;
+      void ShowNewPlot(Form_NewPlot& f) override {
+        app::NewPlotWindow d(f);
+        for (int i = 0; i < d.XList()->count(); ++i) x << d.XList()->item(i)->text();
+        for (int i = 0; i < d.YList()->count(); ++i) y << d.YList()->item(i)->text();
+        // Y back to the columns and in again.
+        d.ResetYButton()->click();
+        if (d.YList()->count() != 0) return;
+        d.ColumnsList()->item(d.ColumnsList()->count() - 1)->setSelected(true);
+        d.SetYButton()->click();
+        d.OKButton()->click();
+      }
+    } dialogs;
+    SetPlotDialogs(&dialogs);
+    main_->PrepareMenu("mnuGraph");
+    window_->MenuAction("mnuNewPlot")->trigger();
+    SetPlotDialogs(nullptr);
+    QCOMPARE(dialogs.x.size(), 1);
+    QVERIFY(dialogs.x.front().startsWith("A"));
+    QCOMPARE(dialogs.y.size(), 1);
+    QVERIFY(dialogs.y.front().startsWith("B"));
+
+    QCOMPARE(sheet->Plots(), 1L);
+    const long handle = sheet->PlotWindowHwnd(0);
+    app::PlotWindow* pw = window_->PlotWindowFor(handle);
+    QVERIFY(pw && pw->isVisible());
+    auto* plot = dynamic_cast<Form_Plot*>(main_->Child(handle));
+    QVERIFY(plot);
+    QCOMPARE(plot->Curves(), 1L);
+    QCOMPARE(plot->CurveRecord(0).YCol, 2);
+    QCOMPARE(window_->SubWindowFor(handle)->windowTitle(), QString::fromStdString(plot->Caption()));
+    QVERIFY(window_->SubWindowFor(handle)->windowTitle().endsWith("(Plot1)"));
+
+    // A page at the aspect of the printer page, white, with the layer's frame.
+    const QRect page = pw->PageRect();
+    QVERIFY(!page.isEmpty());
+    QVERIFY(std::abs(double(page.width()) / page.height() - 297.0 / 210.0) < 0.02);
+    const QImage shot = pw->grab().toImage();
+    QCOMPARE(shot.pixelColor(page.left() + 2, page.center().y()), QColor(Qt::white));
+    const QRect layer = pw->LayerRect();
+    QCOMPARE(shot.pixelColor(layer.left(), layer.center().y()), QColor(Qt::black));
+
+    // The caption follows the sheet's name; closing the window takes the
+    // plot off the sheet.
+    sheet->Filename("/data/RUN7.SHT");
+    QVERIFY(window_->SubWindowFor(handle)->windowTitle().startsWith("RUN7.SHT"));
+    window_->SubWindowFor(handle)->close();
+    QVERIFY(!window_->PlotWindowFor(handle));
+    QCOMPARE(sheet->Plots(), 0L);
   }
 };
 
