@@ -17,6 +17,7 @@
 #include "worksheet/load_table.h"
 #include "worksheet/sheet_formats.h"
 #include "worksheet/sheet_plot.h"
+#include "worksheet/worksheet_documents.h"
 
 namespace sv {
 namespace {
@@ -433,6 +434,66 @@ TEST_F(SheetFilesTest, ImportOptions) {
     EXPECT_EQ(s.Filename(), host.root + "/IN.SHT");
     EXPECT_TRUE(s.Changed());
   }
+}
+
+TEST_F(SheetFilesTest, ImportAsRowsAndAColumnLimit) {
+  const std::string path = Path("in.dat");
+  test::WriteFile(path, "5\t6\t7\r\n8\t9\t10\r\n");
+  Form_Worksheet s;
+  Fill(s, 2, 1);
+  s.ImportAs = 2;
+  s.UnknownColumns = 0;
+  s.Columns = 2;
+  s.RenameColumns = 0;
+  s.RenameWorksheet = 0;
+  ASSERT_EQ(s.Import(path), 0);
+  EXPECT_EQ(s.Rows(), 5);
+  EXPECT_EQ(s.Cols(), 3);
+  EXPECT_DOUBLE_EQ(Num(s, 2, 1), 21);
+  EXPECT_EQ(s.TextMatrix(3, 1).Text(), "5");
+  EXPECT_EQ(s.TextMatrix(4, 2).Text(), "9");
+  EXPECT_TRUE(s.TextMatrix(2, 2).IsNull());
+  EXPECT_EQ(s.ColName(2), "B");
+  EXPECT_EQ(s.Filename(), "");
+}
+
+TEST_F(SheetFilesTest, SaveStatusIsRationedAndCleared) {
+  Form_Worksheet s;
+  Fill(s, 10, 1);
+  host.tick = 100;  // every look at the clock is 100 ms later
+  host.status.clear();
+  ASSERT_EQ(s.SaveWorksheet(Path("s.sht")), 0);
+  EXPECT_EQ(host.status, (std::vector<std::string>{"Save Worksheet...", "Save Worksheet...(18%)",
+                                                   "Save Worksheet...(64%)", ""}));
+}
+
+TEST_F(SheetFilesTest, DialogCommands) {
+  MDIForm_Main main;
+  main.Load();
+  RegisterWorksheetDocuments(main);
+  // A cancelled Open takes the new sheet away again.
+  auto* s = dynamic_cast<Form_Worksheet*>(main.CreateWorksheet());
+  ASSERT_NE(s, nullptr);
+  host.AnswerFile("");
+  s->FileOpen();
+  EXPECT_EQ(main.SheetCount, 0);
+  ASSERT_EQ(host.fileDialogs.size(), 1u);
+  EXPECT_EQ(host.fileDialogs[0].title, "Open Worksheet");
+  EXPECT_EQ(host.fileDialogs[0].filter.substr(0, 31), "Worksheet Files (*.sht)|*.sht|M");
+  // The second entry reads ".MOS" files.
+  test::WriteFile(Path("m.txt"), "1 x\r\nc\r\n        1\r\n");
+  s = dynamic_cast<Form_Worksheet*>(main.CreateWorksheet());
+  host.AnswerFile(Path("m.txt"), 2);
+  s->FileOpen();
+  EXPECT_EQ(s->Rows(), 2);
+  EXPECT_EQ(s->ColName(2), "I (counts)");
+  // Export proposes the sheet's name as ".dat".
+  host.AnswerFile(Path("m"));
+  s->FileExport();
+  EXPECT_EQ(host.fileDialogs.back().title, "Export ASCII");
+  EXPECT_EQ(host.fileDialogs.back().filter, "Ascii Files (*.dat)|*.dat||");
+  EXPECT_EQ(host.fileDialogs.back().fileName, "M.dat");
+  EXPECT_EQ(test::ReadFile(Path("m.dat")), "v (mm/s)\tI (counts)\tC1\r\n0\t1\t0\r\n");
 }
 
 TEST_F(SheetFilesTest, ExportWritesNullsAsEmptyFields) {
