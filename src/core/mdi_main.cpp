@@ -791,6 +791,10 @@ bool MDIForm_Main::QueryUnload() {
     RemoveSheet(h);
     view_->ChildRemoved(h);
   }
+  // The other child windows (plots) go with them: no view may keep one.
+  for (const auto& c : children_)
+    if (std::find(handles.begin(), handles.end(), c->Handle()) == handles.end())
+      view_->ChildRemoved(c->Handle());
   children_.clear();
   activeHandle_ = 0;
   for (auto& f : exitHooks.finalUnload) f();

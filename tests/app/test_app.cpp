@@ -891,6 +891,17 @@ class TestWorkbench : public QObject {
     window_->SubWindowFor(handle)->close();
     QVERIFY(!window_->PlotWindowFor(handle));
     QCOMPARE(sheet->Plots(), 0L);
+
+    // At the exit the plot windows go with their sheets.
+    SheetPlot* second = nullptr;
+    QVERIFY(sheet->NewPlot(second));
+    const long secondHandle = second->Handle();
+    main_->ShowChild(secondHandle);
+    QVERIFY(window_->PlotWindowFor(secondHandle));
+    G().ShowExitDialog = 0;
+    QVERIFY(window_->close());
+    QVERIFY(!window_->PlotWindowFor(secondHandle));
+    QVERIFY(!window_->WorksheetWindowFor(sheet->Handle()));
   }
 };
 
