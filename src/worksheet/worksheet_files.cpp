@@ -32,6 +32,7 @@ constexpr const char* kImportTitle = "Import ASCII";
 constexpr const char* kCRLF = "\r\n";
 
 // Run-time error numbers of the file steps.
+constexpr long kErrOverflow = 6;
 constexpr long kErrOutOfMemory = 7;
 constexpr long kErrFileNotFound = 53;
 constexpr long kErrIOError = 57;
@@ -297,7 +298,9 @@ long Form_Worksheet::SaveWorksheet(const std::string& filename, bool silent) {
 
   long result = 0;
   BinaryOut out;
-  if (!out.Create(path)) {
+  if (Cols() - 1 > 0x7FFF) {
+    result = kErrOverflow;  // the file counts columns in 16 bits
+  } else if (!out.Create(path)) {
     result = OpenError(errno, true);
   } else {
     const long rows = Rows(), cols = Cols();
@@ -317,8 +320,7 @@ long Form_Worksheet::SaveWorksheet(const std::string& filename, bool silent) {
       // A plot whose window has gone writes nothing.
       if (SheetPlot* plot = FindPlot(PlotWindowHwnd(i))) result = plot->SavePlot(out);
     }
-    const int err = errno;
-    if (!out.Close() && result == 0) result = WriteError(err);
+    if (!out.Close() && result == 0) result = WriteError(errno);
   }
   if (result != 0) {
     StopMessage(ErrorMessage(name, result), kSaveErrorTitle);
@@ -481,9 +483,13 @@ long Form_Worksheet::OpenMOS(const std::string& filename) {
     StatusRation ration(200, 200);
     long r = 0;
     for (size_t i = 2; i < t.lines.size() && r < rows - 1; ++i) {
-      for (const std::string& field : MosFields(t.lines[i])) {
+      const std::string& line = t.lines[i];
+      const long fields = MosFieldCount(line.size());
+      for (long k = 0; k < fields; ++k) {
         if (++r > rows - 1) break;
-        const float intensity = float(TextValue(field));
+        const size_t at = size_t(k) * kMosFieldWidth;
+        const float intensity =
+            at < line.size() ? float(TextValue(line.substr(at, kMosFieldWidth))) : 0.0f;
         TextMatrix(r, 1, Cell(MosVelocity(r, rows, vmax)));
         TextMatrix(r, 2, Cell(intensity));
         imax = std::max(imax, intensity);
