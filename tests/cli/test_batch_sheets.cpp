@@ -4,7 +4,12 @@
 
 #include "batch_fixture.h"
 #include "cli/batch.h"
+#include "core/mdi_main.h"
+#include "plot/form_plot.h"
+#include "plot/plot_documents.h"
 #include "support/scripted_host.h"
+#include "worksheet/form_worksheet.h"
+#include "worksheet/sheet_plot.h"
 
 namespace sv::cli {
 namespace {
@@ -40,6 +45,33 @@ TEST_F(BatchSheetsTest, ImportAddsColumnsToAnExistingSheet) {
   EXPECT_EQ(out.str(), Path("s.sht") + ": 2 rows, 3 columns\n");
   ASSERT_EQ(Run({"sheet-export", Path("s.sht"), Path("out.dat")}), 0) << err.str();
   EXPECT_EQ(test::ReadFile(Path("out.dat")), "A\tB\tC1\r\n1\t2\t5\r\n3\t4\t6\r\n");
+}
+
+TEST_F(BatchSheetsTest, InfoListsThePlots) {
+  {
+    MDIForm_Main main;
+    RegisterPlotDocuments(main);
+    Form_Worksheet s;
+    s.Cols(3);
+    s.Rows(3);
+    SheetPlot* p = nullptr;
+    ASSERT_TRUE(s.NewPlot(p));
+    auto* plot = dynamic_cast<Form_Plot*>(p);
+    ASSERT_NE(plot, nullptr);
+    plot->TitleText("Ag(111)");
+    plot->SetXRange(0, 10);
+    plot->SetYRange(0, 100);
+    s.Col(2);
+    plot->AddCurve();
+    plot->CurveXCol(1);
+    ASSERT_EQ(s.SaveWorksheet(Path("p.sht")), 0);
+    SetPlotFactory(nullptr);
+    SetAddPlotHandler(nullptr);
+  }
+  ASSERT_EQ(Run({"sheet-info", Path("p.sht")}), 0) << err.str();
+  for (const char* line : {"plots: 1\n", "plot 1: Ag(111)\n", "  x axis: 0 to 10", "  y axis: 0 to 100",
+                           "  curve 1: x 1, y 2"})
+    EXPECT_NE(out.str().find(line), std::string::npos) << line << "\n" << out.str();
 }
 
 TEST_F(BatchSheetsTest, ConvertMos) {
