@@ -649,11 +649,17 @@ void MainWindow::ShowChild(long handle) {
   if (ImageWindow* w = it->second.image) {
     if (Form_Camera* f = w->Form()) w->CaptionChanged(*f);
     sub->resize(sub->sizeHint().boundedTo(mdi_->viewport()->size()));
-  } else if (!sub->isVisible() && (it->second.sheet || it->second.plot)) {
-    // A sheet or plot shown for the first time takes the size it asks for.
-    sub->resize(sub->sizeHint().boundedTo(mdi_->viewport()->size()));
+  }
+  const bool first = !sub->isVisible();
+  PlotWindow* plot = it->second.plot;
+  if (first && (it->second.sheet || plot)) {
+    // A sheet or plot shown for the first time takes the size it asks for,
+    // or a plot the place its file gave it.
+    if (!plot || !plot->PlaceBeforeShow())
+      sub->resize(sub->sizeHint().boundedTo(mdi_->viewport()->size()));
   }
   sub->show();
+  if (first && plot) plot->StateAfterShow();
   mdi_->setActiveSubWindow(sub);
   sub->widget()->setFocus();
   SyncMenus();

@@ -127,8 +127,25 @@ void PlotWindow::ReadPlacement(PlotWindowRecord& window) {
 
 void PlotWindow::SetWindowState(int state) {
   if (!sub_) return;
+  if (!sub_->isVisible()) {
+    pendingState_ = state;
+    return;
+  }
   if (state == 1) sub_->showMinimized();
   else if (state == 2) sub_->showMaximized();
+}
+
+bool PlotWindow::PlaceBeforeShow() {
+  if (!sub_ || !pendingRect_.isValid()) return false;
+  sub_->setGeometry(pendingRect_);
+  pendingRect_ = QRect();
+  return true;
+}
+
+void PlotWindow::StateAfterShow() {
+  const int state = pendingState_;
+  pendingState_ = 0;
+  if (state != 0) SetWindowState(state);
 }
 
 void PlotWindow::MoveWindow(int left, int top, int width, int height) {
@@ -140,7 +157,10 @@ void PlotWindow::MoveWindow(int left, int top, int width, int height) {
     wanted.setSize(wanted.size().boundedTo(room.size()));
     if (!room.intersects(wanted)) wanted.moveTopLeft(QPoint(0, 0));
   }
-  sub_->setGeometry(wanted);
+  if (sub_->isVisible())
+    sub_->setGeometry(wanted);
+  else
+    pendingRect_ = wanted;
 }
 
 void PlotWindow::Close(Form_Plot&) { Detach(); }

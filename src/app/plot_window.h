@@ -28,6 +28,10 @@ class PlotWindow : public QWidget, public PlotView {
   QRect LayerRect() const;
   // Times the picture was asked to be drawn.
   int Draws() const { return draws_; }
+  // A place and state read from a file wait for the window's first showing:
+  // the place before it (true when there was one), the state after.
+  bool PlaceBeforeShow();
+  void StateAfterShow();
 
   // PlotView.
   void Plot(Form_Plot&) override;
@@ -49,6 +53,8 @@ class PlotWindow : public QWidget, public PlotView {
   Form_Plot* plot_;
   QMdiSubWindow* sub_ = nullptr;
   int draws_ = 0;
+  QRect pendingRect_;
+  int pendingState_ = 0;
 };
 
 }  // namespace sv::app

@@ -415,7 +415,23 @@ void WorksheetWindow::DrawCel(const Form_Worksheet&, long row, long col) {
   // A cell that is being read for the paint needs no second paint.
   if (!sheet_ || model_->Reading()) return;
   model_->SyncShape();
-  model_->CellChanged(row, col);
+  if (row < 1 || col < 1) {
+    model_->CellChanged(row, col);
+    return;
+  }
+  // Whole-sheet readers ask for every cell: only those in sight cost a paint.
+  // Rows and columns are all of one size and scroll by whole items, so the
+  // scroll bars tell the first in sight.
+  const long down = row - 1 - grid_->verticalScrollBar()->value();
+  const long across = col - 1 - grid_->horizontalScrollBar()->value();
+  const QSize view = grid_->viewport()->size();
+  if (down < 0 || down > view.height() / std::max(1, grid_->verticalHeader()->defaultSectionSize()))
+    return;
+  if (across < 0 ||
+      across > view.width() / std::max(1, grid_->horizontalHeader()->defaultSectionSize()))
+    return;
+  const QModelIndex index = model_->index(int(row - 1), int(col - 1));
+  if (index.isValid()) grid_->viewport()->update(grid_->visualRect(index));
 }
 
 void WorksheetWindow::DrawRow(const Form_Worksheet&, long row) {

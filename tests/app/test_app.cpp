@@ -884,10 +884,25 @@ class TestWorkbench : public QObject {
     const QRect layer = pw->LayerRect();
     QCOMPARE(shot.pixelColor(layer.left(), layer.center().y()), QColor(Qt::black));
 
+    // The window's place goes into the sheet file and comes back with it.
+    const QRect place(30, 40, 420, 320);
+    window_->SubWindowFor(handle)->setGeometry(place);
+    const std::string path = host_->root + "/run7.sht";
+    QCOMPARE(sheet->SaveWorksheet(path), 0L);
+    QVERIFY(window_->SubWindowFor(handle)->windowTitle().startsWith("RUN7.SHT"));
+    host_->AnswerFile(path, 1);
+    main_->Click("mnuOpenWorksheet");
+    auto* opened = dynamic_cast<Form_Worksheet*>(main_->ActiveChild());
+    QVERIFY(opened && opened != sheet);
+    QCOMPARE(opened->Plots(), 1L);
+    QMdiSubWindow* reopened = window_->SubWindowFor(opened->PlotWindowHwnd(0));
+    QVERIFY(reopened && reopened->isVisible());
+    QCOMPARE(reopened->geometry(), place);
+
     // The caption follows the sheet's name; closing the window takes the
     // plot off the sheet.
-    sheet->Filename("/data/RUN7.SHT");
-    QVERIFY(window_->SubWindowFor(handle)->windowTitle().startsWith("RUN7.SHT"));
+    sheet->Filename("/data/RUN8.SHT");
+    QVERIFY(window_->SubWindowFor(handle)->windowTitle().startsWith("RUN8.SHT"));
     window_->SubWindowFor(handle)->close();
     QVERIFY(!window_->PlotWindowFor(handle));
     QCOMPARE(sheet->Plots(), 0L);
