@@ -832,6 +832,51 @@ class TestWorkbench : public QObject {
     QCOMPARE(form.ImportFilename, path);
   }
 
+  // The plot dialogs write what their controls hold back to their presenters
+  // and end with the tag of the button pressed.
+  void plotDialogsEndWithTheirTags() {
+    Form_Layer layer;
+    layer.Text_l = "14.5";
+    layer.Text_t = "13.5";
+    layer.Text_w = "76.3";
+    layer.Text_h = "74";
+    app::LayerWindow lw(layer);
+    lw.UnitBox()->setCurrentIndex(2);  // mm
+    QVERIFY(std::abs(lw.LeftText()->text().toDouble() - 0.145 * layer.PageWidthMm) < 1e-3);
+    lw.accept();
+    QCOMPARE(QString::fromStdString(layer.Tag), QString("OK"));
+    QCOMPARE(FieldValue(layer.Text_l), 14.5);  // back in % of the page
+
+    Form_Axis axis;
+    axis.Load(1, PlotAxisRecord{});
+    app::AxisWindow aw(axis);
+    QVERIFY(aw.TypBox(1)->isChecked() && aw.TypBox(3)->isChecked() && aw.TypBox(5)->isChecked());
+    QVERIFY(!aw.TypBox(2)->isChecked());
+    QCOMPARE(aw.AxisButton()->text(), QString("&Y-Axis"));
+    aw.TypBox(9)->setChecked(true);
+    aw.AxisButton()->click();
+    QCOMPARE(QString::fromStdString(axis.Tag), QString("AXIS"));
+    QCOMPARE(axis.Flags(0), 42 | AxisFlag::MajorGrid);
+
+    Form_PlotDetails details;
+    details.Load(PlotCurveRecord::Default(0), "DATA1.SHT", "B", "I (counts)");
+    app::PlotDetailsWindow dw(details);
+    dw.ShapeBox()->setCurrentIndex(4);
+    dw.RemoveButton()->click();
+    QCOMPARE(QString::fromStdString(details.Tag), QString("Remove"));
+    QCOMPARE(details.Edited().Shape, 4);
+
+    Form_GridSetup grid;
+    grid.Load(PlotAxisRecord{});
+    app::GridSetupWindow gw(grid);
+    gw.MajorStyleBox()->setCurrentIndex(2);
+    gw.ApplyToAllBox()->setChecked(true);
+    gw.accept();
+    QCOMPARE(QString::fromStdString(grid.Tag), QString("OK"));
+    QCOMPARE(grid.Combo_MajorGridStyle, 2);
+    QVERIFY(grid.Check_ApplyToAll);
+  }
+
   // Plot -> New Plot on a sheet: the column dialog moves columns between its
   // lists, and the new plot gets a window with the page and its caption.
   void newPlotOfASheetGetsAWindow() {
