@@ -204,6 +204,7 @@ WorksheetWindow::WorksheetWindow(Form_Worksheet& sheet, QWidget* parent)
   auto* box = new QVBoxLayout(this);
   box->setContentsMargins(0, 0, 0, 0);
   box->addWidget(grid_);
+  setFocusProxy(grid_);
 
   QItemSelectionModel* selection = grid_->selectionModel();
   connect(selection, &QItemSelectionModel::selectionChanged, this, [this] {
