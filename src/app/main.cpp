@@ -23,6 +23,7 @@
 #include "plot/form_plot.h"
 #include "plot/plot_documents.h"
 #include "worksheet/form_worksheet.h"
+#include "worksheet/worksheet_documents.h"
 
 namespace {
 

@@ -181,18 +181,28 @@ NewPlotWindow::NewPlotWindow(Form_NewPlot& form, QWidget* parent) : QDialog(pare
 
   connect(columns_, &QListWidget::itemSelectionChanged, this, [this] { StoreMarks(); });
   connect(y_, &QListWidget::itemSelectionChanged, this, [this] { StoreMarks(); });
-  auto command = [this](void (Form_NewPlot::*c)()) {
-    return [this, c] {
-      StoreMarks();
-      (form_.*c)();
-      LoadLists();
-    };
-  };
-  connect(setX_, &QPushButton::clicked, this, command(&Form_NewPlot::Command_SetX));
-  connect(setY_, &QPushButton::clicked, this, command(&Form_NewPlot::Command_SetY));
-  connect(resetX_, &QPushButton::clicked, this, command(&Form_NewPlot::Command_ResetX));
-  connect(resetY_, &QPushButton::clicked, this, command(&Form_NewPlot::Command_ResetY));
-  connect(columns_, &QListWidget::itemDoubleClicked, this, command(&Form_NewPlot::Command_SetY));
+  // Each button moves columns in the presenter; the lists show the result.
+  connect(setX_, &QPushButton::clicked, this, [this] {
+    StoreMarks();
+    form_.Command_SetX();
+    LoadLists();
+  });
+  connect(setY_, &QPushButton::clicked, this, [this] {
+    StoreMarks();
+    form_.Command_SetY();
+    LoadLists();
+  });
+  connect(resetX_, &QPushButton::clicked, this, [this] {
+    StoreMarks();
+    form_.Command_ResetX();
+    LoadLists();
+  });
+  connect(resetY_, &QPushButton::clicked, this, [this] {
+    StoreMarks();
+    form_.Command_ResetY();
+    LoadLists();
+  });
+  connect(columns_, &QListWidget::itemDoubleClicked, setY_, &QPushButton::click);
 
   LoadLists();
 }

@@ -51,6 +51,7 @@
 #include "plot/plot_documents.h"
 #include "support/scripted_host.h"
 #include "worksheet/form_worksheet.h"
+#include "worksheet/worksheet_documents.h"
 
 using namespace sv;
 
@@ -958,10 +959,11 @@ class TestWorkbench : public QObject {
     const long secondHandle = second->Handle();
     main_->ShowChild(secondHandle);
     QVERIFY(window_->PlotWindowFor(secondHandle));
+    const long sheetHandle = sheet->Handle();
     G().ShowExitDialog = 0;
     QVERIFY(window_->close());
     QVERIFY(!window_->PlotWindowFor(secondHandle));
-    QVERIFY(!window_->WorksheetWindowFor(sheet->Handle()));
+    QVERIFY(!window_->WorksheetWindowFor(sheetHandle));
   }
 };
 
