@@ -803,6 +803,41 @@ class TestWorkbench : public QObject {
     QVERIFY(!(w->TableModel()->flags(cell) & Qt::ItemIsEditable));
   }
 
+  // Column -> Rename and Set Worksheet X open their dialogs on the sheet in
+  // front; what is typed there shows in the grid's headers.
+  void renameAndIndexDialogsReachTheSheet() {
+    Form_Worksheet* sheet = NewSheet();
+    QVERIFY(sheet);
+    app::WorksheetWindow* w = window_->WorksheetWindowFor(sheet->Handle());
+    QHeaderView* across = w->Grid()->horizontalHeader();
+    QTest::mouseClick(across->viewport(), Qt::LeftButton, {}, SectionPoint(across, 1));
+    QString shownName;
+    Dialogs().columnRename = [&](Form_ColumnRename& f) {
+      app::ColumnRenameWindow d(f);
+      shownName = d.NameText()->text();
+      d.NameText()->setText("Ipeak");
+      d.LabelText()->setText("I (counts)");
+      d.accept();
+      return d.result() == QDialog::Accepted;
+    };
+    Dialogs().setWorksheetX = [](Form_SetWorksheetX& f) {
+      app::SetWorksheetXWindow d(f);
+      d.InitialText()->setText("10");
+      d.IncrementText()->setText("0.5");
+      d.accept();
+      return true;
+    };
+    main_->PrepareMenu("mnuColumn");
+    window_->MenuAction("mnuRename")->trigger();
+    window_->MenuAction("mnuSetWorksheetX")->trigger();
+    Dialogs() = WorksheetDialogs{};
+    QCOMPARE(shownName, QString("B"));
+    app::SheetTableModel* model = w->TableModel();
+    QCOMPARE(model->headerData(1, Qt::Horizontal, Qt::DisplayRole).toString(),
+             QString("Ipeak[Y]|I (counts)"));
+    QCOMPARE(model->headerData(2, Qt::Vertical, Qt::DisplayRole).toString(), QString("11"));
+  }
+
   // The import options show the file's first bytes, as they are or as
   // tokens, and enable the fields that depend on others.
   void importOptionsShowPreviewTokens() {
