@@ -37,7 +37,8 @@ constexpr const char* kOperations[] = {
     "FileImportAscii", "FileImportOptions", "EditCopy", "EditCut",          "EditPaste",
     "EditClear",     "AddColumns",     "AddRows",      "Insert",            "Delete",
     "ColumnRename",  "ClearWorkSheet", "SetColumnWidth", "SetWorksheetX",   "ShowXData",
-    "AddNewPlot",    "AddNew3DPlot",   "Convert"};
+    "AddNewPlot",    "AddNew3DPlot",   "Convert",      "ColumnMove",        "SetAs",
+    "GotoColumn",    "GotoZeile"};
 
 std::string BaseName(const std::string& path) {
   size_t slash = path.find_last_of("/\\");
@@ -270,6 +271,14 @@ bool Form_Worksheet::Invoke(const std::string& op) {
     AddNew3DPlot();
   } else if (op == "Convert") {
     Convert();
+  } else if (op == "ColumnMove") {
+    ColumnMove();
+  } else if (op == "SetAs") {
+    SetAs();
+  } else if (op == "GotoColumn") {
+    GotoColumn();
+  } else if (op == "GotoZeile") {
+    GotoZeile();
   } else if (auto it = ExtraOperations().find(op); it != ExtraOperations().end()) {
     Operation run = it->second;  // the table may change while it runs
     run(*this);

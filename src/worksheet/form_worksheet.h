@@ -117,6 +117,8 @@ class WorksheetView {
   virtual void BringToFront(const Form_Worksheet&) {}
   // Start in-place editing of the current cell.
   virtual void EditCell(const Form_Worksheet&) {}
+  // Scroll the current cell (Row, Col) into sight and mark it there.
+  virtual void ShowCurrentCell(const Form_Worksheet&) {}
 
   // Queries.
   virtual long TopRow(const Form_Worksheet& s) const;
@@ -261,6 +263,8 @@ class Form_Worksheet : public ChildDocument {
   void Protected(bool prot);
   // ColTyp of each selected column; Col ends one past the last.
   void SetAs(long typ);
+  // Asks for the role of the selected columns and sets it.
+  void SetAs();
   long ColAlignment(long col) const;
   void ColAlignment(long col, long alignment);
   long FixedAlignment(long col) const;
@@ -288,6 +292,12 @@ class Form_Worksheet : public ChildDocument {
   // Removes the selected columns; true when any went.
   bool DeleteColumn();
   bool MoveColumn(long from, long to);
+  // Asks where the column at SelStartCol goes and moves it there.
+  void ColumnMove();
+  // Ask for a column (name or number) or a row and make it current and
+  // visible. A bad answer beeps and changes nothing.
+  void GotoColumn();
+  void GotoZeile();
   // Removes rows first .. last; the count removed, 0 for a bad range.
   long DeleteRow(long first, long last);
   void ColumnRename();
@@ -295,6 +305,9 @@ class Form_Worksheet : public ChildDocument {
   // --- Cells ---
   // The cell; with Redraw on it is also redrawn. Indices are not tested.
   Cell TextMatrix(long row, long col) const;
+  // The cell without a redraw, for reading to compute with: Null outside the
+  // sheet. (Cells are stored packed, so this is a value, not a reference.)
+  Cell CellAt(long row, long col) const;
   void TextMatrix(long row, long col, const Cell& value);
   // Quick reads without building a Cell.
   CellKind KindOf(long row, long col) const;

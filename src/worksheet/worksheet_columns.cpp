@@ -1,6 +1,7 @@
 // Column records, headers, and the operations that move columns and rows.
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 
 #include "core/host.h"
 #include "worksheet/form_worksheet.h"
@@ -14,6 +15,15 @@ namespace {
 std::string Upper(std::string s) {
   for (char& ch : s) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
   return s;
+}
+
+// A whole number from min to max, blanks around allowed.
+bool WholeNumber(const std::string& text, long min, long max, long& value) {
+  double v = 0;
+  if (!ParseNumber(text, v) || v != std::floor(v) || v < double(min) || v > double(max))
+    return false;
+  value = static_cast<long>(v);
+  return true;
 }
 }  // namespace
 
@@ -263,6 +273,81 @@ void Form_Worksheet::ColumnRename() {
     BuildHeader(col);
     DrawRow(0);
   }
+}
+
+void Form_Worksheet::ColumnMove() {
+  const long from = SelStartCol_;
+  if (from < 1 || from >= cols_) return;
+  Form_ColumnMove form;
+  form.ColumnName = records_[from].Name;
+  form.Text_Position = std::to_string(from);
+  form.MaxPosition = cols_ - 1;
+  if (!ShowDialog(form)) return;
+  long to = 0;
+  if (!WholeNumber(form.Text_Position, 1, cols_ - 1, to)) {
+    host().Beep();
+    return;
+  }
+  if (!MoveColumn(from, to)) return;
+  // The selection goes with the column it named.
+  if (SelEndCol_ == from) SetSelection(SelStartRow_, to, SelEndRow_, to);
+  Col(to);
+  // Curves keep their column numbers: they draw what stands there now.
+  UpdatePlots();
+}
+
+void Form_Worksheet::SetAs() {
+  if (SelStartCol_ < 1 || SelStartCol_ >= cols_) return;
+  Form_SetAs form;
+  form.Typ = records_[SelStartCol_].Typ;
+  if (!ShowDialog(form)) return;
+  const auto& roles = Form_SetAs::Roles();
+  if (std::none_of(roles.begin(), roles.end(),
+                   [&](const auto& role) { return role.second == form.Typ; })) {
+    host().Beep();
+    return;
+  }
+  // The role is kept in the file; X, Y and Z columns tell the plots anew.
+  const long last = std::min(SelEndCol_, cols_ - 1);
+  bool changed = false;
+  for (long c = SelStartCol_; c <= last; ++c) changed = changed || records_[c].Typ != form.Typ;
+  SetAs(form.Typ);
+  if (!changed) return;
+  SetChanged();
+  for (long c = SelStartCol_; c <= last; ++c) ColChanged(c, true);
+  UpdatePlots();
+}
+
+void Form_Worksheet::GotoColumn() {
+  if (cols_ < 2) return;
+  Form_GotoColumn form;
+  form.Text_Column = Col_ >= 1 ? records_[Col_].Name : records_[1].Name;
+  form.MaxColumn = cols_ - 1;
+  if (!ShowDialog(form)) return;
+  long col = ColOf(form.Text_Column);
+  if (col < 0 && !WholeNumber(form.Text_Column, 1, cols_ - 1, col)) {
+    host().Beep();
+    return;
+  }
+  Col(col);
+  if (Row_ < 1 && rows_ > 1) Row(1);
+  view_->ShowCurrentCell(*this);
+}
+
+void Form_Worksheet::GotoZeile() {
+  if (rows_ < 2) return;
+  Form_GotoRow form;
+  form.Text_Row = std::to_string(std::max(1L, Row_));
+  form.MaxRow = rows_ - 1;
+  if (!ShowDialog(form)) return;
+  long row = 0;
+  if (!WholeNumber(form.Text_Row, 1, rows_ - 1, row)) {
+    host().Beep();
+    return;
+  }
+  Row(row);
+  if (Col_ < 1 && cols_ > 1) Col(1);
+  view_->ShowCurrentCell(*this);
 }
 
 void Form_Worksheet::SetWorksheetX() {

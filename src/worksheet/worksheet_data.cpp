@@ -47,6 +47,10 @@ Cell Form_Worksheet::TextMatrix(long row, long col) const {
   return impl_->Get(row, col);
 }
 
+Cell Form_Worksheet::CellAt(long row, long col) const {
+  return impl_->Inside(row, col) ? impl_->Get(row, col) : Cell();
+}
+
 void Form_Worksheet::TextMatrix(long row, long col, const Cell& value) {
   if (!impl_->Inside(row, col)) return;
   SetChanged();

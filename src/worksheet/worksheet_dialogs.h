@@ -5,6 +5,8 @@
 
 #include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace sv {
 
@@ -23,14 +25,48 @@ struct Form_ColumnRename {
   bool Check_Numbering = false;
 };
 
+// Where the selected column goes: a position 1 .. MaxPosition.
+struct Form_ColumnMove {
+  std::string ColumnName;     // the column being moved
+  std::string Text_Position;  // its position now, to begin with
+  long MaxPosition = 1;
+};
+
+// The role of the selected columns, as a role value (`Typ`).
+struct Form_SetAs {
+  long Typ = 1;
+  // The choices in the order shown: caption and role value.
+  static const std::vector<std::pair<std::string, long>>& Roles();
+};
+
+// A column by name or by number.
+struct Form_GotoColumn {
+  std::string Text_Column;
+  long MaxColumn = 1;
+};
+
+// A row by number, 1 .. MaxRow.
+struct Form_GotoRow {
+  std::string Text_Row;
+  long MaxRow = 1;
+};
+
 // How the dialogs are shown: each returns true for OK.
 struct WorksheetDialogs {
   std::function<bool(Form_SetWorksheetX&)> setWorksheetX;
   std::function<bool(Form_ColumnRename&)> columnRename;
+  std::function<bool(Form_ColumnMove&)> columnMove;
+  std::function<bool(Form_SetAs&)> setAs;
+  std::function<bool(Form_GotoColumn&)> gotoColumn;
+  std::function<bool(Form_GotoRow&)> gotoRow;
 };
 WorksheetDialogs& Dialogs();
 // Runs the dialog through the registered function; false (cancelled) without one.
 bool ShowDialog(Form_SetWorksheetX& form);
 bool ShowDialog(Form_ColumnRename& form);
+bool ShowDialog(Form_ColumnMove& form);
+bool ShowDialog(Form_SetAs& form);
+bool ShowDialog(Form_GotoColumn& form);
+bool ShowDialog(Form_GotoRow& form);
 
 }  // namespace sv

@@ -645,7 +645,7 @@ std::string JoinCells(const Form_Worksheet& sheet, long row, long c0, long c1,
   std::string line;
   for (long c = c0; c <= c1; ++c) {
     if (c > c0) line += '\t';
-    const Cell cell = sheet.TextMatrix(row, c);
+    const Cell cell = sheet.CellAt(row, c);
     line += cell.IsNull() ? std::string(nullText) : cell.Text();
   }
   return line;
