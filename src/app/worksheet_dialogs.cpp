@@ -323,6 +323,112 @@ void SetWorksheetXWindow::accept() {
   QDialog::accept();
 }
 
+// --- Move, Set as, Go to ------------------------------------------------------------------
+
+namespace {
+
+// The OK and Cancel row of the small dialogs, wired to accept and reject.
+QDialogButtonBox* OkCancel(QDialog* d) {
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, d);
+  QObject::connect(buttons, &QDialogButtonBox::accepted, d, &QDialog::accept);
+  QObject::connect(buttons, &QDialogButtonBox::rejected, d, &QDialog::reject);
+  return buttons;
+}
+
+}  // namespace
+
+ColumnMoveWindow::ColumnMoveWindow(Form_ColumnMove& form, QWidget* parent)
+    : QDialog(parent), form_(form) {
+  setObjectName("Form_ColumnMove");
+  setWindowTitle("Move Column");
+  setModal(true);
+  position_ = NamedLine("Text_Position", this);
+  position_->setText(Q(form.Text_Position));
+  position_->selectAll();
+  auto* box = new QVBoxLayout(this);
+  box->addWidget(new QLabel(QString("Move column %1 to position (1 to %2):")
+                                .arg(Q(form.ColumnName))
+                                .arg(form.MaxPosition),
+                            this));
+  box->addWidget(position_);
+  box->addWidget(OkCancel(this));
+}
+
+void ColumnMoveWindow::accept() {
+  form_.Text_Position = S(position_->text());
+  QDialog::accept();
+}
+
+SetAsWindow::SetAsWindow(Form_SetAs& form, QWidget* parent) : QDialog(parent), form_(form) {
+  setObjectName("Form_SetAs");
+  setWindowTitle("Set Column as");
+  setModal(true);
+  auto* group = new QGroupBox("Role of the selected columns", this);
+  auto* options = new QVBoxLayout(group);
+  roles_ = new QButtonGroup(this);
+  const auto& roles = Form_SetAs::Roles();
+  for (int i = 0; i < int(roles.size()); ++i) {
+    auto* option = new QRadioButton(Q(roles[size_t(i)].first), group);
+    option->setObjectName(QString("Option_Typ%1").arg(i));
+    option->setChecked(roles[size_t(i)].second == form.Typ);
+    roles_->addButton(option, i);
+    options->addWidget(option);
+  }
+  auto* box = new QVBoxLayout(this);
+  box->addWidget(group);
+  box->addWidget(OkCancel(this));
+}
+
+QRadioButton* SetAsWindow::RoleOption(int index) const {
+  return qobject_cast<QRadioButton*>(roles_->button(index));
+}
+
+void SetAsWindow::accept() {
+  const int i = roles_->checkedId();
+  const auto& roles = Form_SetAs::Roles();
+  if (i >= 0 && i < int(roles.size())) form_.Typ = roles[size_t(i)].second;
+  QDialog::accept();
+}
+
+GotoColumnWindow::GotoColumnWindow(Form_GotoColumn& form, QWidget* parent)
+    : QDialog(parent), form_(form) {
+  setObjectName("Form_GotoColumn");
+  setWindowTitle("Go to Column");
+  setModal(true);
+  column_ = NamedLine("Text_Column", this);
+  column_->setText(Q(form.Text_Column));
+  column_->selectAll();
+  auto* box = new QVBoxLayout(this);
+  box->addWidget(
+      new QLabel(QString("Column name or number (1 to %1):").arg(form.MaxColumn), this));
+  box->addWidget(column_);
+  box->addWidget(OkCancel(this));
+}
+
+void GotoColumnWindow::accept() {
+  form_.Text_Column = S(column_->text());
+  QDialog::accept();
+}
+
+GotoRowWindow::GotoRowWindow(Form_GotoRow& form, QWidget* parent)
+    : QDialog(parent), form_(form) {
+  setObjectName("Form_GotoRow");
+  setWindowTitle("Go to Row");
+  setModal(true);
+  row_ = NamedLine("Text_Row", this);
+  row_->setText(Q(form.Text_Row));
+  row_->selectAll();
+  auto* box = new QVBoxLayout(this);
+  box->addWidget(new QLabel(QString("Row number (1 to %1):").arg(form.MaxRow), this));
+  box->addWidget(row_);
+  box->addWidget(OkCancel(this));
+}
+
+void GotoRowWindow::accept() {
+  form_.Text_Row = S(row_->text());
+  QDialog::accept();
+}
+
 // --- Installation ------------------------------------------------------------------------------
 
 void InstallDocumentDialogs(QWidget* parent) {
@@ -335,6 +441,22 @@ void InstallDocumentDialogs(QWidget* parent) {
     ColumnRenameWindow w(form, owner);
     return w.exec() == QDialog::Accepted;
   };
+  Dialogs().columnMove = [owner](Form_ColumnMove& form) {
+    ColumnMoveWindow w(form, owner);
+    return w.exec() == QDialog::Accepted;
+  };
+  Dialogs().setAs = [owner](Form_SetAs& form) {
+    SetAsWindow w(form, owner);
+    return w.exec() == QDialog::Accepted;
+  };
+  Dialogs().gotoColumn = [owner](Form_GotoColumn& form) {
+    GotoColumnWindow w(form, owner);
+    return w.exec() == QDialog::Accepted;
+  };
+  Dialogs().gotoRow = [owner](Form_GotoRow& form) {
+    GotoRowWindow w(form, owner);
+    return w.exec() == QDialog::Accepted;
+  };
   ImportOptionsDialog() = [owner](Form_ImportOptions& form) {
     ImportOptionsWindow w(form, owner);
     w.exec();
@@ -345,6 +467,10 @@ void InstallDocumentDialogs(QWidget* parent) {
 void RemoveDocumentDialogs() {
   Dialogs().setWorksheetX = nullptr;
   Dialogs().columnRename = nullptr;
+  Dialogs().columnMove = nullptr;
+  Dialogs().setAs = nullptr;
+  Dialogs().gotoColumn = nullptr;
+  Dialogs().gotoRow = nullptr;
   ImportOptionsDialog() = nullptr;
   RemovePlotDialogs();
 }

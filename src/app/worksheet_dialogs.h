@@ -106,6 +106,58 @@ class SetWorksheetXWindow : public QDialog {
   QLineEdit* increment_;
 };
 
+// Where the selected column goes.
+class ColumnMoveWindow : public QDialog {
+  Q_OBJECT
+ public:
+  explicit ColumnMoveWindow(Form_ColumnMove& form, QWidget* parent = nullptr);
+  QLineEdit* PositionText() const { return position_; }
+  void accept() override;
+
+ private:
+  Form_ColumnMove& form_;
+  QLineEdit* position_;
+};
+
+// The role of the selected columns, one option per role.
+class SetAsWindow : public QDialog {
+  Q_OBJECT
+ public:
+  explicit SetAsWindow(Form_SetAs& form, QWidget* parent = nullptr);
+  // The option of Form_SetAs::Roles()[index].
+  QRadioButton* RoleOption(int index) const;
+  void accept() override;
+
+ private:
+  Form_SetAs& form_;
+  QButtonGroup* roles_;
+};
+
+// A column by name or number, or a row by number.
+class GotoColumnWindow : public QDialog {
+  Q_OBJECT
+ public:
+  explicit GotoColumnWindow(Form_GotoColumn& form, QWidget* parent = nullptr);
+  QLineEdit* ColumnText() const { return column_; }
+  void accept() override;
+
+ private:
+  Form_GotoColumn& form_;
+  QLineEdit* column_;
+};
+
+class GotoRowWindow : public QDialog {
+  Q_OBJECT
+ public:
+  explicit GotoRowWindow(Form_GotoRow& form, QWidget* parent = nullptr);
+  QLineEdit* RowText() const { return row_; }
+  void accept() override;
+
+ private:
+  Form_GotoRow& form_;
+  QLineEdit* row_;
+};
+
 // The sheet's and the plots' dialogs are shown modally over `parent` from
 // now on. RemoveDocumentDialogs returns them to their headless defaults.
 void InstallDocumentDialogs(QWidget* parent);

@@ -81,10 +81,7 @@ QString SheetTableModel::CellText(long row, long col) const {
   // The sheet may have changed shape since Qt last heard of it (bulk
   // writers redraw once at the end): what is not there now reads empty.
   if (!sheet_ || row < 0 || col < 0 || row >= sheet_->Rows() || col >= sheet_->Cols()) return {};
-  ++reading_;
-  const Cell cell = sheet_->TextMatrix(row, col);
-  --reading_;
-  return Q(cell.Text());
+  return Q(sheet_->CellAt(row, col).Text());
 }
 
 QVariant SheetTableModel::data(const QModelIndex& index, int role) const {
@@ -413,8 +410,7 @@ bool WorksheetWindow::eventFilter(QObject* watched, QEvent* e) {
 // --- WorksheetView: redraws -------------------------------------------------------------
 
 void WorksheetWindow::DrawCel(const Form_Worksheet&, long row, long col) {
-  // A cell that is being read for the paint needs no second paint.
-  if (!sheet_ || model_->Reading()) return;
+  if (!sheet_) return;
   model_->SyncShape();
   if (row < 1 || col < 1) {
     model_->CellChanged(row, col);
@@ -436,23 +432,23 @@ void WorksheetWindow::DrawCel(const Form_Worksheet&, long row, long col) {
 }
 
 void WorksheetWindow::DrawRow(const Form_Worksheet&, long row) {
-  if (!sheet_ || model_->Reading()) return;
+  if (!sheet_) return;
   model_->SyncShape();
   model_->RowChanged(row);
 }
 
 void WorksheetWindow::DrawColumn(const Form_Worksheet&, long col) {
-  if (!sheet_ || model_->Reading()) return;
+  if (!sheet_) return;
   model_->SyncShape();
   model_->ColumnChanged(col);
 }
 
 void WorksheetWindow::DrawGrid(const Form_Worksheet&) {
-  if (!model_->Reading()) Refresh();
+  Refresh();
 }
 
 void WorksheetWindow::DrawWorksheet(const Form_Worksheet&) {
-  if (!model_->Reading()) Refresh();
+  Refresh();
 }
 
 void WorksheetWindow::CaptionChanged(const Form_Worksheet& sheet) {
@@ -481,6 +477,15 @@ void WorksheetWindow::EditCell(const Form_Worksheet&) {
   if (!index.isValid()) return;
   grid_->setCurrentIndex(index);
   grid_->edit(index);
+}
+
+void WorksheetWindow::ShowCurrentCell(const Form_Worksheet&) {
+  if (!sheet_) return;
+  model_->SyncShape();
+  const QModelIndex index = model_->index(int(sheet_->Row() - 1), int(sheet_->Col() - 1));
+  if (!index.isValid()) return;
+  grid_->selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+  grid_->scrollTo(index);
 }
 
 // --- WorksheetView: queries ---------------------------------------------------------------

@@ -26,9 +26,6 @@ class SheetTableModel : public QAbstractTableModel {
   void Detach() { sheet_ = nullptr; }
   // Brings the shape Qt knows to the sheet's; true when it changed.
   bool SyncShape();
-  // True while a cell is being read: the redraw the sheet asks for on a read
-  // is then for the cell being painted.
-  bool Reading() const { return reading_ > 0; }
 
   int rowCount(const QModelIndex& parent = QModelIndex()) const override;
   int columnCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -48,7 +45,6 @@ class SheetTableModel : public QAbstractTableModel {
 
   Form_Worksheet* sheet_;
   int rows_ = 0, cols_ = 0;
-  mutable int reading_ = 0;
 };
 
 // The grid itself; its headers select whole columns and rows.
@@ -91,6 +87,7 @@ class WorksheetWindow : public QWidget, public WorksheetView {
   void InvertSelection(const Form_Worksheet&, bool on) override;
   void BringToFront(const Form_Worksheet&) override;
   void EditCell(const Form_Worksheet&) override;
+  void ShowCurrentCell(const Form_Worksheet&) override;
 
   // WorksheetView: queries, from the grid as it is on the screen.
   long TopRow(const Form_Worksheet& s) const override;

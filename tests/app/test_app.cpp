@@ -838,6 +838,36 @@ class TestWorkbench : public QObject {
     QCOMPARE(model->headerData(2, Qt::Vertical, Qt::DisplayRole).toString(), QString("11"));
   }
 
+  // Column -> Move takes the selected column to the position typed in its
+  // dialog; the Edit toolbar's keys work for the sheet in front.
+  void moveColumnThroughTheMenu() {
+    Form_Worksheet* sheet = NewSheet();
+    QVERIFY(sheet);
+    for (const char* key : {"Cut", "Copy", "Paste"})
+      QVERIFY2(window_->ToolbarAction(key)->isEnabled(), key);
+    app::WorksheetWindow* w = window_->WorksheetWindowFor(sheet->Handle());
+    sheet->TextMatrix(1, 1, Cell(5.0));
+    QHeaderView* across = w->Grid()->horizontalHeader();
+    QTest::mouseClick(across->viewport(), Qt::LeftButton, {}, SectionPoint(across, 0));
+    QString shown;
+    Dialogs().columnMove = [&](Form_ColumnMove& f) {
+      app::ColumnMoveWindow d(f);
+      shown = d.PositionText()->text();
+      d.PositionText()->setText("2");
+      d.accept();
+      return d.result() == QDialog::Accepted;
+    };
+    main_->PrepareMenu("mnuColumn");
+    QVERIFY(window_->MenuAction("mnuMove")->isEnabled());
+    window_->MenuAction("mnuMove")->trigger();
+    Dialogs() = WorksheetDialogs{};
+    QCOMPARE(shown, QString("1"));
+    app::SheetTableModel* model = w->TableModel();
+    QCOMPARE(model->headerData(0, Qt::Horizontal, Qt::DisplayRole).toString(), QString("B[Y]"));
+    QCOMPARE(model->headerData(1, Qt::Horizontal, Qt::DisplayRole).toString(), QString("A[X]"));
+    QCOMPARE(model->data(model->index(0, 1), Qt::DisplayRole).toString(), QString("5"));
+  }
+
   // The import options show the file's first bytes, as they are or as
   // tokens, and enable the fields that depend on others.
   void importOptionsShowPreviewTokens() {
