@@ -160,7 +160,8 @@ TEST(SheetToolbar, CutCopyPasteFollowASheetInFront) {
   RegisterWorksheetDocuments(main);
   main.Load();
   main.UpdateToolbarState();
-  for (const char* key : {"Cut", "Copy", "Paste"}) EXPECT_FALSE(main.FindButton(key)->enabled) << key;
+  for (const char* key : {"Cut", "Copy", "Paste"})
+    EXPECT_FALSE(main.FindButton(key)->enabled) << key;
   main.Click("mnuNewWorksheet");
   ASSERT_NE(main.ActiveChild(), nullptr);
   for (const char* key : {"Cut", "Copy", "Paste"}) {
@@ -171,7 +172,8 @@ TEST(SheetToolbar, CutCopyPasteFollowASheetInFront) {
     EXPECT_TRUE(main.FindMenu(entry)->enabled) << entry;
   host.Answer(MsgResult::No);
   ASSERT_TRUE(main.CloseChild(main.ActiveChild()->Handle()));
-  for (const char* key : {"Cut", "Copy", "Paste"}) EXPECT_FALSE(main.FindButton(key)->enabled) << key;
+  for (const char* key : {"Cut", "Copy", "Paste"})
+    EXPECT_FALSE(main.FindButton(key)->enabled) << key;
 }
 
 }  // namespace
