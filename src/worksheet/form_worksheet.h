@@ -16,6 +16,8 @@
 
 namespace sv {
 
+struct ImportSettings;
+
 class Form_Worksheet;
 class MDIForm_Main;
 class SheetPlot;
@@ -406,6 +408,9 @@ class Form_Worksheet : public ChildDocument {
   // Import options from and to the ini file, section "Import".
   void GetINI();
   void WriteINI();
+  // The import option fields as one record, and back.
+  ImportSettings ImportOptionsNow() const;
+  void TakeImportOptions(const ImportSettings& s);
   // Closes the sheet's window (through the main window).
   void FileClose();
 
@@ -452,6 +457,7 @@ class Form_Worksheet : public ChildDocument {
   // Plots of a sheet outside a main window, with handles of our own.
   std::vector<std::unique_ptr<SheetPlot>> ownPlots_;
   long ownPlotCounter_ = 0;
+  SheetPlot* AdoptPlot(std::unique_ptr<SheetPlot> plot, const std::string& name);
 };
 
 // Registers the sheet factory and the sheet's menu commands (also declared

@@ -169,7 +169,7 @@ std::vector<std::string> Split(const std::string& text, char sep) {
   }
 }
 
-std::vector<std::string> SplitLines(const std::string& text) {
+std::vector<std::string> SplitLines(const std::string& text, std::vector<size_t>* ends) {
   std::vector<std::string> lines;
   size_t start = 0;
   while (start < text.size()) {
@@ -178,6 +178,7 @@ std::vector<std::string> SplitLines(const std::string& text) {
     size_t end = at;
     if (end > start && text[end - 1] == '\r') --end;
     lines.push_back(text.substr(start, end - start));
+    if (ends) ends->push_back(std::min(at + 1, text.size()));
     start = at + 1;
   }
   return lines;

@@ -77,8 +77,8 @@ std::string DelimitersToTabs(const std::string& line, uint8_t delimiter);
 std::string FixedToTabs(const std::string& line, long width);
 // Pieces split at `sep`; an empty text gives one empty piece.
 std::vector<std::string> Split(const std::string& text, char sep);
-// Lines of a text, without their CR LF or LF.
-std::vector<std::string> SplitLines(const std::string& text);
+// Lines of a text, without their CR LF or LF; `ends` gets the offset after each.
+std::vector<std::string> SplitLines(const std::string& text, std::vector<size_t>* ends = nullptr);
 
 // --- Import preview ----------------------------------------------------------
 

@@ -189,16 +189,7 @@ struct TextLines {
 
 TextLines LinesOf(const std::string& text) {
   TextLines t;
-  size_t start = 0;
-  while (start < text.size()) {
-    size_t at = text.find('\n', start);
-    if (at == std::string::npos) at = text.size();
-    size_t end = at;
-    if (end > start && text[end - 1] == '\r') --end;
-    t.lines.push_back(text.substr(start, end - start));
-    t.ends.push_back(std::min(at + 1, text.size()));
-    start = at + 1;
-  }
+  t.lines = SplitLines(text, &t.ends);
   return t;
 }
 
@@ -763,32 +754,11 @@ void Form_Worksheet::FileImportAscii() {
 
 void Form_Worksheet::FileImportOptions() {
   Form_ImportOptions form;
-  ImportSettings s;
-  s.Structure = int16_t(Structure);
-  s.Delimiter = uint8_t(Delimiter);
-  s.ColWidth = ColWidthText;
-  s.Header = int16_t(Header);
-  s.HeaderLines = int16_t(HeaderLines);
-  s.ImportAs = int16_t(ImportAs);
-  s.UnknownColumns = int16_t(UnknownColumns);
-  s.Columns = int16_t(Columns);
-  s.RenameColumns = int16_t(RenameColumns);
-  s.RenameWorksheet = int16_t(RenameWorksheet);
-  form.Load(s);
+  form.Load(ImportOptionsNow());
   if (!ImportOptionsDialog()) return;
   ImportOptionsDialog()(form);
   if (!form.Accepted()) return;
-  s = form.Settings();
-  Structure = s.Structure;
-  Delimiter = s.Delimiter;
-  ColWidthText = s.ColWidth;
-  Header = s.Header;
-  HeaderLines = s.HeaderLines;
-  ImportAs = s.ImportAs;
-  UnknownColumns = s.UnknownColumns;
-  Columns = s.Columns;
-  RenameColumns = s.RenameColumns;
-  RenameWorksheet = s.RenameWorksheet;
+  TakeImportOptions(form.Settings());
   WriteINI();
   if (form.Tag != "Import") return;
   if (form.ImportFilename.empty()) {
@@ -800,9 +770,22 @@ void Form_Worksheet::FileImportOptions() {
   }
 }
 
-void Form_Worksheet::GetINI() {
-  if (G().IniFile.empty()) return;
-  const ImportSettings s = ReadImportSettings(G().IniFile);
+ImportSettings Form_Worksheet::ImportOptionsNow() const {
+  ImportSettings s;
+  s.Structure = int16_t(Structure);
+  s.Delimiter = uint8_t(Delimiter);
+  s.ColWidth = ColWidthText;
+  s.Header = int16_t(Header);
+  s.HeaderLines = int16_t(HeaderLines);
+  s.ImportAs = int16_t(ImportAs);
+  s.UnknownColumns = int16_t(UnknownColumns);
+  s.Columns = int16_t(Columns);
+  s.RenameColumns = int16_t(RenameColumns);
+  s.RenameWorksheet = int16_t(RenameWorksheet);
+  return s;
+}
+
+void Form_Worksheet::TakeImportOptions(const ImportSettings& s) {
   Structure = s.Structure;
   Delimiter = s.Delimiter;
   ColWidthText = s.ColWidth;
@@ -815,20 +798,14 @@ void Form_Worksheet::GetINI() {
   RenameWorksheet = s.RenameWorksheet;
 }
 
+void Form_Worksheet::GetINI() {
+  if (G().IniFile.empty()) return;
+  TakeImportOptions(ReadImportSettings(G().IniFile));
+}
+
 void Form_Worksheet::WriteINI() {
   if (G().IniFile.empty()) return;
-  ImportSettings s;
-  s.Structure = int16_t(Structure);
-  s.Delimiter = uint8_t(Delimiter);
-  s.ColWidth = ColWidthText;
-  s.Header = int16_t(Header);
-  s.HeaderLines = int16_t(HeaderLines);
-  s.ImportAs = int16_t(ImportAs);
-  s.UnknownColumns = int16_t(UnknownColumns);
-  s.Columns = int16_t(Columns);
-  s.RenameColumns = int16_t(RenameColumns);
-  s.RenameWorksheet = int16_t(RenameWorksheet);
-  WriteImportSettings(s, G().IniFile);
+  WriteImportSettings(ImportOptionsNow(), G().IniFile);
 }
 
 // --- Clipboard ------------------------------------------------------------------------

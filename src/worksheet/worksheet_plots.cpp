@@ -45,41 +45,31 @@ void Sweep(std::vector<std::unique_ptr<SheetPlot>>& own, const std::vector<long>
 }  // namespace
 
 bool Form_Worksheet::NewPlot(SheetPlot*& plot) {
-  plot = nullptr;
-  std::unique_ptr<SheetPlot> p = MakePlot(*this, false);
-  if (!p) return false;
-  p->SetWorksheet(this);
-  p->SetPlotName("Plot" + std::to_string(Plots() + 1));
-  SheetPlot* raw = p.get();
-  if (main_) {
-    if (!main_->AddDocument(std::move(p))) return false;
-  } else {
-    Sweep(ownPlots_, PlotHwnds_);
-    raw->SetHandle(++ownPlotCounter_);
-    ownPlots_.push_back(std::move(p));
-  }
-  PlotHwnds_.push_back(raw->Handle());
-  plot = raw;
-  return true;
+  plot = AdoptPlot(MakePlot(*this, false), "Plot" + std::to_string(Plots() + 1));
+  return plot != nullptr;
 }
 
 bool Form_Worksheet::New3DPlot(SheetPlot*& plot) {
-  plot = nullptr;
-  std::unique_ptr<SheetPlot> p = MakePlot(*this, true);
-  if (!p) return false;
+  plot = AdoptPlot(MakePlot(*this, true), StemOf(Filename_) + "_Plot");
+  return plot != nullptr;
+}
+
+// A new plot joins the sheet: a child window of the main window, or, with
+// none, one of the sheet's own.
+SheetPlot* Form_Worksheet::AdoptPlot(std::unique_ptr<SheetPlot> p, const std::string& name) {
+  if (!p) return nullptr;
   p->SetWorksheet(this);
-  p->SetPlotName(StemOf(Filename_) + "_Plot");
+  p->SetPlotName(name);
   SheetPlot* raw = p.get();
   if (main_) {
-    if (!main_->AddDocument(std::move(p))) return false;
+    if (!main_->AddDocument(std::move(p))) return nullptr;
   } else {
     Sweep(ownPlots_, PlotHwnds_);
     raw->SetHandle(++ownPlotCounter_);
     ownPlots_.push_back(std::move(p));
   }
   PlotHwnds_.push_back(raw->Handle());
-  plot = raw;
-  return true;
+  return raw;
 }
 
 bool Form_Worksheet::AddNewPlot(long layer) { return RunAddPlot(*this, false, layer); }
