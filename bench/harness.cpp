@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <set>
 
 #ifdef SV_HAVE_OPENCV
@@ -53,7 +54,14 @@ class Collector : public benchmark::ConsoleReporter {
 };
 
 void Register(const std::string& label, const std::function<void()>& body) {
-  benchmark::RegisterBenchmark(label.c_str(), [body](benchmark::State& state) {
+  auto warmed = std::make_shared<bool>(false);
+  benchmark::RegisterBenchmark(label.c_str(), [body, warmed](benchmark::State& state) {
+    // One call first, so that what a row makes once (its files, its tables)
+    // is not timed.
+    if (!*warmed) {
+      body();
+      *warmed = true;
+    }
     for (auto _ : state) {
       body();
       benchmark::ClobberMemory();
@@ -115,6 +123,13 @@ void TargetAgainst(const std::string& name, const std::string& baseline, double 
   r.maxToBaseline = maxRatio;
 }
 
+std::vector<std::function<std::string()>>& Notes() {
+  static std::vector<std::function<std::string()>> notes;
+  return notes;
+}
+
+void Note(std::function<std::string()> line) { Notes().push_back(std::move(line)); }
+
 void Use(const void* p) { benchmark::DoNotOptimize(p); }
 
 }  // namespace svbench
@@ -145,10 +160,6 @@ int main(int argc, char** argv) {
     if (r.kernel && r.opencv) Register("cv/" + r.name, r.opencv);
   }
   Data();  // made before any timing
-  // One call of each row first, so that what a row makes once (its files, its
-  // tables) is not timed.
-  for (const Row& r : Rows())
-    if (r.kernel) r.kernel();
 
   Collector collector;
   benchmark::RunSpecifiedBenchmarks(&collector);
@@ -193,6 +204,7 @@ int main(int argc, char** argv) {
     std::printf("%-28s %12.1f %10.2f %10s  %s\n", r.name.c_str(), t->second, toMemcpy, cv,
                 target.c_str());
   }
+  for (const auto& note : Notes()) std::printf("%s\n", note().c_str());
   std::printf("\n%d target(s) missed\n", misses);
   return 0;
 }

@@ -36,6 +36,9 @@ void Target(const std::string& name, double maxToMemcpy, double maxToOpenCV);
 // counterpart timed in the same run, e.g. the C library's read of a file).
 void TargetAgainst(const std::string& name, const std::string& baseline, double maxRatio);
 
+// A line printed under the table (a figure that is not a time).
+void Note(std::function<std::string()> line);
+
 // Keeps the optimiser from dropping a result.
 void Use(const void* p);
 

@@ -1,13 +1,21 @@
 #include "worksheet/worksheet_cells.h"
 
+#include "image/kernel/numbers.h"
+
 #include <algorithm>
+#include <bit>
+#include <cstring>
 #include <new>
 #include <stdexcept>
 
 namespace sv {
 
+static_assert(std::endian::native == std::endian::little, "the sheet file is little-endian");
+
 void Form_Worksheet::Impl::Clear() {
-  std::vector<PackedCell>().swap(cells);
+  // The cell array keeps its memory: a sheet is reset to be filled again.
+  for (PackedCell& p : cells) p = PackedCell();
+  cells.clear();
   std::vector<std::string>().swap(texts);
   std::vector<uint32_t>().swap(freeTexts);
   rows = cols = 0;
@@ -67,7 +75,10 @@ bool Form_Worksheet::Impl::Resize(long newRows, long newCols) {
           else
             Release(p);
         }
-      cells.swap(next);
+      if (cells.capacity() >= n)
+        cells.assign(next.begin(), next.end());  // keeps the memory for a sheet to come
+      else
+        cells.swap(next);
     }
   } catch (const std::bad_alloc&) {
     return false;
@@ -181,6 +192,55 @@ void Form_Worksheet::Impl::EraseRows(long first, long last) {
   cells.erase(cells.begin() + static_cast<ptrdiff_t>(first) * cols,
               cells.begin() + static_cast<ptrdiff_t>(last + 1) * cols);
   rows -= last - first + 1;
+}
+
+void Form_Worksheet::Impl::StoreFileRow(long r, const uint8_t* bytes, long count) {
+  if (r < 0 || r >= rows || count <= 0) return;
+  count = std::min(count, cols - 1);
+  PackedCell* row = &At(r, 1);
+  for (long c = 0; c < count; ++c) {
+    uint32_t bits;
+    std::memcpy(&bits, bytes + size_t(c) * 4, 4);  // the file is little-endian, as we are
+    PackedCell& p = row[c];
+    if (p.kind == CellKind::Text) Release(p);
+    if (SV_IsNAVNBits(bits)) {
+      p = PackedCell();
+    } else {
+      p.v.d = 0.0;
+      std::memcpy(&p.v.f, &bits, 4);
+      p.kind = CellKind::F32;
+    }
+  }
+}
+
+void Form_Worksheet::Impl::LoadFileRow(long r, uint8_t* bytes, long count) const {
+  constexpr uint32_t kGap = 0xFF80FFFFu;
+  for (long c = 0; c < count; ++c) {
+    uint32_t bits = kGap;
+    if (r >= 0 && r < rows && c + 1 < cols) {
+      const PackedCell& p = At(r, c + 1);
+      float v;
+      double d;
+      switch (p.kind) {
+        case CellKind::F32:
+          std::memcpy(&bits, &p.v.f, 4);
+          break;
+        case CellKind::F64:
+          v = float(p.v.d);
+          std::memcpy(&bits, &v, 4);
+          break;
+        case CellKind::Text:
+          if (ParseNumber(texts[p.v.text], d)) {
+            v = float(d);
+            std::memcpy(&bits, &v, 4);
+          }
+          break;
+        default:
+          break;
+      }
+    }
+    std::memcpy(bytes + size_t(c) * 4, &bits, 4);
+  }
 }
 
 }  // namespace sv

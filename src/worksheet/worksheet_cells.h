@@ -54,6 +54,11 @@ struct Form_Worksheet::Impl {
   void MoveInRow(long r, long from, long to);
   // Removes rows first .. last; the rows below move up.
   void EraseRows(long first, long last);
+  // Cells 1 .. count of row r from / to the sheet file's little-endian 32-bit
+  // floats, 4 bytes a cell: the gap pattern is Null both ways, and a cell
+  // that is no number is written as the gap.
+  void StoreFileRow(long r, const uint8_t* bytes, long count);
+  void LoadFileRow(long r, uint8_t* bytes, long count) const;
 
  private:
   void Release(PackedCell& p);

@@ -16,6 +16,7 @@
 #include "core/mdi_main.h"
 #include "image/kernel/numbers.h"
 #include "worksheet/form_worksheet.h"
+#include "worksheet/worksheet_cells.h"
 #include "worksheet/import_options.h"
 #include "worksheet/sheet_formats.h"
 #include "worksheet/sheet_plot.h"
@@ -298,12 +299,10 @@ long Form_Worksheet::SaveWorksheet(const std::string& filename, bool silent) {
     WriteSheetHeader(out, int32_t(rows - 1), int16_t(cols - 1));
     for (long c = 1; c < cols; ++c) WriteColumnRecord(out, Record(c).Label, Record(c).Typ);
     StatusRation ration;
+    std::vector<uint8_t> row(size_t(cols - 1) * 4);
     for (long r = 1; r < rows && out.ok(); ++r) {
-      for (long c = 1; c < cols; ++c) {
-        double v;
-        if (NumberAt(r, c, v)) out.F32(float(v));
-        else out.U32(kGapBits);
-      }
+      impl_->LoadFileRow(r, row.data(), cols - 1);
+      out.Bytes(row.data(), row.size());
       if (ration.Due()) Status(*this, "Save Worksheet...(" + PercentText(r, rows) + "%)");
     }
     out.I32(int32_t(Plots()));
@@ -385,18 +384,7 @@ long Form_Worksheet::OpenWorksheet(const std::string& filename) {
             if (rowBytes) in.Bytes(row.data(), row.size());
             // Rows beyond the cut all go into the last one.
             const long target = std::min(r, last);
-            for (long c = 1; c <= dataCols; ++c) {
-              const uint8_t* p = row.data() + size_t(c - 1) * 4;
-              const uint32_t bits = uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 |
-                                    uint32_t(p[3]) << 24;
-              if (SV_IsNAVNBits(bits)) {
-                TextMatrix(target, c, Cell());
-              } else {
-                float v;
-                std::memcpy(&v, &bits, 4);
-                TextMatrix(target, c, Cell(v));
-              }
-            }
+            impl_->StoreFileRow(target, row.data(), dataCols);
             if (ration.Due())
               Status(*this, "Open Worksheet...(" + PercentText(r, fileRows + 1) + "%)");
           }
