@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "batch_fixture.h"
 #include "cli/batch.h"
@@ -80,6 +81,37 @@ TEST_F(BatchSheetsTest, ConvertMos) {
   EXPECT_EQ(out.str(), Path("m.sht") + ": 3 rows, 3 columns\n");
   ASSERT_EQ(Run({"sheet-info", Path("m.sht")}), 0) << err.str();
   EXPECT_NE(out.str().find("column 1: A [X]\n"), std::string::npos) << out.str();
+}
+
+// The files physicists bring: a tab file under a header line, a comma file
+// with decimal points, a ".MOS" spectrum. Each comes back with its numbers.
+TEST_F(BatchSheetsTest, ConvertsTheUsualTextFiles) {
+  struct Case {
+    const char* file;
+    const char* text;
+    std::vector<std::string> options;
+    const char* exported;
+  };
+  const Case cases[] = {
+      {"tab.dat", "E (eV)\tI\r\n20\t369.5\r\n25\t362.25\r\n", {}, "E (eV)\tI\r\n20\t369.5\r\n25\t362.25\r\n"},
+      {"comma.csv", "10.5,100.25\n11.5,99.75\n", {"--delimiter", ","}, "A\tB\r\n10.5\t100.25\r\n11.5\t99.75\r\n"},
+  };
+  for (const Case& c : cases) {
+    test::WriteFile(Path(c.file), c.text);
+    std::vector<std::string> args = {"sheet-import", Path(c.file), Path("t.sht")};
+    args.insert(args.end(), c.options.begin(), c.options.end());
+    ASSERT_EQ(Run(args), 0) << c.file << err.str();
+    ASSERT_EQ(Run({"sheet-export", Path("t.sht"), Path("t.dat"), "--all"}), 0) << err.str();
+    EXPECT_EQ(test::ReadFile(Path("t.dat")), c.exported) << c.file;
+  }
+
+  // v = (row / (Rows / 2) - 1) * vmax with Rows = 5, so the velocity runs
+  // from about -vmax to about +vmax; column 3 is Imax - I.
+  test::WriteFile(Path("s.mos"), "4 mm/s\r\nrun 7\r\n       10       30       20       40\r\n");
+  ASSERT_EQ(Run({"sheet-convert", Path("s.mos"), Path("s.sht")}), 0) << err.str();
+  ASSERT_EQ(Run({"sheet-export", Path("s.sht"), Path("s.dat"), "--all"}), 0) << err.str();
+  EXPECT_EQ(test::ReadFile(Path("s.dat")),
+            "A\tB\tC1\r\n-2.4\t10\t30\r\n-0.8\t30\t10\r\n0.8\t20\t20\r\n2.4\t40\t0\r\n");
 }
 
 TEST_F(BatchSheetsTest, BadFilesAndOptions) {

@@ -140,11 +140,23 @@ TEST(PlotSheet, PlotsTravelInTheSheetFile) {
     plot->AddCurve();
     plot->CurveXCol(1);
     plot->XLabelText("E (eV)");
+    SheetPlot* second = nullptr;
+    ASSERT_TRUE(sheet.NewPlot(second));
+    auto* other = dynamic_cast<Form_Plot*>(second);
+    sheet.Col(3);
+    other->AddCurve();
+    other->AddCurve();
+    other->TitleText("second");
     ASSERT_EQ(sheet.SaveWorksheet(path), 0);
   }
   Form_Worksheet sheet;
   ASSERT_EQ(sheet.OpenWorksheet(path), 0);
-  ASSERT_EQ(sheet.Plots(), 1);
+  ASSERT_EQ(sheet.Plots(), 2);
+  auto* other = dynamic_cast<Form_Plot*>(sheet.FindPlot(sheet.PlotWindowHwnd(1)));
+  ASSERT_NE(other, nullptr);
+  EXPECT_EQ(other->TitleText(), "second");
+  EXPECT_EQ(other->Curves(), 2);
+  EXPECT_EQ(other->PlotName(), "Plot2");
   auto* plot = dynamic_cast<Form_Plot*>(sheet.FindPlot(sheet.PlotWindowHwnd(0)));
   ASSERT_NE(plot, nullptr);
   ASSERT_EQ(plot->Curves(), 1);
