@@ -7,23 +7,57 @@
 #include <cstring>
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 namespace sv {
 
 static_assert(std::endian::native == std::endian::little, "the sheet file is little-endian");
 
+namespace {
+
+constexpr uint32_t kGap = kGapBits;
+// File rows are moved in tiles of this many rows, so that a tile of a wide
+// sheet stays in the first-level cache while it is spread over the columns.
+constexpr long kTileRows = 64;
+
+// Every not-a-number, the gap among them (the same test as SV_IsNAVNBits).
+inline bool IsNaNBits(uint32_t bits) { return (bits & 0x7FFFFFFFu) > 0x7F800000u; }
+
+inline uint32_t BitsOf(float f) { return std::bit_cast<uint32_t>(f); }
+inline float FloatOf(uint32_t bits) { return std::bit_cast<float>(bits); }
+
+// Grows by half again, but never past what a full column needs.
+template <class V>
+void Reserve(V& v, long n) {
+  const size_t need = static_cast<size_t>(n);
+  if (need <= v.capacity()) return;
+  size_t cap = std::max(need, v.capacity() + v.capacity() / 2);
+  cap = std::min(cap, std::max(need, static_cast<size_t>(kMaxSheetRows)));
+  v.reserve(cap);
+}
+
+}  // namespace
+
 void Form_Worksheet::Impl::Clear() {
-  // The cell array keeps its memory: a sheet is reset to be filled again.
-  for (PackedCell& p : cells) p = PackedCell();
-  cells.clear();
+  // A sheet is reset to be filled again: the compact columns keep their memory.
+  for (Column& col : columns) {
+    col.head = PackedCell();
+    col.bits.clear();
+    if (col.general) {
+      std::vector<PackedCell>().swap(col.cells);
+      col.general = false;
+    }
+  }
   std::vector<std::string>().swap(texts);
   std::vector<uint32_t>().swap(freeTexts);
   rows = cols = 0;
 }
 
 size_t Form_Worksheet::Impl::StorageBytes() const {
-  size_t bytes = cells.capacity() * sizeof(PackedCell) + texts.capacity() * sizeof(std::string) +
+  size_t bytes = columns.capacity() * sizeof(Column) + texts.capacity() * sizeof(std::string) +
                  freeTexts.capacity() * sizeof(uint32_t);
+  for (const Column& col : columns)
+    bytes += col.bits.capacity() * sizeof(uint32_t) + col.cells.capacity() * sizeof(PackedCell);
   for (const std::string& s : texts)
     if (s.capacity() > 15) bytes += s.capacity() + 1;
   return bytes;
@@ -32,7 +66,11 @@ size_t Form_Worksheet::Impl::StorageBytes() const {
 void Form_Worksheet::Impl::Release(PackedCell& p) {
   if (p.kind == CellKind::Text && p.v.text < texts.size()) {
     std::string().swap(texts[p.v.text]);
-    freeTexts.push_back(p.v.text);
+    try {
+      freeTexts.push_back(p.v.text);
+    } catch (const std::bad_alloc&) {
+      // The slot is not used again; its text is gone all the same.
+    }
   }
   p = PackedCell();
 }
@@ -48,42 +86,82 @@ uint32_t Form_Worksheet::Impl::AddText(const std::string& s) {
   return static_cast<uint32_t>(texts.size() - 1);
 }
 
+bool Form_Worksheet::Impl::Promote(Column& col) {
+  if (col.general) return true;
+  try {
+    std::vector<PackedCell> cells;
+    cells.reserve(col.bits.capacity());
+    cells.resize(col.bits.size());
+    for (size_t i = 0; i < col.bits.size(); ++i) {
+      if (col.bits[i] == kGap) continue;
+      cells[i].v.f = FloatOf(col.bits[i]);
+      cells[i].kind = CellKind::F32;
+    }
+    col.cells.swap(cells);
+  } catch (const std::bad_alloc&) {
+    return false;
+  } catch (const std::length_error&) {
+    return false;
+  }
+  decltype(col.bits)().swap(col.bits);
+  col.general = true;
+  return true;
+}
+
+Form_Worksheet::PackedCell* Form_Worksheet::Impl::Packed(long r, long c) {
+  Column& col = columns[static_cast<size_t>(c)];
+  if (r == 0) return &col.head;
+  return col.general ? &col.cells[static_cast<size_t>(r - 1)] : nullptr;
+}
+
+const Form_Worksheet::PackedCell* Form_Worksheet::Impl::Packed(long r, long c) const {
+  const Column& col = columns[static_cast<size_t>(c)];
+  if (r == 0) return &col.head;
+  return col.general ? &col.cells[static_cast<size_t>(r - 1)] : nullptr;
+}
+
 bool Form_Worksheet::Impl::Resize(long newRows, long newCols) {
   if (newRows < 0 || newCols < 0) return false;
-  const size_t n = static_cast<size_t>(newRows) * static_cast<size_t>(newCols);
+  const long body = std::max(0L, newRows - 1), oldBody = std::max(0L, rows - 1);
+  // All memory first, so that a failure leaves the cells as they were.
   try {
-    if (newCols == cols) {
-      // Rows only: the cells stay where they are.
-      for (long r = newRows; r < rows; ++r)
-        for (long c = 0; c < cols; ++c) Release(At(r, c));
-      if (n > cells.capacity()) {
-        // Grow by half again, but never past what a full sheet of this width needs.
-        size_t cap = std::max(n, cells.capacity() + cells.capacity() / 2);
-        cap = std::min(cap, std::max(n, static_cast<size_t>(kMaxSheetRows) * newCols));
-        cells.reserve(cap);
-      }
-      cells.resize(n);
-    } else {
-      // The width changes: the kept cells go into a new array.
-      std::vector<PackedCell> next(n);
-      const long keepRows = std::min(rows, newRows), keepCols = std::min(cols, newCols);
-      for (long r = 0; r < rows; ++r)
-        for (long c = 0; c < cols; ++c) {
-          PackedCell& p = At(r, c);
-          if (r < keepRows && c < keepCols)
-            next[static_cast<size_t>(r) * newCols + c] = p;
-          else
-            Release(p);
-        }
-      if (cells.capacity() >= n)
-        cells.assign(next.begin(), next.end());  // keeps the memory for a sheet to come
+    if (columns.size() < static_cast<size_t>(newCols)) columns.resize(static_cast<size_t>(newCols));
+    for (long c = 0; c < newCols; ++c) {
+      Column& col = columns[static_cast<size_t>(c)];
+      if (col.general)
+        Reserve(col.cells, body);
       else
-        cells.swap(next);
+        Reserve(col.bits, body);
     }
   } catch (const std::bad_alloc&) {
     return false;
   } catch (const std::length_error&) {
     return false;
+  }
+  // Removed columns become spares.
+  for (long c = newCols; c < cols; ++c) {
+    Column& col = columns[static_cast<size_t>(c)];
+    Release(col.head);
+    col.bits.clear();
+    if (col.general) {
+      for (PackedCell& p : col.cells) Release(p);
+      std::vector<PackedCell>().swap(col.cells);
+      col.general = false;
+    }
+  }
+  for (long c = 0; c < newCols; ++c) {
+    Column& col = columns[static_cast<size_t>(c)];
+    if (newRows == 0) Release(col.head);
+    if (col.general) {
+      for (long b = body; b < oldBody; ++b) Release(col.cells[static_cast<size_t>(b)]);
+      col.cells.resize(static_cast<size_t>(body));
+    } else {
+      // A new column comes from the spares with no cells in it.
+      if (fillLater && c > 0)  // the index column is written cell by cell
+        col.bits.resize(static_cast<size_t>(body));
+      else
+        col.bits.resize(static_cast<size_t>(body), kGap);
+    }
   }
   rows = newRows;
   cols = newCols;
@@ -92,44 +170,62 @@ bool Form_Worksheet::Impl::Resize(long newRows, long newCols) {
 
 Cell Form_Worksheet::Impl::Get(long r, long c) const {
   if (!Inside(r, c)) return Cell();
-  const PackedCell& p = At(r, c);
-  switch (p.kind) {
-    case CellKind::F32:
-      return Cell(p.v.f);
-    case CellKind::F64:
-      return Cell(p.v.d);
-    case CellKind::Text:
-      return Cell(texts[p.v.text]);
-    default:
-      return Cell();
+  if (const PackedCell* p = Packed(r, c)) {
+    switch (p->kind) {
+      case CellKind::F32:
+        return Cell(p->v.f);
+      case CellKind::F64:
+        return Cell(p->v.d);
+      case CellKind::Text:
+        return Cell(texts[p->v.text]);
+      default:
+        return Cell();
+    }
   }
+  const uint32_t bits = columns[static_cast<size_t>(c)].bits[static_cast<size_t>(r - 1)];
+  return bits == kGap ? Cell() : Cell(FloatOf(bits));
 }
 
 void Form_Worksheet::Impl::Set(long r, long c, const Cell& value) {
-  if (!Inside(r, c)) return;
-  PackedCell& p = At(r, c);
-  Release(p);
   switch (value.Kind()) {
     case CellKind::F32:
-      p.kind = CellKind::F32;
-      p.v.f = static_cast<float>(value.Value());
+      SetF32(r, c, static_cast<float>(value.Value()));
       break;
     case CellKind::F64:
-      p.kind = CellKind::F64;
-      p.v.d = value.Value();
+      SetF64(r, c, value.Value());
       break;
     case CellKind::Text:
-      p.v.text = AddText(value.RawText());
-      p.kind = CellKind::Text;
+      SetText(r, c, value.RawText());
       break;
     default:
+      SetNull(r, c);
       break;
   }
+}
+
+void Form_Worksheet::Impl::SetText(long r, long c, const std::string& s) {
+  if (!Inside(r, c)) return;
+  if (r > 0 && !Promote(columns[static_cast<size_t>(c)])) return;
+  PackedCell& p = *Packed(r, c);
+  Release(p);
+  const uint32_t slot = AddText(s);
+  p.v.text = slot;
+  p.kind = CellKind::Text;
 }
 
 void Form_Worksheet::Impl::SetF32(long r, long c, float value) {
   if (!Inside(r, c)) return;
-  PackedCell& p = At(r, c);
+  Column& col = columns[static_cast<size_t>(c)];
+  const uint32_t bits = BitsOf(value);
+  if (r > 0 && !col.general) {
+    // A float with the gap's own bits is a number, not a gap.
+    if (bits != kGap) {
+      col.bits[static_cast<size_t>(r - 1)] = bits;
+      return;
+    }
+    if (!Promote(col)) return;
+  }
+  PackedCell& p = *Packed(r, c);
   Release(p);
   p.kind = CellKind::F32;
   p.v.f = value;
@@ -137,24 +233,46 @@ void Form_Worksheet::Impl::SetF32(long r, long c, float value) {
 
 void Form_Worksheet::Impl::SetF64(long r, long c, double value) {
   if (!Inside(r, c)) return;
-  PackedCell& p = At(r, c);
+  if (r > 0 && !Promote(columns[static_cast<size_t>(c)])) return;
+  PackedCell& p = *Packed(r, c);
   Release(p);
   p.kind = CellKind::F64;
   p.v.d = value;
 }
 
+void Form_Worksheet::Impl::SetNull(long r, long c) {
+  if (!Inside(r, c)) return;
+  if (PackedCell* p = Packed(r, c))
+    Release(*p);
+  else
+    columns[static_cast<size_t>(c)].bits[static_cast<size_t>(r - 1)] = kGap;
+}
+
+CellKind Form_Worksheet::Impl::Kind(long r, long c) const {
+  if (!Inside(r, c)) return CellKind::Null;
+  if (const PackedCell* p = Packed(r, c)) return p->kind;
+  return columns[static_cast<size_t>(c)].bits[static_cast<size_t>(r - 1)] == kGap ? CellKind::Null
+                                                                                  : CellKind::F32;
+}
+
 bool Form_Worksheet::Impl::NumberAt(long r, long c, double& value) const {
   if (!Inside(r, c)) return false;
-  const PackedCell& p = At(r, c);
-  switch (p.kind) {
+  const PackedCell* p = Packed(r, c);
+  if (!p) {
+    const uint32_t bits = columns[static_cast<size_t>(c)].bits[static_cast<size_t>(r - 1)];
+    if (bits == kGap) return false;
+    value = FloatOf(bits);
+    return true;
+  }
+  switch (p->kind) {
     case CellKind::F32:
-      value = p.v.f;
+      value = p->v.f;
       return true;
     case CellKind::F64:
-      value = p.v.d;
+      value = p->v.d;
       return true;
     case CellKind::Text:
-      return ParseNumber(texts[p.v.text], value);
+      return ParseNumber(texts[p->v.text], value);
     default:
       return false;
   }
@@ -162,84 +280,202 @@ bool Form_Worksheet::Impl::NumberAt(long r, long c, double& value) const {
 
 void Form_Worksheet::Impl::Copy(long dr, long dc, long sr, long sc) {
   if (!Inside(dr, dc) || !Inside(sr, sc) || (dr == sr && dc == sc)) return;
-  const PackedCell src = At(sr, sc);
-  PackedCell& dst = At(dr, dc);
-  Release(dst);
-  if (src.kind == CellKind::Text) {
-    // The slot may move while the table grows: copy the text out first.
-    std::string text = texts[src.v.text];
-    uint32_t slot = AddText(text);
-    At(dr, dc).kind = CellKind::Text;
-    At(dr, dc).v.text = slot;
-  } else {
-    dst = src;
+  const PackedCell* src = Packed(sr, sc);
+  if (!src) {
+    const uint32_t bits = columns[static_cast<size_t>(sc)].bits[static_cast<size_t>(sr - 1)];
+    if (bits == kGap)
+      SetNull(dr, dc);
+    else
+      SetF32(dr, dc, FloatOf(bits));
+    return;
   }
+  const PackedCell p = *src;
+  switch (p.kind) {
+    case CellKind::F32:
+      SetF32(dr, dc, p.v.f);
+      break;
+    case CellKind::F64:
+      SetF64(dr, dc, p.v.d);
+      break;
+    case CellKind::Text:
+      // The table may move while it grows: the text is copied out first.
+      SetText(dr, dc, std::string(texts[p.v.text]));
+      break;
+    default:
+      SetNull(dr, dc);
+      break;
+  }
+}
+
+void Form_Worksheet::Impl::Swap(long r1, long c1, long r2, long c2) {
+  if (!Inside(r1, c1) || !Inside(r2, c2) || (r1 == r2 && c1 == c2)) return;
+  PackedCell* p1 = Packed(r1, c1);
+  PackedCell* p2 = Packed(r2, c2);
+  if (p1 && p2) {
+    std::swap(*p1, *p2);
+    return;
+  }
+  if (!p1 && !p2) {
+    std::swap(columns[static_cast<size_t>(c1)].bits[static_cast<size_t>(r1 - 1)],
+              columns[static_cast<size_t>(c2)].bits[static_cast<size_t>(r2 - 1)]);
+    return;
+  }
+  // One of each: the compact side takes the other cell as bits when it can.
+  const long rk = p1 ? r2 : r1, ck = p1 ? c2 : c1;
+  PackedCell& p = p1 ? *p1 : *p2;
+  Column& k = columns[static_cast<size_t>(ck)];
+  if (p.kind == CellKind::Null || (p.kind == CellKind::F32 && BitsOf(p.v.f) != kGap)) {
+    uint32_t& kb = k.bits[static_cast<size_t>(rk - 1)];
+    const uint32_t held = kb;
+    kb = p.kind == CellKind::Null ? kGap : BitsOf(p.v.f);
+    p = PackedCell();
+    if (held != kGap) {
+      p.v.f = FloatOf(held);
+      p.kind = CellKind::F32;
+    }
+    return;
+  }
+  // The packed cell is never in k's body, so it stays where it is.
+  if (!Promote(k)) return;
+  std::swap(p, k.cells[static_cast<size_t>(rk - 1)]);
 }
 
 void Form_Worksheet::Impl::MoveInRow(long r, long from, long to) {
   if (!Inside(r, from) || !Inside(r, to) || from == to) return;
-  PackedCell* row = &At(r, 0);
+  // The cell at `from` travels to `to` one neighbour at a time.
   if (from < to)
-    std::rotate(row + from, row + from + 1, row + to + 1);
+    for (long c = from; c < to; ++c) Swap(r, c, r, c + 1);
   else
-    std::rotate(row + to, row + from, row + from + 1);
+    for (long c = from; c > to; --c) Swap(r, c, r, c - 1);
 }
 
 void Form_Worksheet::Impl::EraseRows(long first, long last) {
   if (first < 0 || last < first || last >= rows) return;
-  for (long r = first; r <= last; ++r)
-    for (long c = 0; c < cols; ++c) Release(At(r, c));
-  cells.erase(cells.begin() + static_cast<ptrdiff_t>(first) * cols,
-              cells.begin() + static_cast<ptrdiff_t>(last + 1) * cols);
+  // Body indices lo .. hi go; with row 0 among the erased, the first row
+  // left (body index last) becomes the new row 0.
+  const long lo = std::max(0L, first - 1), hi = last - 1;
+  const bool newHead = first == 0 && last + 1 < rows;
+  for (long c = 0; c < cols; ++c) {
+    Column& col = columns[static_cast<size_t>(c)];
+    if (first == 0) Release(col.head);
+    const long end = newHead ? last + 1 : hi + 1;  // one past the body cells that leave
+    if (col.general) {
+      for (long b = lo; b <= hi; ++b) Release(col.cells[static_cast<size_t>(b)]);
+      if (newHead) col.head = std::exchange(col.cells[static_cast<size_t>(last)], PackedCell());
+      col.cells.erase(col.cells.begin() + lo, col.cells.begin() + end);
+    } else {
+      if (newHead) {
+        const uint32_t bits = col.bits[static_cast<size_t>(last)];
+        if (bits != kGap) {
+          col.head.v.f = FloatOf(bits);
+          col.head.kind = CellKind::F32;
+        }
+      }
+      col.bits.erase(col.bits.begin() + lo, col.bits.begin() + end);
+    }
+  }
   rows -= last - first + 1;
 }
 
-void Form_Worksheet::Impl::StoreFileRow(long r, const uint8_t* bytes, long count) {
-  if (r < 0 || r >= rows || count <= 0) return;
+void Form_Worksheet::Impl::StoreFileRows(long r, long n, const uint8_t* bytes, long count) {
+  if (r < 0 || r >= rows || n <= 0 || count <= 0) return;
+  n = std::min(n, rows - r);
+  const size_t stride = static_cast<size_t>(count) * 4;
   count = std::min(count, cols - 1);
-  PackedCell* row = &At(r, 1);
-  for (long c = 0; c < count; ++c) {
-    uint32_t bits;
-    std::memcpy(&bits, bytes + size_t(c) * 4, 4);  // the file is little-endian, as we are
-    PackedCell& p = row[c];
+  auto store = [this](PackedCell& p, uint32_t bits) {
     if (p.kind == CellKind::Text) Release(p);
-    if (SV_IsNAVNBits(bits)) {
-      p = PackedCell();
-    } else {
-      p.v.d = 0.0;
-      std::memcpy(&p.v.f, &bits, 4);
+    p = PackedCell();
+    if (!IsNaNBits(bits)) {
+      p.v.f = FloatOf(bits);
       p.kind = CellKind::F32;
+    }
+  };
+  if (r == 0) {
+    for (long c = 0; c < count; ++c) {
+      uint32_t bits;
+      std::memcpy(&bits, bytes + static_cast<size_t>(c) * 4, 4);
+      store(columns[static_cast<size_t>(c) + 1].head, bits);
+    }
+    ++r, --n, bytes += stride;
+  }
+  for (long t = 0; t < n; t += kTileRows) {
+    const long m = std::min(kTileRows, n - t);
+    const uint8_t* tile = bytes + static_cast<size_t>(t) * stride;
+    const size_t at = static_cast<size_t>(r + t - 1);
+    for (long c = 0; c < count; ++c) {
+      Column& col = columns[static_cast<size_t>(c) + 1];
+      const uint8_t* src = tile + static_cast<size_t>(c) * 4;
+      if (!col.general) {
+        // The file is little-endian, as we are: a plain store.
+        uint32_t* dst = col.bits.data() + at;
+        for (long i = 0; i < m; ++i) {
+          uint32_t bits;
+          std::memcpy(&bits, src + static_cast<size_t>(i) * stride, 4);
+          dst[i] = IsNaNBits(bits) ? kGap : bits;
+        }
+      } else {
+        PackedCell* dst = col.cells.data() + at;
+        for (long i = 0; i < m; ++i) {
+          uint32_t bits;
+          std::memcpy(&bits, src + static_cast<size_t>(i) * stride, 4);
+          store(dst[i], bits);
+        }
+      }
     }
   }
 }
 
-void Form_Worksheet::Impl::LoadFileRow(long r, uint8_t* bytes, long count) const {
-  constexpr uint32_t kGap = 0xFF80FFFFu;
-  for (long c = 0; c < count; ++c) {
-    uint32_t bits = kGap;
-    if (r >= 0 && r < rows && c + 1 < cols) {
-      const PackedCell& p = At(r, c + 1);
-      float v;
-      double d;
-      switch (p.kind) {
-        case CellKind::F32:
-          std::memcpy(&bits, &p.v.f, 4);
-          break;
-        case CellKind::F64:
-          v = float(p.v.d);
-          std::memcpy(&bits, &v, 4);
-          break;
-        case CellKind::Text:
-          if (ParseNumber(texts[p.v.text], d)) {
-            v = float(d);
-            std::memcpy(&bits, &v, 4);
+void Form_Worksheet::Impl::LoadFileRows(long r, long n, uint8_t* bytes, long count) const {
+  if (n <= 0 || count <= 0) return;
+  const size_t stride = static_cast<size_t>(count) * 4;
+  auto fileBits = [this](const PackedCell& p) {
+    double d;
+    switch (p.kind) {
+      case CellKind::F32:
+        return BitsOf(p.v.f);
+      case CellKind::F64:
+        return BitsOf(float(p.v.d));
+      case CellKind::Text:
+        return ParseNumber(texts[p.v.text], d) ? BitsOf(float(d)) : kGap;
+      default:
+        return kGap;
+    }
+  };
+  for (long t = 0; t < n; t += kTileRows) {
+    const long m = std::min(kTileRows, n - t);
+    uint8_t* tile = bytes + static_cast<size_t>(t) * stride;
+    const long first = r + t;
+    const bool body = first >= 1 && first + m <= rows;
+    for (long c = 0; c < count; ++c) {
+      uint8_t* dst = tile + static_cast<size_t>(c) * 4;
+      const bool held = c + 1 < cols;
+      if (held && body) {
+        const Column& col = columns[static_cast<size_t>(c) + 1];
+        if (!col.general) {
+          const uint32_t* src = col.bits.data() + (first - 1);
+          for (long i = 0; i < m; ++i)
+            std::memcpy(dst + static_cast<size_t>(i) * stride, src + i, 4);
+        } else {
+          const PackedCell* src = col.cells.data() + (first - 1);
+          for (long i = 0; i < m; ++i) {
+            const uint32_t bits =
+                src[i].kind == CellKind::F32 ? BitsOf(src[i].v.f) : fileBits(src[i]);
+            std::memcpy(dst + static_cast<size_t>(i) * stride, &bits, 4);
           }
-          break;
-        default:
-          break;
+        }
+        continue;
+      }
+      for (long i = 0; i < m; ++i) {
+        const long row = first + i;
+        uint32_t bits = kGap;
+        if (held && row >= 0 && row < rows) {
+          const PackedCell* p = Packed(row, c + 1);
+          bits = p ? fileBits(*p)
+                   : columns[static_cast<size_t>(c) + 1].bits[static_cast<size_t>(row - 1)];
+        }
+        std::memcpy(dst + static_cast<size_t>(i) * stride, &bits, 4);
       }
     }
-    std::memcpy(bytes + size_t(c) * 4, &bits, 4);
   }
 }
 

@@ -299,11 +299,16 @@ long Form_Worksheet::SaveWorksheet(const std::string& filename, bool silent) {
     WriteSheetHeader(out, int32_t(rows - 1), int16_t(cols - 1));
     for (long c = 1; c < cols; ++c) WriteColumnRecord(out, Record(c).Label, Record(c).Typ);
     StatusRation ration;
-    std::vector<uint8_t> row(size_t(cols - 1) * 4);
-    for (long r = 1; r < rows && out.ok(); ++r) {
-      impl_->LoadFileRow(r, row.data(), cols - 1);
-      out.Bytes(row.data(), row.size());
-      if (ration.Due()) Status(*this, "Save Worksheet...(" + PercentText(r, rows) + "%)");
+    // About a megabyte of rows at a time.
+    const size_t rowBytes = size_t(cols - 1) * 4;
+    const long chunk = rowBytes ? std::max<long>(1, long((1 << 20) / rowBytes)) : 1;
+    std::vector<uint8_t> block(rowBytes * size_t(std::min(chunk, std::max<long>(1, rows - 1))));
+    for (long r = 1; r < rows && out.ok() && rowBytes; r += chunk) {
+      const long n = std::min(chunk, rows - r);
+      impl_->LoadFileRows(r, n, block.data(), cols - 1);
+      out.Bytes(block.data(), rowBytes * size_t(n));
+      for (long i = r; i < r + n; ++i)
+        if (ration.Due()) Status(*this, "Save Worksheet...(" + PercentText(i, rows) + "%)");
     }
     out.I32(int32_t(Plots()));
     for (long i = 0; i < Plots() && result == 0; ++i) {
@@ -368,25 +373,42 @@ long Form_Worksheet::OpenWorksheet(const std::string& filename) {
         } else {
           Rows(1);
           Cols(dataCols + 1);
-          // Above 65520 rows the sheet is cut (last-error 10015).
+          // Above 65520 rows the sheet is cut (last-error 10015). Every row
+          // added is read below (a short file reads as zeros), so it is not
+          // filled first, nor drawn before it is read.
+          const bool redraw = Redraw_;
+          Redraw_ = false;
+          impl_->fillLater = rowBytes != 0;
           Rows(fileRows + 1);
+          impl_->fillLater = false;
+          Redraw_ = redraw;
           for (long c = 1; c <= dataCols; ++c) {
             ColumnRecord& rec = Record(c);
             ReadColumnRecord(in, rec.Label, rec.Typ);
             rec.Changed = rec.Typ != 0;
             BuildHeader(c);
           }
-          std::vector<uint8_t> row(static_cast<size_t>(rowBytes));
           StatusRation ration;
           const long last = Rows() - 1;
-          const long readRows = rowBytes ? fileRows : std::min(fileRows, last);
-          for (long r = 1; r <= readRows; ++r) {
-            if (rowBytes) in.Bytes(row.data(), row.size());
-            // Rows beyond the cut all go into the last one.
-            const long target = std::min(r, last);
-            impl_->StoreFileRow(target, row.data(), dataCols);
-            if (ration.Due())
-              Status(*this, "Open Worksheet...(" + PercentText(r, fileRows + 1) + "%)");
+          // About a megabyte of rows at a time, straight into the columns.
+          const long chunk = rowBytes ? std::max<long>(1, long((1 << 20) / rowBytes)) : 1;
+          std::vector<uint8_t> block(static_cast<size_t>(rowBytes) *
+                                     size_t(std::min(chunk, std::max<long>(1, fileRows))));
+          for (long r = 1; rowBytes && r <= fileRows; r += chunk) {
+            const long n = std::min(chunk, fileRows - r + 1);
+            in.Bytes(block.data(), static_cast<size_t>(rowBytes) * size_t(n));
+            if (r + n - 1 <= last) {
+              impl_->StoreFileRows(r, n, block.data(), dataCols);
+            } else {
+              // Rows beyond the cut all go into the last one.
+              for (long i = 0; i < n; ++i)
+                impl_->StoreFileRow(std::min(r + i, last),
+                                    block.data() + static_cast<size_t>(rowBytes) * size_t(i),
+                                    dataCols);
+            }
+            for (long i = r; i < r + n; ++i)
+              if (ration.Due())
+                Status(*this, "Open Worksheet...(" + PercentText(i, fileRows + 1) + "%)");
           }
           if (fileRows < claimed) {
             // The file ends inside its cells.
