@@ -84,13 +84,19 @@ SVBENCH_ROWS(SheetRows) {
   });
   svbench::TargetAgainst("SaveWorksheet (65520 x 100)", "plain write (26 MB file)", 2.0);
   svbench::TargetAgainst("OpenWorksheet (65520 x 100)", "plain read (26 MB file)", 2.0);
-  svbench::Note([] {
-    const sv::Form_Worksheet& s = Full();
-    char line[160];
+  auto memory = [](const char* what, const sv::Form_Worksheet& s) {
+    char line[200];
     std::snprintf(line, sizeof line,
-                  "worksheet memory: %.1f bytes per cell (%ld x %ld cells, %.1f MB)",
+                  "worksheet memory, %s: %.1f bytes per cell (%ld x %ld cells, %.1f MB)", what,
                   double(s.CellStorageBytes()) / (double(s.Rows()) * double(s.Cols())), s.Rows(),
                   s.Cols(), double(s.CellStorageBytes()) / 1048576.0);
     return std::string(line);
+  };
+  svbench::Note([memory] { return memory("appended as doubles", Full()); });
+  svbench::Note([memory] {
+    sv::Form_Worksheet opened;
+    Full();
+    opened.OpenWorksheet(Temp("full.sht"));
+    return memory("opened from its file", opened);
   });
 }
