@@ -37,6 +37,12 @@ bool BinaryOut::Close() {
 
 void BinaryOut::Bytes(const void* data, size_t count) {
   if (!ok_ || count == 0) return;
+  if (count >= kFlushAt) {
+    // A large block goes out from where it lies.
+    Flush();
+    if (ok_ && std::fwrite(data, 1, count, f_) != count) ok_ = false;
+    return;
+  }
   buffer_.append(static_cast<const char*>(data), count);
   if (buffer_.size() >= kFlushAt) Flush();
 }

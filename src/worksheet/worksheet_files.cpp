@@ -299,9 +299,9 @@ long Form_Worksheet::SaveWorksheet(const std::string& filename, bool silent) {
     WriteSheetHeader(out, int32_t(rows - 1), int16_t(cols - 1));
     for (long c = 1; c < cols; ++c) WriteColumnRecord(out, Record(c).Label, Record(c).Typ);
     StatusRation ration;
-    // About a megabyte of rows at a time.
+    // About 256 KB of rows at a time, each block written from where it lies.
     const size_t rowBytes = size_t(cols - 1) * 4;
-    const long chunk = rowBytes ? std::max<long>(1, long((1 << 20) / rowBytes)) : 1;
+    const long chunk = rowBytes ? std::max<long>(1, long((256 << 10) / rowBytes)) : 1;
     std::vector<uint8_t> block(rowBytes * size_t(std::min(chunk, std::max<long>(1, rows - 1))));
     for (long r = 1; r < rows && out.ok() && rowBytes; r += chunk) {
       const long n = std::min(chunk, rows - r);
@@ -390,8 +390,9 @@ long Form_Worksheet::OpenWorksheet(const std::string& filename) {
           }
           StatusRation ration;
           const long last = Rows() - 1;
-          // About a megabyte of rows at a time, straight into the columns.
-          const long chunk = rowBytes ? std::max<long>(1, long((1 << 20) / rowBytes)) : 1;
+          // About 64 KB of rows at a time, straight into the columns: a block
+          // that small comes from the heap again and again, never fresh pages.
+          const long chunk = rowBytes ? std::max<long>(1, long((64 << 10) / rowBytes)) : 1;
           std::vector<uint8_t> block(static_cast<size_t>(rowBytes) *
                                      size_t(std::min(chunk, std::max<long>(1, fileRows))));
           for (long r = 1; rowBytes && r <= fileRows; r += chunk) {
