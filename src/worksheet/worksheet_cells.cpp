@@ -1,5 +1,6 @@
 #include "worksheet/worksheet_cells.h"
 
+#include "image/kernel/cpu_paths.h"
 #include "image/kernel/numbers.h"
 
 #include <algorithm>
@@ -24,6 +25,78 @@ constexpr long kTileRows = 64;
 inline bool IsNaNBits(uint32_t bits) { return (bits & 0x7FFFFFFFu) > 0x7F800000u; }
 
 inline uint32_t BitsOf(float f) { return std::bit_cast<uint32_t>(f); }
+
+// Eight file rows of eight cells (`rows`, `stride` bytes apart) go into eight
+// columns (`cols[k]`, eight words each), every NaN as the gap; and back.
+void RowsToColumnsPlain(const uint8_t* rows, size_t stride, uint32_t* const cols[8]) {
+  for (int i = 0; i < 8; ++i)
+    for (int k = 0; k < 8; ++k) {
+      uint32_t bits;
+      std::memcpy(&bits, rows + i * stride + size_t(k) * 4, 4);
+      cols[k][i] = (bits & 0x7FFFFFFFu) > 0x7F800000u ? kGapBits : bits;
+    }
+}
+
+void ColumnsToRowsPlain(const uint32_t* const cols[8], uint8_t* rows, size_t stride) {
+  for (int i = 0; i < 8; ++i)
+    for (int k = 0; k < 8; ++k) std::memcpy(rows + i * stride + size_t(k) * 4, &cols[k][i], 4);
+}
+
+#ifdef SV_X86
+SV_AVX2 SV_INLINE void Transpose8(__m256i r[8]) {
+  const __m256i t0 = _mm256_unpacklo_epi32(r[0], r[1]), t1 = _mm256_unpackhi_epi32(r[0], r[1]);
+  const __m256i t2 = _mm256_unpacklo_epi32(r[2], r[3]), t3 = _mm256_unpackhi_epi32(r[2], r[3]);
+  const __m256i t4 = _mm256_unpacklo_epi32(r[4], r[5]), t5 = _mm256_unpackhi_epi32(r[4], r[5]);
+  const __m256i t6 = _mm256_unpacklo_epi32(r[6], r[7]), t7 = _mm256_unpackhi_epi32(r[6], r[7]);
+  const __m256i u0 = _mm256_unpacklo_epi64(t0, t2), u1 = _mm256_unpackhi_epi64(t0, t2);
+  const __m256i u2 = _mm256_unpacklo_epi64(t1, t3), u3 = _mm256_unpackhi_epi64(t1, t3);
+  const __m256i u4 = _mm256_unpacklo_epi64(t4, t6), u5 = _mm256_unpackhi_epi64(t4, t6);
+  const __m256i u6 = _mm256_unpacklo_epi64(t5, t7), u7 = _mm256_unpackhi_epi64(t5, t7);
+  r[0] = _mm256_permute2x128_si256(u0, u4, 0x20);
+  r[1] = _mm256_permute2x128_si256(u1, u5, 0x20);
+  r[2] = _mm256_permute2x128_si256(u2, u6, 0x20);
+  r[3] = _mm256_permute2x128_si256(u3, u7, 0x20);
+  r[4] = _mm256_permute2x128_si256(u0, u4, 0x31);
+  r[5] = _mm256_permute2x128_si256(u1, u5, 0x31);
+  r[6] = _mm256_permute2x128_si256(u2, u6, 0x31);
+  r[7] = _mm256_permute2x128_si256(u3, u7, 0x31);
+}
+
+SV_AVX2 void RowsToColumnsAvx2(const uint8_t* rows, size_t stride, uint32_t* const cols[8]) {
+  __m256i r[8];
+  for (int i = 0; i < 8; ++i)
+    r[i] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(rows + i * stride));
+  Transpose8(r);
+  const __m256i magnitude = _mm256_set1_epi32(0x7FFFFFFF), inf = _mm256_set1_epi32(0x7F800000);
+  const __m256i gap = _mm256_set1_epi32(int32_t(kGapBits));
+  for (int k = 0; k < 8; ++k) {
+    const __m256i nan = _mm256_cmpgt_epi32(_mm256_and_si256(r[k], magnitude), inf);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(cols[k]), _mm256_blendv_epi8(r[k], gap, nan));
+  }
+}
+
+SV_AVX2 void ColumnsToRowsAvx2(const uint32_t* const cols[8], uint8_t* rows, size_t stride) {
+  __m256i r[8];
+  for (int k = 0; k < 8; ++k) r[k] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(cols[k]));
+  Transpose8(r);
+  for (int i = 0; i < 8; ++i)
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(rows + i * stride), r[i]);
+}
+#endif
+
+void RowsToColumns(const uint8_t* rows, size_t stride, uint32_t* const cols[8]) {
+#ifdef SV_X86
+  if (cpu::HaveAvx2()) return RowsToColumnsAvx2(rows, stride, cols);
+#endif
+  RowsToColumnsPlain(rows, stride, cols);
+}
+
+void ColumnsToRows(const uint32_t* const cols[8], uint8_t* rows, size_t stride) {
+#ifdef SV_X86
+  if (cpu::HaveAvx2()) return ColumnsToRowsAvx2(cols, rows, stride);
+#endif
+  ColumnsToRowsPlain(cols, rows, stride);
+}
 inline float FloatOf(uint32_t bits) { return std::bit_cast<float>(bits); }
 
 // Grows by half again, but never past what a full column needs.
@@ -44,7 +117,7 @@ void Form_Worksheet::Impl::Clear() {
     col.head = PackedCell();
     col.bits.clear();
     if (col.general) {
-      std::vector<PackedCell>().swap(col.cells);
+      col.cells.clear();  // the texts go below, all at once
       col.general = false;
     }
   }
@@ -89,15 +162,15 @@ uint32_t Form_Worksheet::Impl::AddText(const std::string& s) {
 bool Form_Worksheet::Impl::Promote(Column& col) {
   if (col.general) return true;
   try {
-    std::vector<PackedCell> cells;
-    cells.reserve(col.bits.capacity());
-    cells.resize(col.bits.size());
+    // The cells' memory of an earlier life of the column is used again.
+    col.cells.clear();
+    col.cells.reserve(std::max(col.cells.capacity(), col.bits.capacity()));
+    col.cells.resize(col.bits.size());
     for (size_t i = 0; i < col.bits.size(); ++i) {
       if (col.bits[i] == kGap) continue;
-      cells[i].v.f = FloatOf(col.bits[i]);
-      cells[i].kind = CellKind::F32;
+      col.cells[i].v.f = FloatOf(col.bits[i]);
+      col.cells[i].kind = CellKind::F32;
     }
-    col.cells.swap(cells);
   } catch (const std::bad_alloc&) {
     return false;
   } catch (const std::length_error&) {
@@ -403,6 +476,23 @@ void Form_Worksheet::Impl::StoreFileRows(long r, long n, const uint8_t* bytes, l
     const uint8_t* tile = bytes + static_cast<size_t>(t) * stride;
     const size_t at = static_cast<size_t>(r + t - 1);
     for (long c = 0; c < count; ++c) {
+      if (c + 8 <= count && CompactRun(c + 1)) {
+        // Eight float columns at once, eight rows at a time.
+        uint32_t* to[8];
+        const long m8 = m & ~7L;
+        for (long i = 0; i < m8; i += 8) {
+          for (int k = 0; k < 8; ++k) to[k] = columns[size_t(c + 1 + k)].bits.data() + at + i;
+          RowsToColumns(tile + static_cast<size_t>(i) * stride + size_t(c) * 4, stride, to);
+        }
+        for (long i = m8; i < m; ++i)
+          for (int k = 0; k < 8; ++k) {
+            uint32_t bits;
+            std::memcpy(&bits, tile + static_cast<size_t>(i) * stride + size_t(c + k) * 4, 4);
+            columns[size_t(c + 1 + k)].bits[at + size_t(i)] = IsNaNBits(bits) ? kGap : bits;
+          }
+        c += 7;
+        continue;
+      }
       Column& col = columns[static_cast<size_t>(c) + 1];
       const uint8_t* src = tile + static_cast<size_t>(c) * 4;
       if (!col.general) {
@@ -449,6 +539,21 @@ void Form_Worksheet::Impl::LoadFileRows(long r, long n, uint8_t* bytes, long cou
     for (long c = 0; c < count; ++c) {
       uint8_t* dst = tile + static_cast<size_t>(c) * 4;
       const bool held = c + 1 < cols;
+      if (body && c + 8 <= count && c + 8 < cols && CompactRun(c + 1)) {
+        // Eight float columns at once, eight rows at a time.
+        const uint32_t* from[8];
+        const long m8 = m & ~7L;
+        for (long i = 0; i < m8; i += 8) {
+          for (int k = 0; k < 8; ++k) from[k] = columns[size_t(c + 1 + k)].bits.data() + (first - 1) + i;
+          ColumnsToRows(from, dst + static_cast<size_t>(i) * stride, stride);
+        }
+        for (long i = m8; i < m; ++i)
+          for (int k = 0; k < 8; ++k)
+            std::memcpy(dst + static_cast<size_t>(i) * stride + size_t(k) * 4,
+                        &columns[size_t(c + 1 + k)].bits[size_t(first - 1 + i)], 4);
+        c += 7;
+        continue;
+      }
       if (held && body) {
         const Column& col = columns[static_cast<size_t>(c) + 1];
         if (!col.general) {

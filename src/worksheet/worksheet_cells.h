@@ -104,6 +104,12 @@ struct Form_Worksheet::Impl {
   bool Promote(Column& col);
   // The 16-byte cell at (r, c) when it has one (row 0 or a general body),
   // else null; Inside is the caller's.
+  // Columns c .. c + 7 all hold plain floats.
+  bool CompactRun(long c) const {
+    for (long k = c; k < c + 8; ++k)
+      if (columns[static_cast<size_t>(k)].general) return false;
+    return true;
+  }
   PackedCell* Packed(long r, long c);
   const PackedCell* Packed(long r, long c) const;
   void Release(PackedCell& p);

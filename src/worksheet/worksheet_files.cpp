@@ -390,9 +390,10 @@ long Form_Worksheet::OpenWorksheet(const std::string& filename) {
           }
           StatusRation ration;
           const long last = Rows() - 1;
-          // About 64 KB of rows at a time, straight into the columns: a block
-          // that small comes from the heap again and again, never fresh pages.
-          const long chunk = rowBytes ? std::max<long>(1, long((64 << 10) / rowBytes)) : 1;
+          // About 120 KB of rows at a time, straight into the columns: a block
+          // below the allocator's own-mapping size comes from the heap again
+          // and again, never as fresh pages.
+          const long chunk = rowBytes ? std::max<long>(1, long((120 << 10) / rowBytes)) : 1;
           std::vector<uint8_t> block(static_cast<size_t>(rowBytes) *
                                      size_t(std::min(chunk, std::max<long>(1, fileRows))));
           for (long r = 1; rowBytes && r <= fileRows; r += chunk) {
