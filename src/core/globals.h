@@ -68,6 +68,9 @@ struct Globals {
   // Section "Options".
   int ShowExitDialog = 1, StartOverlay = 1, ShowToolbar = -1, ShowStatusbar = -1;
   int OsziBackColor = 0xFFFFFF;
+  // The extended window shapes (Rectangle, Quadrat, Ellipse, Circle): off,
+  // every window is a rectangle and its "Shape" key is neither read nor written.
+  int ExtendedShapes = 0;
   // Sections "Tarvos", "Trigger", "Histogram", "LineSetupDlg", "eGun", "Script".
   bool TarvosEnabled = false;  // the Tarvos data link is built and on: "DataLinkMode" is kept
   int DataLinkMode = 0;

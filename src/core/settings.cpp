@@ -163,6 +163,7 @@ void ReadGeneralSettings(const Profile& ini) {
   g.ShowToolbar = ini.GetInt("Options", "ShowToolbar", -1);
   g.ShowStatusbar = ini.GetInt("Options", "ShowStatusbar", -1);
   g.OsziBackColor = ini.GetInt("Options", "OsziBackColor", 0xFFFFFF);
+  g.ExtendedShapes = ini.GetInt("Options", "ExtendedShapes", 0);
 
   if (g.TarvosEnabled) g.DataLinkMode = ini.GetInt("Tarvos", "DataLinkMode", 0);
   g.TriggerMode = ini.GetInt("Trigger", "Mode", 0);
@@ -223,6 +224,7 @@ void WriteGeneralSettings(Profile& ini) {
   ini.SetInt("Options", "ShowToolbar", g.ShowToolbar);
   ini.SetInt("Options", "ShowStatusbar", g.ShowStatusbar);
   ini.SetInt("Options", "OsziBackColor", g.OsziBackColor);
+  ini.SetInt("Options", "ExtendedShapes", g.ExtendedShapes);
 
   if (g.TarvosEnabled) ini.SetInt("Tarvos", "DataLinkMode", g.DataLinkMode);
   ini.SetInt("Trigger", "Mode", g.TriggerMode);
@@ -379,6 +381,7 @@ std::vector<std::string> DescribeSettings() {
   num("Options", "ShowToolbar", g.ShowToolbar);
   num("Options", "ShowStatusbar", g.ShowStatusbar);
   num("Options", "OsziBackColor", g.OsziBackColor);
+  num("Options", "ExtendedShapes", g.ExtendedShapes);
   num("Tarvos", "DataLinkMode", g.DataLinkMode);
   num("Trigger", "Mode", g.TriggerMode);
   num("Trigger", "Source", g.TriggerSource);
