@@ -240,6 +240,7 @@ long Grab(Form_Camera& image) {
   }
   // 9. (No histogram window exists yet for step 10.)
   Redisplay(image);
+  if (g_live.NewImage) g_live.NewImage(image);
   return result;
 }
 
@@ -349,7 +350,9 @@ bool Average(Form_Camera& image, long n) {
   show(-1);
   if (main) main->ShowStatus("");
   Redisplay(image);
-  return g_live.AverageDone == n;
+  const bool complete = g_live.AverageDone == n;
+  if (complete && g_live.NewImage) g_live.NewImage(image);
+  return complete;
 }
 
 // --- Background ----------------------------------------------------------------------

@@ -37,6 +37,9 @@ struct LiveGlobals {
   // empty: the 16-bit TIFF writer and the TIFF reader.
   std::function<bool(Form_Camera&, const std::string& path)> SaveBackground;
   std::function<bool(Form_Camera&, const std::string& path)> LoadBackground;
+  // Told after every frame Grab brought and after every finished Average:
+  // the window tool's automatic scan listens here. Empty: nobody.
+  std::function<void(Form_Camera&)> NewImage;
 };
 LiveGlobals& LV();
 void ResetLiveGlobals();

@@ -68,6 +68,8 @@ class Form_WindowSetup {
     virtual void ShowResult(const Form_WindowSetup&) {}
     // The line of Repeat mode: image pixels of both ends, zoom applied by the
     // painter; labels beside the lower, further-right end. Empty labels: none.
+    // All four ends -1: no line. The line and its labels are on the image's
+    // overlay too, so a view that paints the overlay need not draw them.
     virtual void RepeatLine(long /*x1*/, long /*y1*/, long /*x2*/, long /*y2*/,
                             const std::string& /*label1*/, const std::string& /*label2*/) {}
   };
@@ -80,8 +82,11 @@ class Form_WindowSetup {
   void SetView(View* view) { view_ = view; }
 
   // Opens the tool on an image: sets the image's mode to 8, loads the tab of
-  // CurrentWindow (window 1 when none), draws the windows. Unload puts the
-  // mode back to 0.
+  // CurrentWindow (window 1 when none), draws the windows. The dialog shows
+  // itself on the View::Changed that follows, with Visible() true; Unload
+  // sends one with Visible() false, puts the mode back to 0 and takes the
+  // windows off the overlay. An image of nullptr opens the tool on nothing:
+  // a scan then says there is no image.
   void Load(Form_Camera* image);
   void Unload();
   bool Visible() const { return visible_; }
@@ -163,8 +168,23 @@ class Form_WindowSetup {
   const std::string& Report() const { return report_; }
 
  private:
+  friend float PresentEnergy();
   void Changed();
-  // ... the implementation adds what it needs here.
+  // The image the tool works on; nullptr when none, or when it was closed.
+  Form_Camera* Image() const;
+  ScanWindow& Current();
+  // Enable and visibility states from the record and the image.
+  void UpdateControls();
+  // Stores a place or a size the way the fields do, and shows it.
+  void StoreX1(long v);
+  void StoreY1(long v);
+  void StoreW(long v);
+  void StoreH(long v);
+  void Redraw();
+  void ShowWindowStatus(long x, long y);
+  long imageHandle_ = 0;
+  bool scanning_ = false;
+  int statusWindow_ = -1;  // the window last named in the status line
   View nullView_;
   View* view_ = &nullView_;
   bool visible_ = false;
@@ -173,6 +193,10 @@ class Form_WindowSetup {
     bool active = false;
     bool moving = false;  // dragging an existing window, else drawing a new one
     long x0 = 0, y0 = 0, startX1 = 0, startY1 = 0;
+    // The current window before a new rectangle, back when nothing was drawn.
+    int32_t oldX1 = 0, oldY1 = 0, oldW = 0, oldH = 0;
+    float oldW0 = 0, oldH0 = 0;
+    int32_t oldCenterX = 0, oldCenterY = 0;
   } drag_;
 };
 Form_WindowSetup& WindowSetupForm();
@@ -220,6 +244,8 @@ class Form_MoveWindow {
   bool Visible() const { return visible_; }
 
  private:
+  Form_Camera* Image() const;
+  long imageHandle_ = 0;
   View nullView_;
   View* view_ = &nullView_;
   bool visible_ = false;
