@@ -147,6 +147,7 @@ bool WindowBufferAlloc(ScanWindow& window, bool colour, bool fromHome) {
     window.CurX2 = ToInt32((long long)window.X1 + window.W - 1);
     window.CurY2 = ToInt32((long long)window.Y1 + window.H - 1);
   }
+  if (window.W < 1 || window.H < 1) return false;
   const WindowRect rect = WindowCurrentRect(window);
   const long long sums = (long long)rect.Width() * rect.Height() * (colour ? 3 : 1);
   // BufferBytes is a 32-bit count: nothing larger is asked for.

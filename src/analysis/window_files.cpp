@@ -22,7 +22,7 @@ std::string SectionOf(int n) { return kSection + std::to_string(n + 1); }
 
 // A single as the profile reader of the original took it: the leading number
 // of the text (blanks, sign, digits, a point, digits, an exponent), 0 when
-// there is none or it lies beyond the range of a single. A decimal comma
+// there is none or it lies beyond the range of a single, either way. A decimal comma
 // counts as a point.
 float ProfileTextToSingle(std::string text) {
   if (text.size() > kProfileValueMax) text.resize(kProfileValueMax);
@@ -50,15 +50,11 @@ float ProfileTextToSingle(std::string text) {
   }
   std::string number = text.substr(start, end - start);
   if (number[0] == '+') number.erase(0, 1);
-  double v = 0;
+  // Straight to a single: rounding through a double could miss by one.
+  float v = 0;
   auto [ptr, ec] = std::from_chars(number.data(), number.data() + number.size(), v);
-  if (ec == std::errc::result_out_of_range) {
-    // Far below the smallest single reads as 0, far above as nothing.
-    return 0;
-  }
-  if (ec != std::errc() || !std::isfinite(v) || std::fabs(v) > std::numeric_limits<float>::max())
-    return 0;
-  return float(v);
+  if (ec != std::errc() || !std::isfinite(v)) return 0;
+  return v;
 }
 
 float GetSingle(const Profile& ini, const std::string& section, const std::string& key,
