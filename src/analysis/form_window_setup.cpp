@@ -236,7 +236,15 @@ void Form_WindowSetup::UpdateControls() {
 }
 
 void Form_WindowSetup::Redraw() {
-  if (Form_Camera* image = Image()) Overlay_WindowSetup(*image);
+  Form_Camera* image = Image();
+  if (!image) return;
+  Overlay_WindowSetup(*image);
+  // The peak line of the current window goes with it.
+  RepeatLineGeometry line;
+  if (RepeatLineEnds(Current(), *image, line)) {
+    AddRepeatLine(*image, line, Current().RGBColor);
+    image->DrawCameraImage();
+  }
 }
 
 void Form_WindowSetup::StoreX1(long v) {
@@ -605,6 +613,11 @@ void Form_WindowSetup::Command_Scan() {
   if (ok) {
     bool moved = false;
     report_ = WindowReport(w, *image, moved);
+    RepeatLineGeometry line;
+    if (RepeatLineEnds(w, *image, line)) {
+      AddRepeatLine(*image, line, w.RGBColor);
+      image->DrawCameraImage();
+    }
     WindowScanResultForm().Show(report_, image);
     view_->ShowResult(*this);
   }
@@ -674,18 +687,13 @@ void Form_WindowSetup::DrawRepeatLine(int index) {
     view_->RepeatLine(-1, -1, -1, -1, "", "");
     return;
   }
-  // A later Command_AddSum takes the line's end as the peak position.
-  WG().Result.X.max = int32_t(line.x1);
-  WG().Result.Y.max = int32_t(line.y1);
+  // Both ends pass through the shared result, the latest energy's last: a
+  // later Command_AddSum takes it as the peak position.
   WG().Result.X.max = int32_t(line.x2);
   WG().Result.Y.max = int32_t(line.y2);
   Overlay_WindowSetup(*image);
-  if (index != Tab) {
-    // The current window's line is drawn with the windows; another's here.
-    const int32_t colour = WG().ScanWindows[size_t(index)].RGBColor;
-    AddRepeatLine(*image, line, colour);
-    image->DrawCameraImage();
-  }
+  AddRepeatLine(*image, line, WG().ScanWindows[size_t(index)].RGBColor);
+  image->DrawCameraImage();
   view_->RepeatLine(line.x1, line.y1, line.x2, line.y2, line.label1, line.label2);
 }
 

@@ -39,13 +39,6 @@ void Overlay_WindowSetup(Form_Camera& image) {
       overlay.AddGriffLine(x2, y1, x1, y2);
     }
   }
-  // The peak line of the current window while the tool shows it.
-  const Form_WindowSetup& form = WindowSetupForm();
-  if (form.Visible() && form.ImageForm == &image && current >= 0 && current < kWindowCount) {
-    const ScanWindow& w = WG().ScanWindows[size_t(current)];
-    RepeatLineGeometry line;
-    if (RepeatLineEnds(w, image, line)) AddRepeatLine(image, line, w.RGBColor);
-  }
   image.DrawCameraImage();
 }
 

@@ -9,6 +9,7 @@
 #include "acquisition/live.h"
 #include "cli/batch_host.h"
 #include "cli/batch_images.h"
+#include "cli/batch_scan.h"
 #include "cli/batch_sheets.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
@@ -227,7 +228,7 @@ std::string Usage() {
          "              electron energy, minus the background image if asked, saved\n"
          "              with filter N (1 to 12; default from the file's extension)\n"
          "  help        this text\n" +
-         ImageUsage() + SheetUsage();
+         ImageUsage() + SheetUsage() + ScanUsage();
 }
 
 int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -245,6 +246,7 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "image-info") return ImageInfo(args, out, err);
   if (cmd == "image-convert") return ImageConvert(args, out, err);
   if (cmd == "grab") return GrabCommand(args, out, err);
+  if (cmd == "scan") return ScanCommand(args, out, err);
   if (cmd == "sheet-info") return SheetInfo(args, out, err);
   if (cmd == "sheet-export") return SheetExport(args, out, err);
   if (cmd == "sheet-import") return SheetImport(args, out, err);
