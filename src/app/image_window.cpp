@@ -12,6 +12,7 @@
 #include <QTimer>
 #include <QWheelEvent>
 
+#include "analysis/form_window_setup.h"
 #include "app/qt_overlay_painter.h"
 #include "core/globals.h"
 
@@ -96,6 +97,18 @@ void PictureWidget::resizeEvent(QResizeEvent*) { owner_.PictureResized(); }
 void PictureWidget::mouseMoveEvent(QMouseEvent* e) {
   const QPoint pos = e->position().toPoint();
   owner_.MouseMoved(pos.x(), pos.y());
+}
+
+void PictureWidget::mousePressEvent(QMouseEvent* e) {
+  if (e->button() != Qt::LeftButton) return;
+  const QPoint pos = e->position().toPoint();
+  owner_.MousePressed(pos.x(), pos.y());
+}
+
+void PictureWidget::mouseReleaseEvent(QMouseEvent* e) {
+  if (e->button() != Qt::LeftButton) return;
+  const QPoint pos = e->position().toPoint();
+  owner_.MouseReleased(pos.x(), pos.y());
 }
 
 void PictureWidget::wheelEvent(QWheelEvent* e) {
@@ -196,8 +209,47 @@ void ImageWindow::PictureResized() {
   picture_->update();
 }
 
+namespace {
+
+// The image pixel under a picture point, held inside the image.
+bool ToolPoint(const Form_Camera& form, int x, int y, long& ix, long& iy) {
+  const bool inside = form.ScreenToImage(x, y, ix, iy);
+  ix = std::clamp(ix, 0L, std::max(0L, form.ImageWidth() - 1));
+  iy = std::clamp(iy, 0L, std::max(0L, form.ImageHeight() - 1));
+  return inside;
+}
+
+bool ForWindowTool(const Form_Camera* form) {
+  return form && form->mode() == kWindowSetupMode && WindowSetupForm().ImageForm == form;
+}
+
+}  // namespace
+
 void ImageWindow::MouseMoved(int x, int y) {
-  if (form_) form_->PointScan(x, y);
+  if (!form_) return;
+  form_->PointScan(x, y);
+  if (ForWindowTool(form_)) {
+    long ix = 0, iy = 0;
+    const bool inside = ToolPoint(*form_, x, y, ix, iy);
+    if (inside || toolDrag_) WindowSetupForm().Picture_MouseMove(ix, iy, toolDrag_);
+  }
+}
+
+void ImageWindow::MousePressed(int x, int y) {
+  if (!ForWindowTool(form_)) return;
+  long ix = 0, iy = 0;
+  if (!ToolPoint(*form_, x, y, ix, iy)) return;
+  toolDrag_ = true;
+  WindowSetupForm().Picture_MouseDown(ix, iy);
+}
+
+void ImageWindow::MouseReleased(int x, int y) {
+  if (!toolDrag_) return;
+  toolDrag_ = false;
+  if (!ForWindowTool(form_)) return;
+  long ix = 0, iy = 0;
+  ToolPoint(*form_, x, y, ix, iy);
+  WindowSetupForm().Picture_MouseUp(ix, iy);
 }
 
 void ImageWindow::WheelZoom(int steps) {

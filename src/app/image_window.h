@@ -28,6 +28,8 @@ class PictureWidget : public QWidget {
   void paintEvent(QPaintEvent*) override;
   void resizeEvent(QResizeEvent*) override;
   void mouseMoveEvent(QMouseEvent*) override;
+  void mousePressEvent(QMouseEvent*) override;
+  void mouseReleaseEvent(QMouseEvent*) override;
   void wheelEvent(QWheelEvent*) override;
 
  private:
@@ -77,6 +79,10 @@ class ImageWindow : public QWidget, public CameraView {
   void PaintPicture(QPainter& painter);
   void PictureResized();
   void MouseMoved(int x, int y);
+  // The left button on the picture; while the image belongs to the window
+  // tool, the mouse goes to it.
+  void MousePressed(int x, int y);
+  void MouseReleased(int x, int y);
   void WheelZoom(int steps);
 
  private:
@@ -93,6 +99,7 @@ class ImageWindow : public QWidget, public CameraView {
   QList<QRgb> colours_;
   QSize wanted_;  // picture area asked for by the last ResizeTo
   bool syncing_ = false;
+  bool toolDrag_ = false;  // the window tool has the left button
   bool reconcilePending_ = false;
 };
 

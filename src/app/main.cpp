@@ -15,6 +15,7 @@
 #include "app/live_views.h"
 #include "app/main_window.h"
 #include "app/qt_host.h"
+#include "app/window_setup_dialog.h"
 #include "app/worksheet_dialogs.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
@@ -104,6 +105,7 @@ int main(int argc, char** argv) {
     sv::app::InstallGrabberDialog(main, &window);
     sv::app::InstallLiveViews(main, &window);
     sv::app::InstallDocumentDialogs(&window);
+    sv::app::InstallWindowTools(main, &window);
 
     if (!sv::Main(main, sv::JoinArguments(args))) {
       exitCode = 1;

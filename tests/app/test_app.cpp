@@ -29,6 +29,7 @@
 #include <memory>
 
 #include "acquisition/grabber.h"
+#include "analysis/form_window_setup.h"
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
 #include "app/app_environment.h"
@@ -40,6 +41,9 @@
 #include "app/plot_dialog_windows.h"
 #include "app/plot_window.h"
 #include "app/qt_host.h"
+#include "app/move_window_dialog.h"
+#include "app/window_result_window.h"
+#include "app/window_setup_dialog.h"
 #include "app/worksheet_dialogs.h"
 #include "app/worksheet_window.h"
 #include "core/globals.h"
@@ -47,6 +51,7 @@
 #include "core/settings.h"
 #include "core/startup.h"
 #include "image/form_camera.h"
+#include "image/kernel/test_image.h"
 #include "plot/form_plot.h"
 #include "plot/plot_documents.h"
 #include "support/scripted_host.h"
@@ -131,6 +136,53 @@ class TestWorkbench : public QObject {
     return w ? w->Picture()->grab().toImage().convertToFormat(QImage::Format_RGB32) : QImage();
   }
 
+  // The live picture of the dummy under the window tool: the grabber up,
+  // Preview running, the picture in front, Window Setup from its menu.
+  app::WindowTools StartWindowTool() {
+    InstallGrabberEnvironment();
+    RegisterGrabberCommands(*main_);
+    RegisterLiveCommands(*main_);
+    const app::WindowTools tools = app::InstallWindowTools(*main_, window_.get());
+    if (!StartGrabber("DummyGrb")) return {};
+    main_->PrepareAllMenus();
+    window_->ToolbarAction("Preview")->trigger();
+    for (int i = 0; i < 2; ++i) host_->FireTimers();
+    main_->SetActiveChild(PreviewImage()->Handle());
+    main_->PrepareMenu("mnuScan");
+    if (QAction* setup = window_->MenuAction("mnuWindowSetup")) setup->trigger();
+    return tools;
+  }
+
+  // Presses at image pixel (x1, y1), drags to (x2, y2) and lets go on the
+  // picture of `f`.
+  void DragOnPicture(Form_Camera* f, long x1, long y1, long x2, long y2) {
+    QWidget* picture = window_->ImageWindowFor(f->Handle())->Picture();
+    auto screen = [f](long x, long y) {
+      return QPoint(int(x * f->ZoomFactor() + f->ZoomOffsetX()),
+                    int(y * f->ZoomFactor() + f->ZoomOffsetY()));
+    };
+    auto send = [picture](QEvent::Type type, QPoint at, Qt::MouseButton button,
+                          Qt::MouseButtons buttons) {
+      QMouseEvent e(type, QPointF(at), QPointF(picture->mapToGlobal(at)), button, buttons,
+                    Qt::NoModifier);
+      QCoreApplication::sendEvent(picture, &e);
+    };
+    send(QEvent::MouseButtonPress, screen(x1, y1), Qt::LeftButton, Qt::LeftButton);
+    send(QEvent::MouseMove, screen((x1 + x2) / 2, (y1 + y2) / 2), Qt::NoButton, Qt::LeftButton);
+    send(QEvent::MouseMove, screen(x2, y2), Qt::NoButton, Qt::LeftButton);
+    send(QEvent::MouseButtonRelease, screen(x2, y2), Qt::LeftButton, Qt::NoButton);
+  }
+
+  // Overlay lines of one colour that pass through (x, y).
+  static int LinesThrough(const Form_Camera& f, long x, long y, long colour) {
+    int n = 0;
+    for (const OverlayItem& i : f.Overlay.Items())
+      if (i.type == 1 && i.colour == colour && std::min(i.x1, i.x2) <= x &&
+          x <= std::max(i.x1, i.x2) && std::min(i.y1, i.y2) <= y && y <= std::max(i.y1, i.y2))
+        ++n;
+    return n;
+  }
+
  private slots:
   void init() {
     ResetGlobals();
@@ -145,6 +197,11 @@ class TestWorkbench : public QObject {
   }
 
   void cleanup() {
+    // The window tool lets go of its image and keeps nothing for the next test.
+    if (WindowSetupForm().Visible()) WindowSetupForm().Unload();
+    WindowScanResultForm().Hide();
+    Hooks() = AnalysisHooks();
+    ResetWindowGlobals();
     window_.reset();
     main_.reset();
     // The grabber's plug-ins go with the window they were made for.
@@ -1029,6 +1086,125 @@ class TestWorkbench : public QObject {
     QVERIFY(window_->close());
     QVERIFY(!window_->PlotWindowFor(secondHandle));
     QVERIFY(!window_->WorksheetWindowFor(sheetHandle));
+  }
+
+  // Window Setup on the live picture: a window drawn with the mouse, scanned
+  // with F5, the report in its window and the cross on the spot.
+  void windowDrawnOnTheLivePictureAndScanned() {
+    const app::WindowTools tools = StartWindowTool();
+    QVERIFY(tools.setup && PreviewRunning());
+    Form_Camera* live = PreviewImage();
+    QVERIFY(tools.setup->isVisible());
+    QCOMPARE(live->mode(), kWindowSetupMode);
+    QCOMPARE(tools.setup->Tabs()->count(), kWindowCount);
+    QCOMPARE(tools.setup->Tabs()->tabText(7), QString("&8"));
+    QCOMPARE(tools.setup->ComboAveraging()->itemText(13), QString("8192"));
+    QCOMPARE(tools.setup->ComboMode()->count(), 5);
+    QVERIFY(!tools.setup->ComboShape()->isVisibleTo(tools.setup));
+    QVERIFY(!tools.setup->CalibrationButton()->isEnabled());
+
+    // The (1,0) spot at 100 eV, with room around it.
+    G().ElectronEnergy = 100.0f;
+    const SpotPlace spot = SpotPosition(1, 0, 100.0, {kDummyWidth, kDummyHeight});
+    const long x1 = long(spot.x) - 20, y1 = long(spot.y) - 15;
+    DragOnPicture(live, x1, y1, x1 + 40, y1 + 30);
+    const int n = WG().CurrentWindow;
+    QVERIFY(n >= 0);
+    const ScanWindow& w = WG().ScanWindows[size_t(n)];
+    QCOMPARE(w.X1, int32_t(x1));
+    QCOMPARE(w.Y1, int32_t(y1));
+    QVERIFY(std::abs(w.W - 40) <= 1 && std::abs(w.H - 30) <= 1);
+    QCOMPARE(tools.setup->TextL()->text(), QString::number(x1));
+    QCOMPARE(tools.setup->TextW()->text(), QString::number(w.W));
+    QVERIFY(tools.setup->ScanButton()->isEnabled());
+    bool framed = false;  // the window's frame in its colour
+    for (const OverlayItem& i : live->Overlay.Items())
+      framed = framed || (i.type == 2 && i.x1 == x1 && i.y1 == y1 && i.colour == w.RGBColor);
+    QVERIFY(framed);
+
+    // "+" in the width field widens by one; Shift+Left narrows again.
+    const int32_t drawn = w.W;
+    QTest::keyClick(tools.setup->TextW(), '+');
+    const int32_t wide = w.W;
+    QCOMPARE(wide, drawn + 1);
+    QCOMPARE(tools.setup->TextW()->text(), QString::number(wide));
+    QTest::keyClick(tools.setup->TextW(), Qt::Key_Left, Qt::ShiftModifier);
+    QCOMPARE(w.W, wide - 1);
+
+    host_->FireTimers();  // a new frame
+    QTest::keyClick(tools.setup, Qt::Key_F5);
+    QVERIFY(tools.result->isVisible());
+    const QString report = tools.result->Text()->toPlainText();
+    QVERIFY2(report.startsWith("Parameter:\nX1 = "), qPrintable(report));
+    QVERIFY(report.contains(QString("I.max = ")));
+    QCOMPARE(QString::fromStdString(WindowScanResultForm().Text_Result).count("\r\n"),
+             report.count("\n"));
+    const long xm = WG().Result.X.max, ym = WG().Result.Y.max;
+    QVERIFY(std::abs(xm - long(std::lround(spot.x))) <= 2);
+    QVERIFY(std::abs(ym - long(std::lround(spot.y))) <= 2);
+    // The cross: 11 pixels each way through the maximum in the window's colour.
+    QVERIFY(LinesThrough(*live, xm - 5, ym, w.RGBColor) >= 1);
+    QVERIFY(LinesThrough(*live, xm, ym + 5, w.RGBColor) >= 1);
+
+    QTest::mouseClick(tools.setup->CloseButton(), Qt::LeftButton);
+    QVERIFY(!tools.setup->isVisible());
+    QCOMPARE(live->mode(), 0L);
+  }
+
+  // Repeat mode: points added at two energies, the fitted line drawn with
+  // its energy labels.
+  void repeatModeDrawsTheFittedLine() {
+    float energy = 100.0f;
+    Hooks().EnergyKnown = [] { return true; };
+    Hooks().Energy = [&energy] { return energy; };
+    const app::WindowTools tools = StartWindowTool();
+    QVERIFY(tools.setup);
+    Form_Camera* live = PreviewImage();
+    const FrameSize size{kDummyWidth, kDummyHeight};
+    const SpotPlace at100 = SpotPosition(1, 0, 100.0, size);
+    const SpotPlace at150 = SpotPosition(1, 0, 150.0, size);
+    // Wide enough for the spot at both energies.
+    const long x1 = long(at150.x) - 20, y1 = long(at100.y) - 15;
+    DragOnPicture(live, x1, y1, long(at100.x) + 20, y1 + 30);
+
+    QComboBox* mode = tools.setup->ComboMode();
+    mode->setCurrentIndex(kModeRepeat);
+    emit mode->activated(kModeRepeat);
+    QVERIFY(tools.setup->AddSumButton()->isVisibleTo(tools.setup));
+    QVERIFY(!tools.setup->TextThreshold()->isVisibleTo(tools.setup));
+
+    auto scanAndAdd = [&](float e) {
+      energy = e;
+      G().ElectronEnergy = e;
+      host_->FireTimers();
+      QTest::keyClick(tools.setup, Qt::Key_F5);
+      QVERIFY(tools.setup->AddSumButton()->isEnabled());
+      host_->queue.push_back(MsgResult::OK);
+      QTest::mouseClick(tools.setup->AddSumButton(), Qt::LeftButton);
+      QCOMPARE(QString::fromStdString(host_->messages.back().title), QString("Repeat Mode"));
+    };
+    scanAndAdd(100.0f);
+    QVERIFY(QString::fromStdString(host_->messages.back().text)
+                .endsWith(" at Energy = 100 eV is added as data #1"));
+    QVERIFY(tools.setup->ClearSumButton()->isEnabled());
+    scanAndAdd(150.0f);
+    QVERIFY(QString::fromStdString(host_->messages.back().text).endsWith("#2"));
+
+    // The line runs from the spot at 100 eV to the spot at 150 eV.
+    const app::WindowSetupDialog::Line& line = tools.setup->RepeatLineShown();
+    QVERIFY(line.shown);
+    QVERIFY(std::abs(line.x1 - long(std::lround(at100.x))) <= 2);
+    QVERIFY(std::abs(line.x2 - long(std::lround(at150.x))) <= 2);
+    QCOMPARE(QString::fromStdString(line.label1), QString("100 eV"));
+    QCOMPARE(QString::fromStdString(line.label2), QString("150 eV"));
+    int labels = 0;
+    for (const OverlayItem& i : live->Overlay.Items())
+      if (i.type == 5 && QString::fromStdString(i.text).endsWith(" eV")) ++labels;
+    QCOMPARE(labels, 2);
+    // The line's far end is where a further Add would put the peak.
+    QCOMPARE(long(WG().Result.X.max), line.x2);
+
+    QTest::mouseClick(tools.setup->CloseButton(), Qt::LeftButton);
   }
 };
 
