@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "core/globals.h"
 
@@ -96,6 +97,20 @@ ScanWindow& ScanWindow::operator=(const ScanWindow& other) {
   Shape = other.Shape;
   // The copy owns no sum: whatever buffer it had is given up.
   WindowBufferFree(*this);
+  return *this;
+}
+
+ScanWindow::ScanWindow(ScanWindow&& other) noexcept { *this = std::move(other); }
+
+ScanWindow& ScanWindow::operator=(ScanWindow&& other) noexcept {
+  if (this == &other) return *this;
+  const ScanWindow& record = other;
+  *this = record;  // the record; this window's own buffer is given up
+  // The vector's memory moves as it is, so the kernel's view stays valid.
+  Buffer = std::move(other.Buffer);
+  BufferBytes = other.BufferBytes;
+  Accumulator = other.Accumulator;
+  WindowBufferFree(other);
   return *this;
 }
 

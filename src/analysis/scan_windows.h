@@ -72,6 +72,9 @@ struct ScanWindow {
   // Copies carry the record, never the buffer.
   ScanWindow(const ScanWindow& other);
   ScanWindow& operator=(const ScanWindow& other);
+  // A move takes the buffer along with the record.
+  ScanWindow(ScanWindow&& other) noexcept;
+  ScanWindow& operator=(ScanWindow&& other) noexcept;
 };
 
 // The state of this layer, one for the process.

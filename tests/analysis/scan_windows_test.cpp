@@ -88,6 +88,13 @@ TEST_F(ScanWindowsTest, ACopyCarriesTheRecordButNoBuffer) {
   b = c;  // the assigned-to window gives up its own buffer
   EXPECT_EQ(b.BufferBytes, 0);
   EXPECT_EQ(a.BufferBytes, 5 * 6 * 4);  // the original keeps its own
+  // A move takes the buffer along, and the kernel's view of it.
+  const uint32_t* data = a.Buffer.data();
+  ScanWindow moved = std::move(a);
+  EXPECT_EQ(moved.BufferBytes, 5 * 6 * 4);
+  EXPECT_EQ(moved.Buffer.data(), data);
+  EXPECT_EQ(moved.Accumulator.Buffer.data(), data);
+  EXPECT_EQ(a.BufferBytes, 0);
 }
 
 TEST_F(ScanWindowsTest, InvalidWindows) {
