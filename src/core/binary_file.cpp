@@ -1,6 +1,9 @@
 #include "core/binary_file.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 namespace sv {
@@ -16,15 +19,42 @@ BinaryOut::~BinaryOut() {
 bool BinaryOut::Create(const std::string& path) {
   if (f_) std::fclose(f_);
   buffer_.clear();
+  seek_ = false;
   f_ = std::fopen(path.c_str(), "wb");
   ok_ = f_ != nullptr;
   return ok_;
 }
 
 void BinaryOut::Flush() {
+  if (ok_ && seek_) {
+    // The file is written front to back: the stream goes on at its end.
+    if (std::fseek(f_, 0, SEEK_END) != 0) ok_ = false;
+    seek_ = false;
+  }
   if (ok_ && !buffer_.empty() && std::fwrite(buffer_.data(), 1, buffer_.size(), f_) != buffer_.size())
     ok_ = false;
   buffer_.clear();
+}
+
+void BinaryOut::Block(const void* data, size_t count) {
+  if (!ok_ || count == 0) return;
+  if (!seek_ || !buffer_.empty()) {
+    // What the stream holds goes first.
+    Flush();
+    if (ok_ && std::fflush(f_) != 0) ok_ = false;
+  }
+  const int fd = ok_ ? ::fileno(f_) : -1;
+  size_t done = 0;
+  while (ok_ && done < count) {
+    const ssize_t put = ::write(fd, static_cast<const char*>(data) + done, count - done);
+    if (put > 0)
+      done += size_t(put);
+    else if (put < 0 && errno == EINTR)
+      continue;
+    else
+      ok_ = false;
+  }
+  seek_ = true;
 }
 
 bool BinaryOut::Close() {
@@ -84,6 +114,7 @@ BinaryIn::~BinaryIn() {
 bool BinaryIn::Open(const std::string& path) {
   if (f_) std::fclose(f_);
   pos_ = size_ = 0;
+  seek_ = false;
   f_ = std::fopen(path.c_str(), "rb");
   ok_ = f_ != nullptr;
   if (!ok_) return false;
@@ -96,12 +127,40 @@ bool BinaryIn::Open(const std::string& path) {
 
 bool BinaryIn::Bytes(void* dest, size_t count) {
   if (ok_ && count > size_ - std::min(pos_, size_)) ok_ = false;
+  if (ok_ && seek_) {
+    if (std::fseek(f_, long(pos_), SEEK_SET) != 0) ok_ = false;
+    seek_ = false;
+  }
   if (ok_ && count && std::fread(dest, 1, count, f_) != count) ok_ = false;
   if (!ok_) {
     std::memset(dest, 0, count);
     return false;
   }
   pos_ += count;
+  return true;
+}
+
+bool BinaryIn::Block(void* dest, size_t count) {
+  if (ok_ && count > size_ - std::min(pos_, size_)) ok_ = false;
+  // Where the stream has read ahead, the file is read at pos_ itself.
+  const int fd = ok_ ? ::fileno(f_) : -1;
+  size_t done = 0;
+  while (ok_ && done < count) {
+    const ssize_t got = ::pread(fd, static_cast<char*>(dest) + done, count - done,
+                                off_t(pos_ + done));
+    if (got > 0)
+      done += size_t(got);
+    else if (got < 0 && errno == EINTR)
+      continue;
+    else
+      ok_ = false;
+  }
+  if (!ok_) {
+    std::memset(dest, 0, count);
+    return false;
+  }
+  pos_ += count;
+  seek_ = true;
   return true;
 }
 

@@ -23,6 +23,9 @@ class BinaryOut {
   bool ok() const { return ok_; }
 
   void Bytes(const void* data, size_t count);
+  // The same for a large block: written straight to the file in one go, not
+  // through the stream's own small buffer. Writes of either kind may follow.
+  void Block(const void* data, size_t count);
   void U8(uint8_t v) { Bytes(&v, 1); }
   void I16(int16_t v);
   void I32(int32_t v);
@@ -38,6 +41,7 @@ class BinaryOut {
   std::FILE* f_ = nullptr;
   bool ok_ = false;
   std::string buffer_;
+  bool seek_ = false;  // the stream is behind the file's end after a Block
 };
 
 class BinaryIn {
@@ -55,6 +59,9 @@ class BinaryIn {
 
   // Reads `count` bytes; on a short read the destination is zero-filled.
   bool Bytes(void* dest, size_t count);
+  // The same for a large block: read straight from the file in one go, not
+  // through the stream's own small buffer. Reads of either kind may follow.
+  bool Block(void* dest, size_t count);
   uint8_t U8();
   int16_t I16();
   int32_t I32();
@@ -68,6 +75,7 @@ class BinaryIn {
   std::FILE* f_ = nullptr;
   bool ok_ = false;
   uint64_t size_ = 0, pos_ = 0;
+  bool seek_ = false;  // the stream is behind pos_ after a Block
 };
 
 }  // namespace sv
