@@ -62,16 +62,38 @@ SV_AVX2 SV_INLINE void Transpose8(__m256i r[8]) {
   r[7] = _mm256_permute2x128_si256(u3, u7, 0x31);
 }
 
+// Every NaN among eight cells as the gap (unordered with itself is NaN,
+// whatever the payload).
+SV_AVX2 SV_INLINE __m256i GapForNaN(__m256i v) {
+  const __m256 f = _mm256_castsi256_ps(v);
+  const __m256 gap = _mm256_castsi256_ps(_mm256_set1_epi32(int32_t(kGapBits)));
+  return _mm256_castps_si256(_mm256_blendv_ps(f, gap, _mm256_cmp_ps(f, f, _CMP_UNORD_Q)));
+}
+
 SV_AVX2 void RowsToColumnsAvx2(const uint8_t* rows, size_t stride, uint32_t* const cols[8]) {
   __m256i r[8];
   for (int i = 0; i < 8; ++i)
     r[i] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(rows + i * stride));
   Transpose8(r);
-  const __m256i magnitude = _mm256_set1_epi32(0x7FFFFFFF), inf = _mm256_set1_epi32(0x7F800000);
-  const __m256i gap = _mm256_set1_epi32(int32_t(kGapBits));
+  for (int k = 0; k < 8; ++k)
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(cols[k]), GapForNaN(r[k]));
+}
+
+// Sixteen rows into eight columns, a whole cache line each (`cols[k]` on a
+// line), written past the caches: a sheet being read is not read back soon,
+// and the file's pages it comes from stay cached.
+SV_AVX2 void RowsToColumnLinesAvx2(const uint8_t* rows, size_t stride, uint32_t* const cols[8]) {
+  __m256i a[8], b[8];
+  for (int i = 0; i < 8; ++i) {
+    a[i] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(rows + i * stride));
+    b[i] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(rows + (i + 8) * stride));
+  }
+  Transpose8(a);
+  Transpose8(b);
   for (int k = 0; k < 8; ++k) {
-    const __m256i nan = _mm256_cmpgt_epi32(_mm256_and_si256(r[k], magnitude), inf);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(cols[k]), _mm256_blendv_epi8(r[k], gap, nan));
+    __m256i* line = reinterpret_cast<__m256i*>(cols[k]);
+    _mm256_stream_si256(line, GapForNaN(a[k]));
+    _mm256_stream_si256(line + 1, GapForNaN(b[k]));
   }
 }
 
@@ -89,6 +111,26 @@ void RowsToColumns(const uint8_t* rows, size_t stride, uint32_t* const cols[8]) 
   if (cpu::HaveAvx2()) return RowsToColumnsAvx2(rows, stride, cols);
 #endif
   RowsToColumnsPlain(rows, stride, cols);
+}
+
+// Sixteen rows into eight columns whose cells `cols[k]` start a cache line;
+// false (nothing written) when there is no path for it.
+bool RowsToColumnLines(const uint8_t* rows, size_t stride, uint32_t* const cols[8]) {
+#ifdef SV_X86
+  if (cpu::HaveAvx2()) {
+    RowsToColumnLinesAvx2(rows, stride, cols);
+    return true;
+  }
+#endif
+  (void)rows, (void)stride, (void)cols;
+  return false;
+}
+
+// Lines written past the caches are in memory before anything after.
+void LinesDone() {
+#ifdef SV_X86
+  _mm_sfence();
+#endif
 }
 
 void ColumnsToRows(const uint32_t* const cols[8], uint8_t* rows, size_t stride) {
@@ -306,9 +348,10 @@ void Form_Worksheet::Impl::SetF32(long r, long c, float value) {
 
 void Form_Worksheet::Impl::SetF64(long r, long c, double value) {
   if (!Inside(r, c)) return;
-  if (r > 0 && !Promote(columns[static_cast<size_t>(c)])) return;
+  Column& col = columns[static_cast<size_t>(c)];
+  if (r > 0 && !col.general && !Promote(col)) return;
   PackedCell& p = *Packed(r, c);
-  Release(p);
+  if (p.kind == CellKind::Text) Release(p);
   p.kind = CellKind::F64;
   p.v.d = value;
 }
@@ -471,20 +514,34 @@ void Form_Worksheet::Impl::StoreFileRows(long r, long n, const uint8_t* bytes, l
     }
     ++r, --n, bytes += stride;
   }
+  bool lines = false;
   for (long t = 0; t < n; t += kTileRows) {
     const long m = std::min(kTileRows, n - t);
     const uint8_t* tile = bytes + static_cast<size_t>(t) * stride;
     const size_t at = static_cast<size_t>(r + t - 1);
     for (long c = 0; c < count; ++c) {
       if (c + 8 <= count && CompactRun(c + 1)) {
-        // Eight float columns at once, eight rows at a time.
+        // Eight float columns at once: sixteen rows at a time while the
+        // columns' cells lie in whole cache lines, else eight.
         uint32_t* to[8];
+        bool whole = at % 16 == 0;
+        for (int k = 0; k < 8; ++k) {
+          to[k] = columns[size_t(c + 1 + k)].bits.data() + at;
+          whole = whole && reinterpret_cast<uintptr_t>(to[k]) % 64 == 0;
+        }
+        long i = 0;
+        for (; whole && i + 16 <= m; i += 16) {
+          if (!RowsToColumnLines(tile + static_cast<size_t>(i) * stride + size_t(c) * 4, stride, to))
+            break;
+          lines = true;
+          for (int k = 0; k < 8; ++k) to[k] += 16;
+        }
         const long m8 = m & ~7L;
-        for (long i = 0; i < m8; i += 8) {
+        for (; i < m8; i += 8) {
           for (int k = 0; k < 8; ++k) to[k] = columns[size_t(c + 1 + k)].bits.data() + at + i;
           RowsToColumns(tile + static_cast<size_t>(i) * stride + size_t(c) * 4, stride, to);
         }
-        for (long i = m8; i < m; ++i)
+        for (; i < m; ++i)
           for (int k = 0; k < 8; ++k) {
             uint32_t bits;
             std::memcpy(&bits, tile + static_cast<size_t>(i) * stride + size_t(c + k) * 4, 4);
@@ -513,6 +570,7 @@ void Form_Worksheet::Impl::StoreFileRows(long r, long n, const uint8_t* bytes, l
       }
     }
   }
+  if (lines) LinesDone();
 }
 
 void Form_Worksheet::Impl::LoadFileRows(long r, long n, uint8_t* bytes, long count) const {
