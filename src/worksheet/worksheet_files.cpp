@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <memory>
+#include <new>
 
 #include "core/binary_file.h"
 #include "core/error_table.h"
@@ -49,6 +51,53 @@ constexpr long kErrPathNotFound = 76;
 constexpr long kMaxCells = kSheetMaxRows * 256;
 // Rows the import adds at a time.
 constexpr long kGrowStep = 1024;
+
+// A sheet file's cells go through a block of about this size.
+constexpr size_t kFileBlockBytes = 400 << 10;
+
+// The block, kept from one file to the next: fresh pages of this size would
+// cost more than reading into them. A file read or written while another one
+// is (from the events of a status update) has a block of its own. data() is
+// null without the memory.
+class FileBlock {
+ public:
+  explicit FileBlock(size_t bytes) {
+    Kept& kept = Shared();
+    if (kept.busy) {
+      own_.reset(new (std::nothrow) uint8_t[bytes]);
+      data_ = own_.get();
+      return;
+    }
+    if (bytes > kept.size) {
+      kept.memory.reset();
+      kept.memory.reset(new (std::nothrow) uint8_t[bytes]);
+      kept.size = kept.memory ? bytes : 0;
+    }
+    data_ = kept.memory.get();
+    kept.busy = data_ != nullptr;
+    shared_ = kept.busy;
+  }
+  ~FileBlock() {
+    if (shared_) Shared().busy = false;
+  }
+  FileBlock(const FileBlock&) = delete;
+  FileBlock& operator=(const FileBlock&) = delete;
+  uint8_t* data() const { return data_; }
+
+ private:
+  struct Kept {
+    std::unique_ptr<uint8_t[]> memory;
+    size_t size = 0;
+    bool busy = false;
+  };
+  static Kept& Shared() {
+    thread_local Kept kept;
+    return kept;
+  }
+  std::unique_ptr<uint8_t[]> own_;
+  uint8_t* data_ = nullptr;
+  bool shared_ = false;
+};
 
 // The folder the sheet dialogs start in; follows the last file.
 std::string& DialogFolder() {
@@ -299,15 +348,19 @@ long Form_Worksheet::SaveWorksheet(const std::string& filename, bool silent) {
     WriteSheetHeader(out, int32_t(rows - 1), int16_t(cols - 1));
     for (long c = 1; c < cols; ++c) WriteColumnRecord(out, Record(c).Label, Record(c).Typ);
     StatusRation ration;
-    // About 256 KB of rows at a time, each block written from where it lies.
+    // About 400 KB of rows at a time, each block written in one go.
     const size_t rowBytes = size_t(cols - 1) * 4;
-    const long chunk = rowBytes ? std::max<long>(1, long((256 << 10) / rowBytes)) : 1;
-    std::vector<uint8_t> block(rowBytes * size_t(std::min(chunk, std::max<long>(1, rows - 1))));
-    for (long r = 1; r < rows && out.ok() && rowBytes; r += chunk) {
+    const long chunk = rowBytes ? std::max<long>(1, long(kFileBlockBytes / rowBytes)) : 1;
+    const FileBlock memory(rowBytes * size_t(std::min(chunk, std::max<long>(1, rows - 1))));
+    uint8_t* const block = rowBytes ? memory.data() : nullptr;
+    if (rowBytes && !block) result = kErrOutOfMemory;
+    const bool status = HasHost();
+    for (long r = 1; r < rows && out.ok() && block; r += chunk) {
       const long n = std::min(chunk, rows - r);
-      impl_->LoadFileRows(r, n, block.data(), cols - 1);
-      out.Bytes(block.data(), rowBytes * size_t(n));
-      for (long i = r; i < r + n; ++i)
+      impl_->LoadFileRows(r, n, block, cols - 1);
+      out.Block(block, rowBytes * size_t(n));
+      // Without a host there is no status line to tell.
+      for (long i = r; status && i < r + n; ++i)
         if (ration.Due()) Status(*this, "Save Worksheet...(" + PercentText(i, rows) + "%)");
     }
     out.I32(int32_t(Plots()));
@@ -390,32 +443,36 @@ long Form_Worksheet::OpenWorksheet(const std::string& filename) {
           }
           StatusRation ration;
           const long last = Rows() - 1;
-          // About 120 KB of rows at a time, straight into the columns: a block
-          // below the allocator's own-mapping size comes from the heap again
-          // and again, never as fresh pages.
-          const long chunk = rowBytes ? std::max<long>(1, long((120 << 10) / rowBytes)) : 1;
-          std::vector<uint8_t> block(static_cast<size_t>(rowBytes) *
-                                     size_t(std::min(chunk, std::max<long>(1, fileRows))));
-          for (long r = 1; rowBytes && r <= fileRows; r += chunk) {
+          // About 400 KB of rows at a time, read in one go and spread over
+          // the columns; whole sixteens of rows keep each block's cells on the
+          // columns' cache lines.
+          long chunk = rowBytes ? std::max<long>(1, long(kFileBlockBytes / rowBytes)) : 1;
+          if (chunk > 16) chunk -= chunk % 16;
+          const FileBlock memory(static_cast<size_t>(rowBytes) *
+                                 size_t(std::min(chunk, std::max<long>(1, fileRows))));
+          uint8_t* const block = rowBytes ? memory.data() : nullptr;
+          if (rowBytes && !block) result = kErrOutOfMemory;
+          const bool status = HasHost();
+          for (long r = 1; block && r <= fileRows; r += chunk) {
             const long n = std::min(chunk, fileRows - r + 1);
-            in.Bytes(block.data(), static_cast<size_t>(rowBytes) * size_t(n));
+            in.Block(block, static_cast<size_t>(rowBytes) * size_t(n));
             if (r + n - 1 <= last) {
-              impl_->StoreFileRows(r, n, block.data(), dataCols);
+              impl_->StoreFileRows(r, n, block, dataCols);
             } else {
               // Rows beyond the cut all go into the last one.
               for (long i = 0; i < n; ++i)
                 impl_->StoreFileRow(std::min(r + i, last),
-                                    block.data() + static_cast<size_t>(rowBytes) * size_t(i),
-                                    dataCols);
+                                    block + static_cast<size_t>(rowBytes) * size_t(i), dataCols);
             }
-            for (long i = r; i < r + n; ++i)
+            // Without a host there is no status line to tell.
+            for (long i = r; status && i < r + n; ++i)
               if (ration.Due())
                 Status(*this, "Open Worksheet...(" + PercentText(i, fileRows + 1) + "%)");
           }
-          if (fileRows < claimed) {
+          if (result == 0 && fileRows < claimed) {
             // The file ends inside its cells.
             result = kErrPastEnd;
-          } else if (!in.AtEnd()) {
+          } else if (result == 0 && !in.AtEnd()) {
             const int32_t count = in.I32();
             if (!in.ok()) result = kErrPastEnd;
             for (int32_t i = 0; i < count && result == 0; ++i) {
