@@ -1206,6 +1206,46 @@ class TestWorkbench : public QObject {
 
     QTest::mouseClick(tools.setup->CloseButton(), Qt::LeftButton);
   }
+
+  // Move Window nudges the evaluated rectangle by 1 and by 8 and, with Set
+  // start, the home too; the parameter files go through the Scan menu.
+  void moveWindowAndParameterFiles() {
+    const app::WindowTools tools = app::InstallWindowTools(*main_, window_.get());
+    main_->Click("mnuNewImage");
+    Form_Camera* f = ActiveImage();
+    QVERIFY(f);
+    ScanWindow& w = WG().ScanWindows[1];
+    w.X1 = 100, w.Y1 = 50, w.W = 20, w.H = 10;
+    WG().CurrentWindow = 1;
+
+    MoveWindowForm().Load(f);
+    QVERIFY(tools.move->isVisible());
+    QVERIFY(!tools.move->Option(0)->isEnabled());
+    QVERIFY(tools.move->Option(1)->isChecked());
+    QTest::mouseClick(tools.move->RightButton(), Qt::LeftButton);
+    QCOMPARE(w.CurX1, 101);
+    tools.move->FastBox()->click();
+    QTest::mouseClick(tools.move->DownButton(), Qt::LeftButton);
+    QCOMPARE(w.CurY1, 58);
+    QCOMPARE(w.X1, 100);
+    tools.move->SetStartBox()->click();
+    QCOMPARE(w.X1, 101);
+    QCOMPARE(w.Y1, 58);
+    QTest::mouseClick(tools.move->CloseButton(), Qt::LeftButton);
+    QVERIFY(!tools.move->isVisible());
+
+    const std::string path = host_->root + "/spots.par";
+    main_->PrepareMenu("mnuScan");
+    host_->AnswerFile(path);
+    window_->MenuAction("mnuSaveWindowPar")->trigger();
+    ResetWindowGlobals();
+    host_->AnswerFile(path);
+    window_->MenuAction("mnuLoadWindowPar")->trigger();
+    QCOMPARE(WG().ScanWindows[1].X1, 101);
+    QCOMPARE(WG().ScanWindows[1].Y1, 58);
+    QCOMPARE(QString::fromStdString(host_->fileDialogs.front().title), QString("Save Parameter"));
+    QCOMPARE(QString::fromStdString(host_->fileDialogs.back().title), QString("Load Parameter"));
+  }
 };
 
 QTEST_MAIN(TestWorkbench)
