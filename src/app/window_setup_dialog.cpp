@@ -9,7 +9,6 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPointer>
 #include <QPushButton>
 #include <QTabBar>
 #include <QVBoxLayout>
@@ -18,7 +17,6 @@
 #include "app/qt_overlay_painter.h"
 #include "app/window_result_window.h"
 #include "core/mdi_main.h"
-#include "image/form_camera.h"
 
 namespace sv::app {
 
@@ -394,7 +392,8 @@ bool WindowSetupDialog::eventFilter(QObject* watched, QEvent* e) {
         return true;
       }
     }
-  } else if (e->type() == QEvent::FocusOut && !loading_) {
+  } else if (e->type() == QEvent::FocusOut && !loading_ && WindowSetupForm().Visible()) {
+    // Not after the tool has closed: there is no image to check against.
     Form_WindowSetup& f = WindowSetupForm();
     if (watched == textW_) {
       f.Text_w = textW_->text().toStdString();
