@@ -276,6 +276,7 @@ TEST_F(FormWindowSetupTest, ArrowKeysAreRefusedAtTheBordersAndF5Scans) {
 
 TEST_F(FormWindowSetupTest, ScanWithoutAnImageSaysSo) {
   form.Load(nullptr);
+  host.Answer(MsgResult::OK);
   form.Command_Scan();
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(host.messages[0].text, "No image in memory. Open or Grab a new image");
