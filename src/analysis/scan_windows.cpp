@@ -252,14 +252,6 @@ bool WindowRectAnalysis(const ScanWindow& window, FrameSize size, ConstSamples16
 
 // --- The peak line -----------------------------------------------------------
 
-long RoundEven(double value) {
-  if (std::isnan(value)) return 0;
-  const double r = std::nearbyint(value);
-  if (r >= 9.2233720368547758e18) return LONG_MAX;
-  if (r <= -9.2233720368547758e18) return LONG_MIN;
-  return long(r);
-}
-
 void SumClear(WindowSum& sum) { sum = WindowSum(); }
 
 void SumAdd(WindowSum& sum, float energy, long x, long y) {

@@ -15,6 +15,7 @@
 
 #include "image/kernel/analysis.h"
 #include "image/kernel/kernel_types.h"
+#include "image/kernel/numbers.h"  // RoundEven: sizes and places round ties to even
 
 namespace sv {
 
@@ -134,8 +135,6 @@ void SumAdd(WindowSum& sum, float energy, long x, long y);
 // (x, y untouched) with fewer than two points, energy <= 0 or a zero
 // determinant.
 bool SumPosition(const WindowSum& sum, float energy, long& x, long& y);
-// Rounds to nearest, ties to even, as the sizes and places are rounded.
-long RoundEven(double value);
 
 // Moves the home position after a single scan by the mode's test value;
 // true when X1 or Y1 changed.

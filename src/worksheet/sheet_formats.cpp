@@ -126,12 +126,6 @@ bool IsNumericText(const std::string& text) {
   return true;
 }
 
-long RoundEven(double value) {
-  if (!std::isfinite(value)) return 0;
-  if (value > 2147483647.0) return 2147483647L;
-  if (value < -2147483648.0) return -2147483647L - 1;
-  return long(std::nearbyint(value));
-}
 
 // --- ASCII import ------------------------------------------------------------
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/binary_file.h"
+#include "image/kernel/numbers.h"  // RoundEven
 
 namespace sv {
 
@@ -64,8 +65,6 @@ double TextValue(const std::string& text);
 // True when the whole text (blanks around it allowed) is a number; a decimal
 // comma counts as a point.
 bool IsNumericText(const std::string& text);
-// Round to nearest, ties to even, as every float-to-integer step here does.
-long RoundEven(double value);
 
 // --- ASCII import ------------------------------------------------------------
 

@@ -22,6 +22,10 @@ float SV_atan2(float y, float x);
 bool SV_shr(size_t count, Samples32 buffer, int shift);
 bool SV_shr(size_t count, ConstSamples32 buffer, Samples16 dest, int shift);
 
+// Round to nearest, ties to even, as every float-to-integer step of the
+// program does; NaN gives 0 and the ends of the 32-bit range hold.
+long RoundEven(double value);
+
 // Unsigned 64-bit product and sum (the sum wraps modulo 2^64).
 uint64_t SV_UInt32x32To64(uint32_t a, uint32_t b);
 uint64_t SV_UInt64plus64To64(uint64_t a, uint64_t b);
