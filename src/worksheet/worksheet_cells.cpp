@@ -155,12 +155,14 @@ void Reserve(V& v, long n) {
 
 void Form_Worksheet::Impl::Clear() {
   // A sheet is reset to be filled again: the compact columns keep their memory.
+  // So does the index column, general as it was: the sheet numbers its rows
+  // in doubles, which would turn it general again at once.
   for (Column& col : columns) {
     col.head = PackedCell();
     col.bits.clear();
     if (col.general) {
       col.cells.clear();  // the texts go below, all at once
-      col.general = false;
+      col.general = &col == columns.data();
     }
   }
   std::vector<std::string>().swap(texts);
