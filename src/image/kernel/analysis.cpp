@@ -277,36 +277,41 @@ AnalysisResult ResultOf(const Tally& t, uint64_t dynamic) {
 
 // --- Window accumulation ---------------------------------------------------
 
-// One row of a window into its C planes: starts a sum or adds to it.
+// Rows of a window into its C planes: starts a sum or adds to it. The rows
+// run inside one call of the chosen instruction set, so a small window pays
+// for the choice once, not once a row.
 template <int C, bool kStart>
-void AccumulateRow(const uint16_t* s, uint32_t* const* d, long n) {
+void AccumulateRows(const uint16_t* s, size_t sourceStride, uint32_t* const* d, size_t stride,
+                    long n, long rows) {
   if constexpr (C == 1) {
-    static auto body = [](const uint16_t* __restrict src, uint32_t* __restrict d0,
-                          long m) SV_ANALYSIS_BODY {
-      for (long i = 0; i < m; ++i) {
-        if constexpr (kStart) d0[i] = src[i];
-        else d0[i] += src[i];
-      }
-    };
-    Run(body, s, d[0], n);
-  } else {
-    static auto body = [](const uint16_t* __restrict src, uint32_t* __restrict d0,
-                          uint32_t* __restrict d1, uint32_t* __restrict d2,
-                          long m) SV_ANALYSIS_BODY {
-      for (long i = 0; i < m; ++i) {
-        if constexpr (kStart) {
-          d0[i] = src[3 * i];
-          d1[i] = src[3 * i + 1];
-          d2[i] = src[3 * i + 2];
-        } else {
-          d0[i] += src[3 * i];
-          d1[i] += src[3 * i + 1];
-          d2[i] += src[3 * i + 2];
+    static auto body = [](const uint16_t* __restrict src, size_t sstep, uint32_t* __restrict d0,
+                          size_t dstep, long m, long count) SV_ANALYSIS_BODY {
+      for (long r = 0; r < count; ++r, src += sstep, d0 += dstep)
+        for (long i = 0; i < m; ++i) {
+          if constexpr (kStart) d0[i] = src[i];
+          else d0[i] += src[i];
         }
-      }
+    };
+    Run(body, s, sourceStride, d[0], stride, n, rows);
+  } else {
+    static auto body = [](const uint16_t* __restrict src, size_t sstep, uint32_t* __restrict d0,
+                          uint32_t* __restrict d1, uint32_t* __restrict d2, size_t dstep, long m,
+                          long count) SV_ANALYSIS_BODY {
+      for (long r = 0; r < count; ++r, src += sstep, d0 += dstep, d1 += dstep, d2 += dstep)
+        for (long i = 0; i < m; ++i) {
+          if constexpr (kStart) {
+            d0[i] = src[3 * i];
+            d1[i] = src[3 * i + 1];
+            d2[i] = src[3 * i + 2];
+          } else {
+            d0[i] += src[3 * i];
+            d1[i] += src[3 * i + 1];
+            d2[i] += src[3 * i + 2];
+          }
+        }
     };
     // AVX-512's word permutes make this slower than AVX2 here.
-    Run<1>(body, s, d[0], d[1], d[2], n);
+    Run<1>(body, s, sourceStride, d[0], d[1], d[2], stride, n, rows);
   }
 }
 
@@ -325,14 +330,14 @@ bool ScanFrame(WindowAccumulator& w, FrameSize size, ConstSamples16 image, long 
     std::fill_n(w.Buffer.data(), pixels * C, 0u);
   if (!c.Empty()) {
     const long n = c.Width();
-    for (long y = c.y1; y <= c.y2; ++y) {
-      const uint16_t* s = image.data() + (size_t(y) * size_t(size.width) + size_t(c.x1)) * C;
-      uint32_t* d[C];
-      const size_t at = size_t(y - w.Rect.Y1) * size_t(W) + size_t(c.x1 - w.Rect.X1);
-      for (int k = 0; k < C; ++k) d[k] = w.Buffer.data() + size_t(k) * pixels + at;
-      if (start) AccumulateRow<C, true>(s, d, n);
-      else AccumulateRow<C, false>(s, d, n);
-    }
+    const uint16_t* s = image.data() + (size_t(c.y1) * size_t(size.width) + size_t(c.x1)) * C;
+    uint32_t* d[C];
+    const size_t at = size_t(c.y1 - w.Rect.Y1) * size_t(W) + size_t(c.x1 - w.Rect.X1);
+    for (int k = 0; k < C; ++k) d[k] = w.Buffer.data() + size_t(k) * pixels + at;
+    const size_t sourceStride = size_t(size.width) * C;
+    const long rows = c.y2 - c.y1 + 1;
+    if (start) AccumulateRows<C, true>(s, sourceStride, d, size_t(W), n, rows);
+    else AccumulateRows<C, false>(s, sourceStride, d, size_t(W), n, rows);
   }
   w.Frames = start ? 1 : w.Frames + 1;
   w.Frame = size;
