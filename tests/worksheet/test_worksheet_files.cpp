@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <bit>
 #include <cctype>
@@ -242,6 +243,17 @@ TEST_F(SheetFilesTest, SilentSaveLeavesNameAndState) {
   EXPECT_FALSE(host.busy);
   EXPECT_EQ(host.LastStatus(), "");
   EXPECT_EQ(test::ReadFile(Path("copy.sht")).size(), 1042u + 64 + 16 + 4);
+}
+
+TEST_F(SheetFilesTest, AFullDiskFailsTheSaveWithItsMessage) {
+  if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full";
+  Form_Worksheet s;
+  Fill(s, 3, 2);
+  host.Answer(MsgResult::OK);
+  EXPECT_EQ(s.SaveWorksheet("/dev/full", true), 61);
+  ASSERT_FALSE(host.messages.empty());
+  EXPECT_EQ(host.messages.back().text, "/dev/full\r\nError: Disk full");
+  EXPECT_EQ(host.messages.back().title, "Worksheet");
 }
 
 TEST_F(SheetFilesTest, OldFileWithoutPlotBlockLoadsSilently) {
