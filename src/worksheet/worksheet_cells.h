@@ -88,7 +88,7 @@ struct Form_Worksheet::Impl {
       if (n > size_t(-1) / 2 / sizeof(T)) throw std::bad_array_new_length();
       return static_cast<T*>(::operator new(n * sizeof(T), kLine));
     }
-    void deallocate(T* p, size_t n) noexcept { ::operator delete(p, n * sizeof(T), kLine); }
+    void deallocate(T* p, size_t) noexcept { ::operator delete(p, kLine); }
     template <class U>
     void construct(U*) noexcept {}
     template <class U, class... A>
