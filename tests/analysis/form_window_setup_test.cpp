@@ -449,6 +449,46 @@ TEST_F(FormWindowSetupTest, MoveFormClampsTheEvaluatedRectangleAndSetsHome) {
   EXPECT_EQ((std::array{Win(0).X1, Win(0).Y1}), (std::array{0, 9}));
 }
 
+TEST_F(FormWindowSetupTest, ParameterFilesGoThroughTheirDialogsAndKeepTheirFolder) {
+  Place(4, 1, 2, 3, 4);
+  Win(4).Mode = kModeTarget;
+  WG().CurrentWindow = 4;
+  form.Load(&image);
+  host.AnswerFile(host.root + "/set");
+  form.INIFileSave();
+  ASSERT_EQ(host.fileDialogs.size(), 1u);
+  EXPECT_EQ(host.fileDialogs[0].title, "Save Parameter");
+  EXPECT_EQ(host.fileDialogs[0].filter, "Parameter File Format (*.par)|*.par||");
+  EXPECT_EQ(G().ParameterPath, host.root + "/");
+
+  ResetWindowGlobals();
+  form.TabStrip_Click(0);
+  host.AnswerFile(host.root + "/set.par");
+  form.INIFileOpen();
+  EXPECT_EQ(host.fileDialogs[1].title, "Load Parameter");
+  EXPECT_EQ(host.fileDialogs[1].filter, "Paramer File Format (*.par)|*.par||");
+  EXPECT_EQ(host.fileDialogs[1].folder, host.root + "/");
+  EXPECT_EQ(form.Tab, 4);
+  EXPECT_EQ(form.Text_h, "4");
+  EXPECT_EQ(Win(4).Mode, kModeTarget);
+}
+
+TEST_F(FormWindowSetupTest, ResultTextGoesToTheClipboardAndToAFile) {
+  Form_WindowScanResult result;
+  result.Show("Parameter:\r\nX1 = 1 Pixel", &image);
+  result.EditCopy();
+  EXPECT_EQ(host.clipboard, result.Text_Result);
+  result.EditCut();
+  EXPECT_EQ(result.Text_Result, "");
+  result.EditPaste();
+  EXPECT_EQ(result.Text_Result, host.clipboard);
+  host.AnswerFile(host.root + "/result.txt");
+  EXPECT_TRUE(result.FileSaveAs());
+  EXPECT_EQ(test::ReadFile(host.root + "/result.txt"), "Parameter:\r\nX1 = 1 Pixel");
+  host.AnswerFile("");
+  EXPECT_FALSE(result.FileSaveAs());
+}
+
 // --- With the simulated camera -----------------------------------------------------
 
 class FakeBoard : public WindowBoard {
