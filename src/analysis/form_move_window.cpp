@@ -21,7 +21,7 @@ void OverlayMoveWindows(Form_Camera& image, int selected) {
   for (int i = 0; i < kWindowCount; ++i) {
     const ScanWindow& w = WG().ScanWindows[size_t(i)];
     if (WindowIsInvalid(w, iw, ih)) continue;
-    overlay.AddRect(w.CurX1, w.CurY1, w.CurX2, w.CurY2, w.RGBColor, 1,
+    overlay.AddRect(w.CurX1, w.CurY1, w.CurX2 + 1, w.CurY2 + 1, w.RGBColor, 1,
                     w.RunState == 0 ? kStyleSolid : kStyleDotted);
     if (i == selected) {
       overlay.AddGriffLine(w.CurX1, w.CurY1, w.CurX2, w.CurY2);

@@ -32,7 +32,8 @@ void Overlay_WindowSetup(Form_Camera& image) {
     if (WindowIsInvalid(w, iw, ih)) continue;
     const long x1 = w.X1, y1 = w.Y1, x2 = long(w.X1) + w.W - 1, y2 = long(w.Y1) + w.H - 1;
     const long style = w.RunState == 0 ? kStyleSolid : kStyleDotted;
-    overlay.AddRect(x1, y1, x2, y2, w.RGBColor, 1, style);
+    // A frame ends before its far corner: one past the window's last pixel.
+    overlay.AddRect(x1, y1, x2 + 1, y2 + 1, w.RGBColor, 1, style);
     if (i == current) {
       // The current window has grips at its four corners.
       overlay.AddGriffLine(x1, y1, x2, y2);

@@ -308,6 +308,11 @@ TEST_F(FormWindowSetupTest, ScanReportsMovesAndCrossesTheMaximum) {
   const OverlayItem& v = items.back();
   EXPECT_EQ((std::array{h.x1, h.y1, h.x2, h.y2, h.colour}), (std::array{14L, 18L, 24L, 18L, 0x123456L}));
   EXPECT_EQ((std::array{v.x1, v.y1, v.x2, v.y2, v.colour}), (std::array{19L, 13L, 19L, 23L, 0x123456L}));
+  // The moved window's frame runs round its 11 x 11 pixels: a frame ends
+  // before its far corner.
+  EXPECT_TRUE(std::any_of(items.begin(), items.end(), [](const OverlayItem& i) {
+    return i.type == 2 && std::array{i.x1, i.y1, i.x2, i.y2} == std::array{14L, 13L, 25L, 24L};
+  }));
   WindowScanResultForm().Hide();
 }
 
