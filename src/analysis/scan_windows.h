@@ -85,7 +85,9 @@ struct WindowGlobals {
   AnalysisResult Result;   // written by every evaluation
   int16_t TargetX = 0, TargetY = 0;  // the point Target mode closes in on
   // The extended shape option: Shape is read, written and offered only with
-  // it on ("Options"/"ExtendedShapes" of the ini file).
+  // it on. The setting itself is G().ExtendedShapes ("Options"/
+  // "ExtendedShapes" of the ini file); this copy follows it at every
+  // WindowsRead, WindowsWrite and ResetWindowGlobals.
   bool ExtendedShapes = false;
 };
 WindowGlobals& WG();
@@ -111,10 +113,13 @@ WindowRect WindowHomeRect(const ScanWindow& window);
 
 // The averaging buffer: W * H * 4 bytes (x3 for colour), zeroed, over the
 // rectangle CurX1..CurY2 (set from X1, Y1, W, H first when `fromHome`).
-// False, with BufferBytes 0, when it cannot be had.
+// False, with BufferBytes 0, when it cannot be had: an empty window, or more
+// than a 32-bit BufferBytes can count.
 bool WindowBufferAlloc(ScanWindow& window, bool colour, bool fromHome);
 void WindowBufferFree(ScanWindow& window);
-// One frame into the buffer (frame 0 starts a new sum); the sum evaluated.
+// One frame into the buffer; frame 0 starts a new sum over the rectangle
+// CurX1..CurY2 of that moment (a buffer that has become too small for it
+// grows). False without a buffer.
 bool WindowScanFrame(ScanWindow& window, FrameSize size, ConstSamples16 image, long frame,
                      bool colour);
 // Evaluates the buffer's sum into `result`; Dynamic = frames x levels. A
@@ -172,7 +177,10 @@ void WindowStartRun(ScanWindow& window);
 
 // Persistence: section "Window" key "Scan" (CurrentWindow) and sections
 // "Window1" to "Window8". Read with every reading rule; written with integers
-// in decimal and singles in their shortest form with a point.
+// in decimal and singles in their shortest form with a point. A single is
+// read as its text's leading number (a comma counts as a point), 0 when
+// there is none; a selected window other than -1 to 7 reads as -1; a Shape
+// outside the list reads as 0.
 void WindowsRead(const Profile& ini);
 void WindowsWrite(Profile& ini);
 // The same on a file (the application's ini file or a ".par" file). Load
@@ -182,7 +190,9 @@ bool WindowsLoad(const std::string& path);
 bool WindowsSave(const std::string& path);
 // Registers the window section at its place in the settings order (once).
 void RegisterWindowSettings();
-// "1.5", "100.0", "0.001": a single in its shortest form, always with a point.
+// "1.5", "100.0", "0.00001": a single in the shortest digits that read back
+// to it, without an exponent, always with a point; "0.0" for what no reader
+// takes back (infinity, NaN) and for -0.
 std::string SingleText(float value);
 
 // The report of one evaluation, lines joined by CR LF.
