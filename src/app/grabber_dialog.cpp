@@ -8,12 +8,18 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "acquisition/camera_driver.h"
 #include "core/mdi_main.h"
 
 namespace sv::app {
 
 namespace {
 QString Q(const std::string& s) { return QString::fromStdString(s); }
+
+bool HasCameraSetup(const Form_GrabberInterface& form) {
+  return form.ListIndex >= 0 && size_t(form.ListIndex) < form.Drivers.size() &&
+         form.Drivers[size_t(form.ListIndex)].number == kDriverGenICam;
+}
 }  // namespace
 
 GrabberDialog::GrabberDialog(MDIForm_Main& main, QWidget* parent)
@@ -37,6 +43,9 @@ GrabberDialog::GrabberDialog(MDIForm_Main& main, QWidget* parent)
   ok_->setObjectName("Command_OK");
   cancel_ = buttons->addButton(QDialogButtonBox::Cancel);
   cancel_->setObjectName("Command_Cancel");
+  cameraSetup_ = buttons->addButton("Camera &Setup...", QDialogButtonBox::ActionRole);
+  cameraSetup_->setObjectName("Command_CameraSetup");
+  cameraSetup_->setEnabled(false);
 
   auto* driversLabel = new QLabel("&Drivers:", this);
   driversLabel->setBuddy(list_);
@@ -53,7 +62,9 @@ GrabberDialog::GrabberDialog(MDIForm_Main& main, QWidget* parent)
     form_.List_Drivers_Click(row);
     ok_->setEnabled(form_.Command_OKEnabled);
     colour_->setEnabled(form_.Check_ColorEnabled);
+    cameraSetup_->setEnabled(HasCameraSetup(form_));
   });
+  connect(cameraSetup_, &QPushButton::clicked, this, [this] { emit CameraSetupRequested(); });
   connect(list_, &QListWidget::itemDoubleClicked, this, [this] { accept(); });
   connect(colour_, &QCheckBox::toggled, this, [this](bool on) {
     if (!loading_) form_.Check_Color = on;
@@ -75,6 +86,7 @@ void GrabberDialog::LoadControls() {
   colour_->setEnabled(form_.Check_ColorEnabled);
   info_->setText(Q(form_.Label_Info));
   ok_->setEnabled(form_.Command_OKEnabled);
+  cameraSetup_->setEnabled(HasCameraSetup(form_));
   loading_ = false;
 }
 

@@ -29,12 +29,19 @@ class GrabberDialog : public QDialog {
   QLabel* InfoLabel() const { return info_; }
   QPushButton* OKButton() const { return ok_; }
   QPushButton* CancelButton() const { return cancel_; }
+  // "Camera Setup...": enabled while the chosen row is a driver with a
+  // camera setup of its own (the GenICam driver).
+  QPushButton* CameraSetupButton() const { return cameraSetup_; }
 
   // Reloads the controls from the presenter.
   void LoadControls();
 
   void accept() override;
   void reject() override;
+
+ signals:
+  // "Camera Setup..." was pressed.
+  void CameraSetupRequested();
 
  protected:
   void showEvent(QShowEvent*) override;
@@ -47,6 +54,7 @@ class GrabberDialog : public QDialog {
   QLabel* info_;
   QPushButton* ok_;
   QPushButton* cancel_;
+  QPushButton* cameraSetup_;
   bool loading_ = false;
 };
 
