@@ -43,6 +43,7 @@ struct RecordedDevice {
   // The device sends `n` frames: each fills the buffer queued first, or is
   // lost when none is queued. A damaged frame is marked so.
   void Send(int n = 1, bool damage = false) {
+    if (frames.empty()) return;  // a device with nothing recorded sends nothing
     for (int i = 0; i < n; ++i) {
       const std::vector<uint8_t>& frame = frames[played++ % frames.size()];
       if (!streaming || queued.empty()) {
