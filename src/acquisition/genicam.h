@@ -24,6 +24,8 @@ class MDIForm_Main;
 // kGenICamFakeCameraId. The environment variable SV_GENICAM_FAKE=1 turns it
 // on as well.
 void SetGenICamFakeOnly(bool on);
+// True when this build has the driver (Aravis is linked).
+bool GenICamSupported();
 bool GenICamFakeOnly();
 inline constexpr const char* kGenICamFakeCameraId = "Fake_1";
 
@@ -69,6 +71,9 @@ struct GenICamCameraInfo {
 // fake-only mode only the fake one is seen): called when the driver is
 // selected, when its setup opens, and by svbatch.
 std::vector<GenICamCameraInfo> GenICamDiscover();
+// The id of input `input` of the driver in use, from the cameras it found
+// (no new search); "" when there is none.
+std::string GenICamInputId(long input);
 
 // The bounds of a camera's controls and its present values.
 struct GenICamBounds {
@@ -106,9 +111,24 @@ struct GenICamStreamStats {
 };
 GenICamStreamStats GenICamStatistics();
 
+// Sets one GenICam feature of the open camera by its text value (an
+// enumeration, or a number), e.g. "TriggerMode" "On". False with a message
+// when no camera is open or the camera refuses.
+bool GenICamSetFeature(const std::string& feature, const std::string& value, std::string& error);
+
+// Why the last open, apply or read failed; "" after a success.
+std::string GenICamLastError();
+
 // The pixel formats the driver takes, and their shape: significant bits and
 // colour. False for a format it does not take.
 bool GenICamFormatShape(const std::string& format, long& bits, bool& color);
+
+// One frame of `format` as the camera sends it (`size` bytes of `data`, a
+// packed format as one run of pixels without line padding) into `dest`:
+// mono one sample a pixel, RGB8 three. False when the format is not taken,
+// the data is short or `dest` is too small.
+bool GenICamConvert(const std::string& format, const uint8_t* data, size_t size, long width,
+                    long height, Samples16 dest);
 
 // --- The setup dialog ---------------------------------------------------------------
 class Form_GenICamSetup {

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cctype>
 
+#include "acquisition/camera_driver.h"
 #include "acquisition/capture_devices.h"
+#include "acquisition/genicam.h"
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
 #include "core/globals.h"
@@ -18,6 +20,10 @@ namespace sv {
 namespace {
 
 GrabberGlobals g_grabber;
+
+// The driver object of a camera driver in use (GenICam, capture device):
+// made by GrabberLoad, opened by GrabberInit, let go by GrabberUnload.
+std::unique_ptr<CameraDriver> g_camera;
 
 struct FixedDriver {
   long number;
@@ -36,6 +42,7 @@ const FixedDriver kFixedDrivers[] = {
     {kDriverV1k12, "V1k12", "Video 1000 12Bit PCI"},
     {kDriverPixelFly, "PCCAM", "PCO PixelFly"},
     {kDriverUK1000, "CamUsb_API_vb6", "UK1000 USB2.0 Cameras"},
+    {kDriverGenICam, kGenICamStem, kGenICamDisplayName},
     {kDriverDummy, "DummyGrb", "Dummy Grabber"},
 };
 
@@ -48,11 +55,15 @@ bool IsCapture(long driver) {
   return driver >= kDriverCapture && driver < kDriverCapture + kCaptureDeviceCount;
 }
 
+// The drivers whose frames come from a CameraDriver object.
+bool IsCameraDriver(long driver) { return driver == kDriverGenICam || IsCapture(driver); }
+
 // The driver the wrappers talk to: the selected one once it is loaded, else
 // none, so that every wrapper gives its default.
 long Active() {
   const GrabberGlobals& b = g_grabber;
-  if (b.GrabberDriver >= kDriverDummy) return b.GrabberLibrary == -1 ? b.GrabberDriver : 0;
+  if (b.GrabberDriver >= kDriverDummy || b.GrabberDriver == kDriverGenICam)
+    return b.GrabberLibrary == -1 ? b.GrabberDriver : 0;
   return b.GrabberLibrary > 0 ? b.GrabberDriver : 0;
 }
 
@@ -82,7 +93,10 @@ std::vector<GrabberDriverEntry> GrabberDriverTable() {
     e.number = d.number;
     e.stem = d.stem;
     e.displayName = d.displayName;
-    e.available = d.number == kDriverNone || d.number == kDriverDummy;
+    // Listing the table looks for no camera: the GenICam row is there when
+    // the driver is built in.
+    e.available = d.number == kDriverNone || d.number == kDriverDummy ||
+                  (d.number == kDriverGenICam && GenICamSupported());
     out.push_back(e);
   }
   return out;
@@ -116,6 +130,10 @@ long GrabberDriverNumber(std::string& name) {
   if (stem == "V1RGB2K") return kDriverV1rgb2k;
   if (stem == "V1K12") return kDriverV1k12;
   if (stem == "DUMMYGRB") return kDriverDummy;
+  if (stem == "ARAVIS") {
+    name = kGenICamStem;
+    return kDriverGenICam;
+  }
   if (stem == "MSVIDEO") return kDriverCapture;
   if (!name.empty()) {
     CaptureDevices& devices = CaptureDeviceList();
@@ -147,7 +165,20 @@ bool GrabberSelect(const std::string& name) {
   Globals& g = G();
   g.GrabberOK = false;
   g.GrabberName = name;
-  if (GrabberLoad(g.GrabberName) && GrabberInit(g_grabber.GrabberSource)) g.GrabberOK = true;
+  if (GrabberLoad(g.GrabberName)) {
+    if (g_grabber.GrabberDriver == kDriverGenICam) {
+      // The camera's settings apply as it opens, and the camera they name
+      // is the source when it is found.
+      if (!g.IniFile.empty()) ReadGenICamSettings(Profile::Load(ResolveProfilePath(g.IniFile)));
+      const std::string& camera = GenICamConfig().Camera;
+      if (!camera.empty() && g_camera) {
+        const long inputs = g_camera->Inputs();
+        for (long i = 0; i < inputs; ++i)
+          if (GenICamInputId(i) == camera) g_grabber.GrabberSource = i;
+      }
+    }
+    if (GrabberInit(g_grabber.GrabberSource)) g.GrabberOK = true;
+  }
   // The settings of the camera, as the ini file in use holds them.
   if (!g.IniFile.empty()) ReadGrabberSettings(Profile::Load(ResolveProfilePath(g.IniFile)));
   return g.GrabberOK;
@@ -161,7 +192,14 @@ bool GrabberLoad(const std::string& name) {
   b.GrabberLibrary = 0;
   b.CaptureIndex = -1;
   b.Initialised = false;
+  g_camera.reset();
   if (b.GrabberDriver == kDriverNone) return false;
+  if (b.GrabberDriver == kDriverGenICam) {
+    g_camera = MakeGenICamDriver();
+    if (!g_camera) return false;
+    b.GrabberLibrary = -1;
+    return true;
+  }
   if (b.GrabberDriver < kDriverDummy) {
     if (!LoadClosedLibrary(b.GrabberDriver)) return false;
     return true;
@@ -170,6 +208,11 @@ bool GrabberLoad(const std::string& name) {
     b.CaptureIndex = b.GrabberDriver - kDriverCapture;
     // A device that is not there cannot be loaded.
     if (CaptureDeviceList().Description(int(b.CaptureIndex)).empty()) {
+      b.CaptureIndex = -1;
+      return false;
+    }
+    g_camera = MakeCaptureDriver(int(b.CaptureIndex));
+    if (!g_camera) {
       b.CaptureIndex = -1;
       return false;
     }
@@ -193,8 +236,8 @@ bool GrabberInit(long source) {
   bool ok = false;
   if (driver == kDriverDummy) {
     ok = true;
-  } else if (IsCapture(driver)) {
-    ok = CaptureDeviceList().CanOpen(int(b.CaptureIndex));
+  } else if (IsCameraDriver(driver) && g_camera) {
+    ok = g_camera->Open(source);
   }
   if (ok) {
     b.Initialised = true;
@@ -206,11 +249,15 @@ bool GrabberInit(long source) {
   return ok;
 }
 
-void GrabberClose() { g_grabber.Initialised = false; }
+void GrabberClose() {
+  g_grabber.Initialised = false;
+  if (g_camera) g_camera->Close();
+}
 
 void GrabberUnload() {
   GrabberGlobals& b = g_grabber;
   b.Initialised = false;
+  g_camera.reset();
   b.GrabberLibrary = 0;
   b.CaptureIndex = -1;
 }
@@ -221,25 +268,29 @@ std::string GrabberDllDate() {
   switch (Active()) {
     case kDriverDummy: return "Mar. 07, 2002 (R)";
     case kDriverNone: return "(disabled)";
-    default: return IsCapture(Active()) ? "video4linux" : "(disabled)";
+    default: return IsCameraDriver(Active()) && g_camera ? g_camera->Version() : "(disabled)";
   }
 }
 
 std::string GrabberInterfaceName() {
   const long driver = Active();
   if (driver == kDriverDummy) return "Dummy Grabber";
-  if (IsCapture(driver)) return GrabberDisplayName(driver);
+  if (IsCameraDriver(driver) && g_camera) return g_camera->InterfaceName();
   return "(none)";
 }
 
 std::string GrabberInputName(long input) {
-  (void)input;
+  if (IsCameraDriver(Active()) && g_camera) {
+    std::string name = g_camera->InputName(input);
+    if (!name.empty()) return name;
+  }
   return "Video Source";
 }
 
 long GrabberInputs() {
   const long driver = Active();
-  return driver == kDriverDummy || IsCapture(driver) ? 1 : 0;
+  if (IsCameraDriver(driver) && g_camera) return g_camera->Inputs();
+  return driver == kDriverDummy ? 1 : 0;
 }
 
 bool GrabberInput(long input) {
@@ -249,23 +300,42 @@ bool GrabberInput(long input) {
   return true;
 }
 
-long GrabberWidth() { return Active() == kDriverDummy ? kDummyWidth : 0; }
-long GrabberHeight() { return Active() == kDriverDummy ? kDummyHeight : 0; }
+// The camera driver that is up, or none.
+static CameraDriver* OpenCamera() {
+  return IsCameraDriver(Active()) && g_camera && g_camera->IsOpen() ? g_camera.get() : nullptr;
+}
+
+long GrabberWidth() {
+  if (CameraDriver* camera = OpenCamera()) return camera->Width();
+  return Active() == kDriverDummy ? kDummyWidth : 0;
+}
+
+long GrabberHeight() {
+  if (CameraDriver* camera = OpenCamera()) return camera->Height();
+  return Active() == kDriverDummy ? kDummyHeight : 0;
+}
 
 long GrabberBitsPerPixel() {
   const long driver = Active();
   if (driver == kDriverDummy) return kDummyBits;
+  if (CameraDriver* camera = OpenCamera()) return camera->Bits();
   return 8;
 }
 
 bool GrabberIsColor() {
   const long driver = Active();
-  if (driver == kDriverDummy || IsCapture(driver)) return g_grabber.GrabberColor;
+  if (driver == kDriverDummy) return g_grabber.GrabberColor;
+  // The camera drivers deliver what they say; a capture device follows
+  // GrabberColor by itself.
+  if (CameraDriver* camera = OpenCamera()) return camera->IsColor();
+  if (IsCapture(driver)) return g_grabber.GrabberColor;
   return false;  // driver 6 would ask its camera
 }
 
 bool GrabberDigitize() {
-  // Drivers 1, 3 and 4 digitise continuously; none of them loads here.
+  // Drivers 1, 3 and 4 digitise continuously; none of them loads here. The
+  // cameras start their stream.
+  if (CameraDriver* camera = OpenCamera()) return camera->Start();
   return false;
 }
 
@@ -274,9 +344,10 @@ long GrabberReadImage(Samples16 dest) {
   long result = kGrabberNoSync;
   switch (Active()) {
     case kDriverDummy: result = DummyReadImage(dest); break;
-    // The capture devices do not deliver frames yet; the closed drivers
-    // never load. Both read as "(No Sync)".
-    default: result = kGrabberNoSync; break;
+    // The closed drivers never load: "(No Sync)".
+    default:
+      if (CameraDriver* camera = OpenCamera()) result = camera->ReadImage(dest);
+      break;
   }
   PreviewStatus("");
   return result;
@@ -352,6 +423,7 @@ void ReadGrabberSettings(const Profile& ini) {
   b.OverlayTop = ini.GetInt("Overlay Window", "Top", 0);
   b.UseOverlay = ini.GetInt("Overlay Window", "UseOverlay", 0) != 0;
   G().NoiseReduction = ini.GetInt("Grabber", "NoiseReduction", 0) != 0;
+  ReadGenICamSettings(ini);
   // The name itself came with the hardware names; the menu shows it.
   if (MDIForm_Main* main = MainForm()) ShowGrabberSetupCaption(*main);
 }
@@ -366,6 +438,9 @@ void WriteGrabberSettings(Profile& ini) {
   ini.SetInt("Overlay Window", "Top", b.OverlayTop);
   ini.SetInt("Overlay Window", "UseOverlay", b.UseOverlay ? -1 : 0);
   ini.SetInt("Grabber", "NoiseReduction", G().NoiseReduction ? -1 : 0);
+  // The GenICam camera's section goes into the file once it has been used.
+  if (G().GrabberName == kGenICamStem || ini.Get(kGenICamSection, "PixelFormat"))
+    WriteGenICamSettings(ini);
 }
 
 void RegisterGrabberSettings() {

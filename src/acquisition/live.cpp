@@ -81,7 +81,12 @@ long ReadFrame(Form_Camera& image) {
   long result = GB().GrabberDriver == kDriverDummy ? DummyReadImage(dest) : GrabberReadImage(dest);
   if (result == kGrabberNoSync) {
     image.StatusLine = kNoSyncText;
-    if (DummyReadImage(dest) != 0) return -1;
+    // The dummy's frame stands in where it fits; a camera of another shape
+    // keeps its last frame under the notice.
+    const bool dummyShape = image.ImageWidth() == kDummyWidth &&
+                            image.ImageHeight() == kDummyHeight &&
+                            image.HasColors() == GB().GrabberColor;
+    if (dummyShape && DummyReadImage(dest) != 0) return -1;
   }
   return result;
 }

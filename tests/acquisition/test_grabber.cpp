@@ -7,7 +7,9 @@
 
 #include "acquisition/grabber_environment.h"
 #include "core/ini_profile.h"
+#include "acquisition/genicam.h"
 #include "grabber_fixture.h"
+#include "v4l2_fake_stream.h"
 #include "image/form_camera.h"
 #include "image/kernel/test_image.h"
 
@@ -83,22 +85,35 @@ TEST_F(GrabberTest, CaptureDevicesAreNumberedElevenPlusTheirIndex) {
   EXPECT_EQ(G().GrabberName, "");
 }
 
-TEST_F(GrabberTest, CaptureDevicesSelectWhenTheyOpenButDeliverNoFramesYet) {
+TEST_F(GrabberTest, CaptureDevicesSelectWhenTheyOpenAndTheWrappersForwardToThem) {
   devices.names = {{2, "USB Video"}};
   EXPECT_FALSE(GrabberSelect("USB Video")) << "listed but cannot be opened";
   EXPECT_FALSE(G().GrabberOK);
-  devices.openable = {2};
+  test::RecordedCaptureDevices recorded;
+  test::RecordedDevice& d = recorded.devices[2];
+  d.card = "USB Video";
+  d.width = 2;
+  d.height = 1;
+  d.frames = {{7, 9}};
+  SetCaptureDevices(&recorded);
   ASSERT_TRUE(GrabberSelect("USB Video"));
   EXPECT_EQ(GB().GrabberDriver, 13);
   EXPECT_EQ(GB().CaptureIndex, 2);
   EXPECT_EQ(GB().GrabberLibrary, -1);
   EXPECT_EQ(GrabberInterfaceName(), "USB Video");
+  EXPECT_EQ(GrabberDllDate(), "video4linux");
   EXPECT_EQ(GrabberInputs(), 1);
-  GB().GrabberColor = true;
-  EXPECT_TRUE(GrabberIsColor());
-  std::vector<uint16_t> frame(16, 7);
-  EXPECT_EQ(GrabberReadImage(frame), -2);
-  EXPECT_TRUE(std::all_of(frame.begin(), frame.end(), [](uint16_t v) { return v == 7; }));
+  EXPECT_EQ(std::tuple(GrabberWidth(), GrabberHeight(), GrabberBitsPerPixel()),
+            std::tuple(2L, 1L, 8L));
+  std::vector<uint16_t> frame(2);
+  EXPECT_EQ(GrabberReadImage(frame), -2) << "nothing sent yet";
+  d.Send(1);
+  ASSERT_EQ(GrabberReadImage(frame), 0);
+  EXPECT_EQ(frame, (std::vector<uint16_t>{7, 9}));
+  GrabberClose();
+  GrabberUnload();
+  EXPECT_FALSE(d.open);
+  SetCaptureDevices(&devices);
 }
 
 TEST_F(GrabberTest, WithoutADriverEveryWrapperGivesItsDefault) {
@@ -151,7 +166,9 @@ TEST_F(GrabberTest, ClosedDriversFailCleanly) {
   EXPECT_TRUE(host.messages.empty());
   const auto table = GrabberDriverTable();
   for (const auto& d : table)
-    EXPECT_EQ(d.available, d.number == 0 || d.number == 10) << d.displayName;
+    EXPECT_EQ(d.available, d.number == 0 || d.number == 10 ||
+                               (d.number == kDriverGenICam && GenICamSupported()))
+        << d.displayName;
 }
 
 TEST_F(GrabberTest, TheDummyAnswersByItselfWhateverTheIniSays) {

@@ -162,18 +162,18 @@ TEST_F(GrabberStartupTest, SetupListsTheDriversAndChangesAtRunTime) {
   ASSERT_TRUE(Main(main, "/B"));
   Form_GrabberInterface form(&main);
   form.Form_Load();
-  ASSERT_EQ(form.Drivers.size(), 9u) << "eight fixed rows and one device";
+  ASSERT_EQ(form.Drivers.size(), 10u) << "nine fixed rows and one device";
   ASSERT_EQ(form.List_Drivers.size(), form.Drivers.size());
   for (auto [row, text] : {std::pair{0, "(none)"}, {1, "Video 1000 S/W (not available)"},
-                           {7, "Dummy Grabber"}, {8, "USB Video"}})
+                           {7, "GenICam Camera (Aravis)"}, {8, "Dummy Grabber"}, {9, "USB Video"}})
     EXPECT_EQ(form.List_Drivers[size_t(row)], text);
-  EXPECT_EQ(form.Drivers[8].number, 12);
+  EXPECT_EQ(form.Drivers[9].number, 12);
   EXPECT_EQ(form.ListIndex, 0) << "no grabber: the first row";
   EXPECT_EQ(form.Label_Info, "No grabber");
   EXPECT_FALSE(form.Check_ColorEnabled);
 
   // To the dummy, in colour.
-  form.List_Drivers_Click(7);
+  form.List_Drivers_Click(8);
   EXPECT_TRUE(form.Check_ColorEnabled);
   form.Check_Color = true;
   form.Visible = true;
@@ -192,7 +192,7 @@ TEST_F(GrabberStartupTest, SetupListsTheDriversAndChangesAtRunTime) {
 
   // The dialog opens on the driver in use.
   form.Form_Load();
-  EXPECT_EQ(form.ListIndex, 7);
+  EXPECT_EQ(form.ListIndex, 8);
   EXPECT_TRUE(form.Check_Color);
 
   // To a driver that cannot come up here: the start-up message, no grabber,
@@ -214,7 +214,7 @@ TEST_F(GrabberStartupTest, SetupListsTheDriversAndChangesAtRunTime) {
   EXPECT_FALSE(form.Command_OK());
   EXPECT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(G().GrabberName, "");
-  form.List_Drivers_Click(7);
+  form.List_Drivers_Click(8);
   form.Command_Cancel();
   EXPECT_FALSE(G().GrabberOK);
   form.List_Drivers_Click(99);

@@ -7,6 +7,7 @@
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
 #include "grabber_fixture.h"
+#include "v4l2_fake_stream.h"
 #include "image/form_camera.h"
 #include "image/kernel/accumulate.h"
 
@@ -403,8 +404,13 @@ TEST_F(LiveTest, FullScreenShowsTheLivePicture) {
 }
 
 TEST_F(LiveTest, NoSyncShowsTheDummysFrameWithNotice) {
-  devices.names[0] = "USB Camera";
-  devices.openable.insert(0);
+  // A device of the dummy's size that sends nothing.
+  test::RecordedCaptureDevices recorded;
+  test::RecordedDevice& camera = recorded.devices[0];
+  camera.card = "USB Camera";
+  camera.width = kDummyWidth;
+  camera.height = kDummyHeight;
+  SetCaptureDevices(&recorded);
   ASSERT_TRUE(ChangeGrabber("USB Camera"));
   ASSERT_EQ(GB().GrabberDriver, kDriverCapture);
   const uint32_t frames = GB().DummyFrames;
@@ -416,6 +422,9 @@ TEST_F(LiveTest, NoSyncShowsTheDummysFrameWithNotice) {
                           [](uint16_t v) { return v > 0; }));
   ASSERT_TRUE(Average(*preview, 2));
   EXPECT_EQ(GB().DummyFrames, frames + 3);
+  GrabberClose();
+  GrabberUnload();
+  SetCaptureDevices(&devices);
 }
 
 TEST_F(LiveTest, NothingIsTakenWithoutAGrabber) {
