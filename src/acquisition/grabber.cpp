@@ -167,9 +167,8 @@ bool GrabberSelect(const std::string& name) {
   g.GrabberName = name;
   if (GrabberLoad(g.GrabberName)) {
     if (g_grabber.GrabberDriver == kDriverGenICam) {
-      // The camera's settings apply as it opens, and the camera they name
-      // is the source when it is found.
-      if (!g.IniFile.empty()) ReadGenICamSettings(Profile::Load(ResolveProfilePath(g.IniFile)));
+      // The settings in use apply as the camera opens, and the camera they
+      // name is the source when it is found.
       const std::string& camera = GenICamConfig().Camera;
       if (!camera.empty() && g_camera) {
         const long inputs = g_camera->Inputs();
@@ -180,7 +179,13 @@ bool GrabberSelect(const std::string& name) {
     if (GrabberInit(g_grabber.GrabberSource)) g.GrabberOK = true;
   }
   // The settings of the camera, as the ini file in use holds them.
-  if (!g.IniFile.empty()) ReadGrabberSettings(Profile::Load(ResolveProfilePath(g.IniFile)));
+  // The camera keeps the settings it was opened with: they are the ones in
+  // use, which may be newer than the file's.
+  if (!g.IniFile.empty()) {
+    const GenICamSettings inUse = GenICamConfig();
+    ReadGrabberSettings(Profile::Load(ResolveProfilePath(g.IniFile)));
+    GenICamConfig() = inUse;
+  }
   return g.GrabberOK;
 }
 

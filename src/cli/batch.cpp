@@ -7,6 +7,7 @@
 #include "acquisition/grabber.h"
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
+#include "cli/batch_grab.h"
 #include "cli/batch_host.h"
 #include "cli/batch_images.h"
 #include "cli/batch_scan.h"
@@ -71,137 +72,6 @@ int Settings(const std::vector<std::string>& args, std::ostream& out, std::ostre
   return 0;
 }
 
-// The driver table and the capture devices of this machine.
-int Grabbers(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-  if (args.size() > 1) return BadCommandLine(err, "grabbers takes no options");
-  auto row = [&](const std::string& number, const std::string& stem, const std::string& name,
-                 const std::string& available) {
-    char line[512];
-    std::snprintf(line, sizeof line, "%-7s %-16s %-28s %s\n", number.c_str(), stem.c_str(),
-                  name.c_str(), available.c_str());
-    out << line;
-  };
-  row("driver", "stem", "display name", "available");
-  for (const auto& d : GrabberDriverTable())
-    row(std::to_string(d.number), d.stem.empty() ? "-" : d.stem, d.displayName,
-        d.available ? "yes" : "no");
-  const auto devices = CaptureDriverEntries();
-  for (const auto& d : devices)
-    row(std::to_string(d.number), d.stem, d.displayName, d.available ? "yes" : "no");
-  if (devices.empty()) out << "no capture devices found\n";
-  return 0;
-}
-
-bool ParseLong(const std::string& text, long& value) {
-  char* end = nullptr;
-  const long v = std::strtol(text.c_str(), &end, 10);
-  if (text.empty() || *end != '\0') return false;
-  value = v;
-  return true;
-}
-
-// One frame, or an average, from the configured grabber (the simulated
-// camera when none is configured), written to a file.
-int GrabCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-  std::string path;
-  long filter = 0, average = 1;
-  bool subtract = false, haveEnergy = false;
-  double energy = 0;
-  for (size_t i = 1; i < args.size(); ++i) {
-    const std::string& a = args[i];
-    const bool takesValue = a == "--out" || a == "--filter" || a == "--average" || a == "--energy";
-    if (takesValue && i + 1 >= args.size()) return BadCommandLine(err, a + " needs a value");
-    if (a == "--out") {
-      path = args[++i];
-    } else if (a == "--filter") {
-      if (!ParseLong(args[++i], filter) || filter < 1 || filter > 12)
-        return BadCommandLine(err, "--filter takes 1 to 12");
-    } else if (a == "--average") {
-      if (!ParseLong(args[++i], average) || average < kAverageMin || average > kAverageMax)
-        return BadCommandLine(err, "--average takes 2 to 8192");
-    } else if (a == "--energy") {
-      char* end = nullptr;
-      const std::string& text = args[++i];
-      energy = std::strtod(text.c_str(), &end);
-      if (text.empty() || *end != '\0' || !std::isfinite(energy))
-        return BadCommandLine(err, "--energy takes a number of eV");
-      haveEnergy = true;
-    } else if (a == "--subtract-background") {
-      subtract = true;
-    } else {
-      return BadCommandLine(err, "unknown option " + a);
-    }
-  }
-  if (path.empty()) return BadCommandLine(err, "grab needs --out FILE");
-  if (filter == 0 && ImageFilterForPath(path) == 0)
-    return BadCommandLine(err, "the extension of " + path + " names no image format; give --filter N");
-
-  BatchHost batchHost(err);
-  HostScope scope(&batchHost);
-  ResetGlobals();
-  ResetGrabberGlobals();
-  ResetLiveGlobals();
-  Globals& g = G();
-  g.UserIniName = batchHost.UserName();
-  g.IniFile = FormIniFile(batchHost.ProgramFolder(), g.UserIniName);
-  InstallGrabberEnvironment();
-  ReadSettings(nullptr);
-  if (g.GrabberName.empty()) g.GrabberName = "DummyGrb";
-  if (haveEnergy) g.ElectronEnergy = float(energy);
-  g.NoiseReduction = false;  // one frame stands on its own
-  g.SubtractBackground = subtract ? -1 : 0;
-
-  MDIForm_Main main;
-  SetMainForm(&main);
-  struct MainScope {
-    ~MainScope() {
-      GrabberClose();
-      GrabberUnload();
-      ResetLiveGlobals();
-      SetMainForm(nullptr);
-    }
-  } mainScope;
-  RegisterImageDocuments(main);
-  LV().SaveBackground = nullptr;
-  if (!StartGrabber(g.GrabberName)) {
-    err << "svbatch: the grabber " << GrabberDisplayNameOf(g.GrabberName)
-        << " did not come up\n";
-    return 1;
-  }
-  Form_Camera* image = PreviewImage(&main);
-  if (!image) {
-    err << "svbatch: no image for the frame\n";
-    return 1;
-  }
-  if (subtract) {
-    if (auto* bg = dynamic_cast<Form_Camera*>(main.CreateImage())) g.BackgroundImageHandle = bg->Handle();
-    LoadBackgroundImage();
-    if (!g.BackgroundValid) {
-      err << "svbatch: no background image in " << BackgroundFilePath() << "\n";
-      return 1;
-    }
-  }
-  const bool ok = average > 1 ? Average(*image, average) : sv::Grab(*image) >= 0;
-  if (!ok) {
-    err << "svbatch: no frame came from " << GrabberDisplayNameOf(g.GrabberName) << "\n";
-    return 1;
-  }
-  if (!GrabWriter()) {
-    err << "svbatch: no image writer is built in; the frame was not saved\n";
-    return 1;
-  }
-  if (!GrabWriter()(*image, path, int(filter))) {
-    err << "svbatch: cannot write " << path << "\n";
-    return 1;
-  }
-  out << path << ": " << image->ImageWidth() << " x " << image->ImageHeight() << ", "
-      << image->ImageBitsPerPixel() << " bits" << (image->HasColors() ? ", colour" : "")
-      << ", " << (average > 1 ? std::to_string(average) + " frames" : std::string("1 frame"))
-      << " from " << GrabberDisplayNameOf(g.GrabberName) << " at " << g.ElectronEnergy
-      << " eV" << (subtract ? ", background subtracted" : "") << "\n";
-  return 0;
-}
-
 }  // namespace
 
 std::function<bool(Form_Camera&, const std::string& path, int filter)>& GrabWriter() {
@@ -220,15 +90,8 @@ std::string Usage() {
          "              the settings as the workbench reads them at start, one\n"
          "              Section/Key=value a line; a FILE without a folder is\n"
          "              looked for in the config folder\n"
-         "  grabbers    the grabber drivers: number, stem, display name and whether\n"
-         "              it can come up here, then the capture devices found\n"
-         "  grab --out FILE [--filter N] [--average N] [--subtract-background] [--energy EV]\n"
-         "              one frame, or the average of N (2 to 8192), from the configured\n"
-         "              grabber (the simulated camera when none is set) at the given\n"
-         "              electron energy, minus the background image if asked, saved\n"
-         "              with filter N (1 to 12; default from the file's extension)\n"
          "  help        this text\n" +
-         ImageUsage() + SheetUsage() + ScanUsage();
+         GrabUsage() + ImageUsage() + SheetUsage() + ScanUsage();
 }
 
 int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -242,7 +105,7 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
     return Version(out);
   }
   if (cmd == "settings") return Settings(args, out, err);
-  if (cmd == "grabbers") return Grabbers(args, out, err);
+  if (cmd == "grabbers") return GrabbersCommand(args, out, err);
   if (cmd == "image-info") return ImageInfo(args, out, err);
   if (cmd == "image-convert") return ImageConvert(args, out, err);
   if (cmd == "grab") return GrabCommand(args, out, err);

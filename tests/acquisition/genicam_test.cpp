@@ -185,10 +185,9 @@ TEST_F(GenICamTest, TheWrappersSelectTheFakeCameraAndGrabFollowsItsShape) {
   EXPECT_EQ(name, "Aravis");
 
   RegisterImageDocuments(main);
-  G().IniFile = host.root + "/SV4200.ini";
-  test::WriteFile(G().IniFile,
-                  "[Aravis]\r\nCamera=Fake_1\r\nPixelFormat=Mono16\r\nRegionWidth=48\r\n"
-                  "RegionHeight=24\r\nFrameRate=50\r\n");
+  // The section as read at start; the selection opens the camera with it.
+  ReadGrabberSettings(Profile::Parse("[Aravis]\r\nCamera=Fake_1\r\nPixelFormat=Mono16\r\n"
+                                     "RegionWidth=48\r\nRegionHeight=24\r\nFrameRate=50\r\n"));
   ASSERT_TRUE(GrabberSelect("Aravis")) << GenICamLastError();
   EXPECT_EQ(GrabberInputs(), 1);
   EXPECT_EQ(GrabberInputName(0), "Aravis Fake (1)");
