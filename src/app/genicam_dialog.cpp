@@ -84,7 +84,6 @@ GenICamDialog::GenICamDialog(MDIForm_Main& main, QWidget* parent)
   pair(0, 2, "&Y:", y_);
   pair(1, 0, "&Width:", width_);
   pair(1, 2, "&Height:", height_);
-  grid->addWidget(new QLabel("A width or height of 0 is the whole sensor.", region), 2, 0, 1, 4);
 
   auto* box = new QVBoxLayout(this);
   box->addLayout(exposureForm);

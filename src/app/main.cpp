@@ -11,6 +11,7 @@
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
 #include "app/app_environment.h"
+#include "app/genicam_dialog.h"
 #include "app/grabber_dialog.h"
 #include "app/live_views.h"
 #include "app/main_window.h"
@@ -103,6 +104,7 @@ int main(int argc, char** argv) {
     sv::RegisterLiveCommands(main);
     sv::app::MainWindow window(main, &host);
     sv::app::InstallGrabberDialog(main, &window);
+    sv::app::InstallGenICamDialog(main, &window);
     sv::app::InstallLiveViews(main, &window);
     sv::app::InstallDocumentDialogs(&window);
     sv::app::InstallWindowTools(main, &window);
