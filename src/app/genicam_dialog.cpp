@@ -178,6 +178,8 @@ void GenICamDialog::showEvent(QShowEvent* e) {
   form_.Form_Load();
   form_.Visible = true;
   LoadControls();
+  // The camera's ranges may take more lines than the dialog was sized for.
+  adjustSize();
   QDialog::showEvent(e);
 }
 

@@ -28,11 +28,13 @@
 #include <fstream>
 #include <memory>
 
+#include "acquisition/genicam.h"
 #include "acquisition/grabber.h"
 #include "analysis/form_window_setup.h"
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
 #include "app/app_environment.h"
+#include "app/genicam_dialog.h"
 #include "app/grabber_dialog.h"
 #include "app/live_views.h"
 #include "app/image_window.h"
@@ -184,6 +186,12 @@ class TestWorkbench : public QObject {
   }
 
  private slots:
+  // Only Aravis's in-process fake camera is ever looked for.
+  void initTestCase() {
+    qputenv("SV_GENICAM_FAKE", "1");
+    SetGenICamFakeOnly(true);
+  }
+
   void init() {
     ResetGlobals();
     host_ = std::make_unique<QueueHost>();
@@ -202,6 +210,10 @@ class TestWorkbench : public QObject {
     WindowScanResultForm().Hide();
     Hooks() = AnalysisHooks();
     ResetWindowGlobals();
+    // A camera let go before the next test.
+    GrabberClose();
+    GrabberUnload();
+    GenICamConfig() = GenICamSettings();
     window_.reset();
     main_.reset();
     // The grabber's plug-ins go with the window they were made for.
@@ -1245,6 +1257,128 @@ class TestWorkbench : public QObject {
     QCOMPARE(WG().ScanWindows[1].Y1, 58);
     QCOMPARE(QString::fromStdString(host_->fileDialogs.front().title), QString("Save Parameter"));
     QCOMPARE(QString::fromStdString(host_->fileDialogs.back().title), QString("Load Parameter"));
+  }
+
+  // The fake GenICam camera chosen in the grabber dialog runs the live
+  // picture at its own size, grabs, averages and is scanned in a window.
+  void genicamCameraPreviewsGrabsAveragesAndScans() {
+    InstallGrabberEnvironment();
+    RegisterGrabberCommands(*main_);
+    RegisterLiveCommands(*main_);
+    app::GrabberDialog* dialog = app::InstallGrabberDialog(*main_, window_.get());
+    const app::WindowTools tools = app::InstallWindowTools(*main_, window_.get());
+    main_->PrepareMenu("mnuSetup");
+    main_->Click("mnuGrabberSetup");
+    const auto found =
+        dialog->DriverList()->findItems(kGenICamDisplayName, Qt::MatchExactly);
+    QCOMPARE(found.size(), 1);
+    QVERIFY(!dialog->CameraSetupButton()->isEnabled());
+    dialog->DriverList()->setCurrentItem(found.front());
+    QVERIFY(dialog->CameraSetupButton()->isEnabled());
+    QTest::mouseClick(dialog->OKButton(), Qt::LeftButton);
+    QVERIFY2(G().GrabberOK, GenICamLastError().c_str());
+    QCOMPARE(QString::fromStdString(G().GrabberName), QString(kGenICamStem));
+    Form_Camera* live = PreviewImage();
+    QVERIFY(live);
+    const long width = GrabberWidth(), height = GrabberHeight();
+    QVERIFY(width > 0 && height > 0);
+    QCOMPARE(live->ImageWidth(), width);
+    QCOMPARE(live->ImageHeight(), height);
+
+    main_->PrepareAllMenus();
+    window_->ToolbarAction("Preview")->trigger();
+    QVERIFY(PreviewRunning());
+    const uint64_t before = GenICamStatistics().Delivered;
+    for (int i = 0; i < 3; ++i) host_->FireTimers();
+    QCOMPARE(GenICamStatistics().Delivered, before + 3);
+    QCOMPARE(QString::fromStdString(live->StatusLine), QString(""));
+    QCOMPARE(live->ImageWidth(), width);
+    // The camera's ramp, not the dummy's screen.
+    const uint16_t* p = live->ImagePtr();
+    QVERIFY(p[1] != p[0] || p[size_t(width)] != p[0]);
+    main_->SetActiveChild(live->Handle());
+    QVERIFY(GrabPicture().save("/tmp/g7_genicam_live.png"));
+    window_->grab().save("/tmp/g7_genicam_workbench.png");
+    window_->ToolbarAction("Preview")->trigger();
+    QVERIFY(!PreviewRunning());
+
+    window_->ToolbarAction("Grab")->trigger();
+    QCOMPARE(GenICamStatistics().Delivered, before + 4);
+    host_->AnswerInput(std::string("4"));
+    window_->ToolbarAction("Average")->trigger();
+    QCOMPARE(GenICamStatistics().Delivered, before + 8);
+    QCOMPARE(QString::fromStdString(live->UndoName()), QString("Average 4x"));
+
+    // A window drawn on the running picture and scanned with F5.
+    window_->ToolbarAction("Preview")->trigger();
+    host_->FireTimers();
+    main_->SetActiveChild(live->Handle());
+    main_->PrepareMenu("mnuScan");
+    window_->MenuAction("mnuWindowSetup")->trigger();
+    QVERIFY(tools.setup->isVisible());
+    DragOnPicture(live, width / 4, height / 4, width / 4 + 40, height / 4 + 30);
+    QVERIFY(WG().CurrentWindow >= 0);
+    host_->FireTimers();
+    QTest::keyClick(tools.setup, Qt::Key_F5);
+    QVERIFY(tools.result->isVisible());
+    const QString report = tools.result->Text()->toPlainText();
+    QVERIFY2(report.startsWith("Parameter:\nX1 = "), qPrintable(report));
+    QVERIFY(report.contains(QString("I.max = ")));
+    QTest::mouseClick(tools.setup->CloseButton(), Qt::LeftButton);
+  }
+
+  // Camera Setup from the grabber dialog: a region off the sensor is refused
+  // with its message; Mono16 and a smaller region come with the next frames.
+  void genicamSetupChangesFormatAndRegion() {
+    InstallGrabberEnvironment();
+    RegisterGrabberCommands(*main_);
+    RegisterLiveCommands(*main_);
+    app::GrabberDialog* grabber = app::InstallGrabberDialog(*main_, window_.get());
+    app::GenICamDialog* setup = app::InstallGenICamDialog(*main_, window_.get());
+    QVERIFY2(StartGrabber(kGenICamStem), GenICamLastError().c_str());
+    main_->PrepareAllMenus();
+    window_->ToolbarAction("Preview")->trigger();
+    host_->FireTimers();
+    Form_Camera* live = PreviewImage();
+    QCOMPARE(live->ImageBitsPerPixel(), 8L);
+
+    main_->Click("mnuGrabberSetup");
+    QVERIFY(grabber->CameraSetupButton()->isEnabled());
+    QTest::mouseClick(grabber->CameraSetupButton(), Qt::LeftButton);
+    QVERIFY(setup->isVisible());
+    QCOMPARE(setup->windowTitle(), QString("GenICam Camera Setup"));
+    QCOMPARE(setup->CameraBox()->count(), 1);
+    QVERIFY(setup->CameraBox()->currentText().endsWith(")"));
+    QVERIFY(setup->OKButton()->isEnabled());
+    const int mono16 = setup->PixelFormatBox()->findText("Mono16");
+    QVERIFY(mono16 >= 0);
+    setup->PixelFormatBox()->setCurrentIndex(mono16);
+    setup->XText()->setText("64");
+    setup->YText()->setText("32");
+    setup->WidthText()->setText("320");
+    setup->HeightText()->setText("99999");
+    host_->queue.push_back(MsgResult::OK);
+    QTest::mouseClick(setup->OKButton(), Qt::LeftButton);
+    QVERIFY(setup->isVisible());
+    QCOMPARE(QString::fromStdString(host_->messages.back().title),
+             QString("GenICam Camera Setup"));
+    QVERIFY(QString::fromStdString(host_->messages.back().text).startsWith("The region's height"));
+    setup->HeightText()->setText("240");
+    setup->grab().save("/tmp/g7_genicam_setup.png");
+    QTest::mouseClick(setup->OKButton(), Qt::LeftButton);
+    QVERIFY(!setup->isVisible());
+    QCOMPARE(QString::fromStdString(GenICamConfig().PixelFormat), QString("Mono16"));
+    QCOMPARE(GB().GrabberBits, 16L);
+    QTest::mouseClick(grabber->CancelButton(), Qt::LeftButton);
+
+    const uint64_t before = GenICamStatistics().Delivered;
+    for (int i = 0; i < 2; ++i) host_->FireTimers();
+    QCOMPARE(GenICamStatistics().Delivered, before + 2);
+    QVERIFY(PreviewRunning());
+    QCOMPARE(live->ImageWidth(), 320L);
+    QCOMPARE(live->ImageHeight(), 240L);
+    QCOMPARE(live->ImageBitsPerPixel(), 16L);
+    QCOMPARE(QString::fromStdString(live->StatusLine), QString(""));
   }
 };
 
