@@ -15,7 +15,6 @@
 namespace sv {
 
 class Profile;
-class MDIForm_Main;
 
 // --- Fake-only mode ---------------------------------------------------------------
 // With it on, only Aravis's in-process fake camera is offered: the GigE Vision
@@ -135,8 +134,6 @@ class Form_GenICamSetup {
  public:
   static constexpr const char* kTitle = "GenICam Camera Setup";
 
-  explicit Form_GenICamSetup(MDIForm_Main* main = nullptr);
-
   // Finds the cameras (Combo_Camera), selects the one of the settings and
   // loads the fields from the settings, or the camera's own values where the
   // settings leave them open. A camera that cannot be opened is told through
@@ -181,7 +178,6 @@ class Form_GenICamSetup {
   void LoadCamera(int index);
   void LoadFields(const GenICamSettings& values);
 
-  MDIForm_Main* main_;
   GenICamBounds bounds_;
   bool hasBounds_ = false;
 };

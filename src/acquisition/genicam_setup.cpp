@@ -56,8 +56,6 @@ bool InUseOn(const std::string& id) {
 
 }  // namespace
 
-Form_GenICamSetup::Form_GenICamSetup(MDIForm_Main* main) : main_(main) {}
-
 void Form_GenICamSetup::Form_Load() {
   Cameras = GenICamDiscover();
   Combo_Camera.clear();
