@@ -35,7 +35,7 @@ QLineEdit* Field(const char* name, QWidget* parent) {
 }  // namespace
 
 GenICamDialog::GenICamDialog(MDIForm_Main& main, QWidget* parent)
-    : QDialog(parent), main_(main), form_(&main) {
+    : QDialog(parent), main_(main) {
   setObjectName("Form_GenICamSetup");
   setWindowTitle(Form_GenICamSetup::kTitle);
   setModal(true);
