@@ -116,8 +116,7 @@ TEST(GenICamConvertTest, EachFormatUnpacksOnceIntoSamples) {
 
 TEST_F(GenICamTest, Mono8AndMono16FramesFromTheFakeCameraCarryItsRamp) {
   OpenFake(Format("Mono8", 64, 16));
-  EXPECT_EQ(driver->Inputs(), 1);
-  EXPECT_EQ(driver->InputName(0), "Aravis Fake (1)");
+  EXPECT_EQ(std::tuple(driver->Inputs(), driver->InputName(0)), std::tuple(1L, "Aravis Fake (1)"));
   EXPECT_EQ(std::tuple(driver->Width(), driver->Height(), driver->Bits(), driver->IsColor()),
             std::tuple(64L, 16L, 8L, false));
   ExpectRamp(Frame(), 64, 16, false);
@@ -129,9 +128,8 @@ TEST_F(GenICamTest, Mono8AndMono16FramesFromTheFakeCameraCarryItsRamp) {
             std::tuple(40L, 10L, 16L));
   ExpectRamp(Frame(), 40, 10, true);
   const GenICamStreamStats s = GenICamStatistics();
-  EXPECT_EQ(s.Delivered, 1u);
+  EXPECT_EQ(std::tuple(s.Delivered, s.Failed), std::tuple(1u, 0u));
   EXPECT_GE(s.Completed, 1u);
-  EXPECT_EQ(s.Failed, 0u);
 }
 
 TEST_F(GenICamTest, TheShapeFollowsFormatAndRegionBetweenFrames) {
@@ -189,9 +187,8 @@ TEST_F(GenICamTest, TheWrappersSelectTheFakeCameraAndGrabFollowsItsShape) {
   ReadGrabberSettings(Profile::Parse("[Aravis]\r\nCamera=Fake_1\r\nPixelFormat=Mono16\r\n"
                                      "RegionWidth=48\r\nRegionHeight=24\r\nFrameRate=50\r\n"));
   ASSERT_TRUE(GrabberSelect("Aravis")) << GenICamLastError();
-  EXPECT_EQ(GrabberInputs(), 1);
-  EXPECT_EQ(GrabberInputName(0), "Aravis Fake (1)");
-  EXPECT_EQ(GrabberInterfaceName(), "GenICam Camera (Aravis)");
+  EXPECT_EQ(std::tuple(GrabberInputs(), GrabberInputName(0), GrabberInterfaceName()),
+            std::tuple(1L, "Aravis Fake (1)", "GenICam Camera (Aravis)"));
   EXPECT_EQ(GrabberDllDate().rfind("Aravis 0.8", 0), 0u);
   EXPECT_EQ(std::tuple(GrabberWidth(), GrabberHeight(), GrabberBitsPerPixel(), GrabberIsColor()),
             std::tuple(48L, 24L, 16L, false));
@@ -219,9 +216,8 @@ TEST_F(GenICamTest, TheWrappersSelectTheFakeCameraAndGrabFollowsItsShape) {
     last.assign(image->ImagePtr(), image->ImagePtr() + 20 * 10);
     result = Grab(*image);
   }
-  EXPECT_EQ(result, kGrabberNoSync);
-  EXPECT_EQ(image->StatusLine, "(No Sync)");
-  EXPECT_EQ(image->ImageWidth(), 20);
+  EXPECT_EQ(std::tuple(result, image->StatusLine, image->ImageWidth()),
+            std::tuple(kGrabberNoSync, "(No Sync)", 20L));
   EXPECT_TRUE(std::equal(last.begin(), last.end(), image->ImagePtr()));
 }
 
@@ -266,23 +262,18 @@ TEST_F(GenICamTest, TheSetupChecksEachFieldAgainstTheCamera) {
   EXPECT_EQ(GenICamConfig(), GenICamSettings()) << "nothing kept from a refused entry";
 
   setup = loaded;
-  setup.Text_Exposure = "2500,5";
-  setup.Text_Gain = "3";
-  setup.Text_FrameRate = "40";
+  std::tie(setup.Text_Exposure, setup.Text_Gain, setup.Text_FrameRate) = std::tuple("2500,5", "3", "40");
   setup.PixelFormatIndex = int(std::find(setup.Combo_PixelFormat.begin(),
                                          setup.Combo_PixelFormat.end(), "Mono16") -
                                setup.Combo_PixelFormat.begin());
-  setup.Text_X = "8";
-  setup.Text_Y = "4";
-  setup.Text_Width = "24";
-  setup.Text_Height = "12";
+  std::tie(setup.Text_X, setup.Text_Y, setup.Text_Width, setup.Text_Height) =
+      std::tuple("8", "4", "24", "12");
   setup.Visible = true;
   ASSERT_TRUE(setup.Command_OK());
   EXPECT_FALSE(setup.Visible);
   const GenICamSettings kept = GenICamConfig();
-  EXPECT_EQ(kept.Camera, "Fake_1");
-  EXPECT_EQ(kept.ExposureTime, 2500.5);
-  EXPECT_EQ(kept.PixelFormat, "Mono16");
+  EXPECT_EQ(std::tuple(kept.Camera, kept.ExposureTime, kept.PixelFormat),
+            std::tuple("Fake_1", 2500.5, "Mono16"));
   EXPECT_EQ(std::tuple(driver->Width(), driver->Height(), driver->Bits()),
             std::tuple(24L, 12L, 16L));
 
@@ -290,8 +281,8 @@ TEST_F(GenICamTest, TheSetupChecksEachFieldAgainstTheCamera) {
   G().GrabberName = "Aravis";
   Profile ini;
   WriteGrabberSettings(ini);
-  EXPECT_EQ(ini.GetString("Aravis", "ExposureTime", ""), "2500.5");
-  EXPECT_EQ(ini.GetString("Aravis", "RegionWidth", ""), "24");
+  EXPECT_EQ(std::tuple(ini.GetString("Aravis", "ExposureTime", ""), ini.GetString("Aravis", "RegionWidth", "")),
+            std::tuple("2500.5", "24"));
   GenICamConfig() = GenICamSettings();
   ReadGrabberSettings(Profile::Parse(ini.Text()));
   EXPECT_EQ(GenICamConfig(), kept);

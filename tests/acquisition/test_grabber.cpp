@@ -65,9 +65,8 @@ TEST_F(GrabberTest, CaptureDevicesAreNumberedElevenPlusTheirIndex) {
   ASSERT_EQ(entries.size(), 3u);
   EXPECT_EQ(std::tuple(entries[0].number, entries[1].number, entries[2].number),
             std::tuple(11, 14, 20));
-  EXPECT_EQ(entries[1].stem, "USB Video");
-  EXPECT_EQ(entries[1].displayName, "USB Video");
-  EXPECT_TRUE(entries[1].available);
+  EXPECT_EQ(std::tuple(entries[1].stem, entries[1].displayName, entries[1].available),
+            std::tuple("USB Video", "USB Video", true));
 
   std::string name = "USB Video";
   EXPECT_EQ(GrabberDriverNumber(name), 14);
@@ -97,12 +96,10 @@ TEST_F(GrabberTest, CaptureDevicesSelectWhenTheyOpenAndTheWrappersForwardToThem)
   d.frames = {{7, 9}};
   SetCaptureDevices(&recorded);
   ASSERT_TRUE(GrabberSelect("USB Video"));
-  EXPECT_EQ(GB().GrabberDriver, 13);
-  EXPECT_EQ(GB().CaptureIndex, 2);
-  EXPECT_EQ(GB().GrabberLibrary, -1);
-  EXPECT_EQ(GrabberInterfaceName(), "USB Video");
-  EXPECT_EQ(GrabberDllDate(), "video4linux");
-  EXPECT_EQ(GrabberInputs(), 1);
+  EXPECT_EQ(std::tuple(GB().GrabberDriver, GB().CaptureIndex, GB().GrabberLibrary),
+            std::tuple(13, 2, -1));
+  EXPECT_EQ(std::tuple(GrabberInterfaceName(), GrabberDllDate(), GrabberInputs()),
+            std::tuple("USB Video", "video4linux", 1L));
   EXPECT_EQ(std::tuple(GrabberWidth(), GrabberHeight(), GrabberBitsPerPixel()),
             std::tuple(2L, 1L, 8L));
   std::vector<uint16_t> frame(2);
@@ -120,31 +117,21 @@ TEST_F(GrabberTest, WithoutADriverEveryWrapperGivesItsDefault) {
   GB().GrabberColor = true;  // the global alone does not make a colour grabber
   EXPECT_FALSE(GrabberLoad(""));
   EXPECT_EQ(GB().GrabberDriver, 0);
-  EXPECT_FALSE(GrabberInit(0));
-  EXPECT_EQ(GrabberDllDate(), "(disabled)");
-  EXPECT_EQ(GrabberInterfaceName(), "(none)");
-  EXPECT_EQ(GrabberInputName(0), "Video Source");
-  EXPECT_EQ(GrabberInputs(), 0);
-  EXPECT_FALSE(GrabberInput(0));
-  EXPECT_EQ(GrabberWidth(), 0);
-  EXPECT_EQ(GrabberHeight(), 0);
-  EXPECT_EQ(GrabberBitsPerPixel(), 8);
-  EXPECT_FALSE(GrabberIsColor());
-  EXPECT_FALSE(GrabberDigitize());
+  EXPECT_EQ(std::tuple(GrabberDllDate(), GrabberInterfaceName(), GrabberInputName(0), GrabberInputs()),
+            std::tuple("(disabled)", "(none)", "Video Source", 0L));
+  EXPECT_EQ(std::tuple(GrabberWidth(), GrabberHeight(), GrabberBitsPerPixel()), std::tuple(0L, 0L, 8L));
+  EXPECT_EQ(std::tuple(GrabberInit(0), GrabberInput(0), GrabberIsColor(), GrabberDigitize()),
+            std::tuple(false, false, false, false));
   std::vector<uint16_t> frame(64, 0x5555);
   EXPECT_EQ(GrabberReadImage(frame), -2);
   EXPECT_TRUE(std::all_of(frame.begin(), frame.end(), [](uint16_t v) { return v == 0x5555; }));
-  EXPECT_FALSE(GrabberScanLine(0, 0, 10, 10, {}));
-  EXPECT_FALSE(GrabberScanFrame(0, 0, 10, 10, {}));
-  EXPECT_FALSE(GrabberRoi(0, 0, 10, 10));
-  EXPECT_TRUE(GrabberSync());
-  EXPECT_FALSE(GrabberHasOverlay());
-  EXPECT_FALSE(GrabberDisplayOverlay(true));
-  EXPECT_FALSE(GrabberOverlayDrawLine(0, 0, 1, 1, 0xFF));
-  EXPECT_FALSE(GrabberOverlayDrawFrame(0, 0, 1, 1, 0xFF));
-  EXPECT_FALSE(GrabberOverlaySize(10, 10));
-  EXPECT_FALSE(GrabberOverlayClear());
-  EXPECT_FALSE(GrabberOffersDialogs());
+  EXPECT_EQ(std::tuple(GrabberScanLine(0, 0, 10, 10, {}), GrabberScanFrame(0, 0, 10, 10, {}),
+                       GrabberRoi(0, 0, 10, 10), GrabberSync()),
+            std::tuple(false, false, false, true));
+  EXPECT_EQ(std::tuple(GrabberHasOverlay(), GrabberDisplayOverlay(true),
+                       GrabberOverlayDrawLine(0, 0, 1, 1, 0xFF), GrabberOverlayDrawFrame(0, 0, 1, 1, 0xFF),
+                       GrabberOverlaySize(10, 10), GrabberOverlayClear(), GrabberOffersDialogs()),
+            std::tuple(false, false, false, false, false, false, false));
   EXPECT_TRUE(host.messages.empty()) << "a missing scan buffer matters only to drivers 1 and 3";
 }
 
@@ -155,12 +142,10 @@ TEST_F(GrabberTest, ClosedDriversFailCleanly) {
     EXPECT_NE(GB().GrabberDriver, 0) << name << " keeps its number for the message";
     EXPECT_EQ(GB().GrabberLibrary, 0) << name;
     // Nothing dispatches to a driver that never loaded.
-    EXPECT_FALSE(GrabberInit(0)) << name;
-    EXPECT_EQ(GrabberWidth(), 0) << name;
-    EXPECT_EQ(GrabberDllDate(), "(disabled)") << name;
     std::vector<uint16_t> frame(4);
-    EXPECT_EQ(GrabberReadImage(frame), -2) << name;
-    EXPECT_FALSE(GrabberScanLine(0, 0, 1, 1, {})) << name;
+    EXPECT_EQ(std::tuple(GrabberInit(0), GrabberWidth(), GrabberDllDate(), GrabberReadImage(frame),
+                         GrabberScanLine(0, 0, 1, 1, {})),
+              std::tuple(false, 0L, "(disabled)", -2L, false)) << name;
   }
   EXPECT_EQ(G().GrabberName, "CamUsb_API_vb6");
   EXPECT_TRUE(host.messages.empty());
@@ -181,15 +166,12 @@ TEST_F(GrabberTest, TheDummyAnswersByItselfWhateverTheIniSays) {
   EXPECT_EQ(GB().GrabberLibrary, -1);
   EXPECT_EQ(std::tuple(GrabberWidth(), GrabberHeight(), GrabberBitsPerPixel()),
             std::tuple(384, 288, 12));
-  EXPECT_EQ(GrabberDllDate(), "Mar. 07, 2002 (R)");
-  EXPECT_EQ(GrabberInterfaceName(), "Dummy Grabber");
-  EXPECT_EQ(GrabberInputName(0), "Video Source");
-  EXPECT_EQ(GrabberInputs(), 1);
+  EXPECT_EQ(std::tuple(GrabberDllDate(), GrabberInterfaceName(), GrabberInputName(0), GrabberInputs()),
+            std::tuple("Mar. 07, 2002 (R)", "Dummy Grabber", "Video Source", 1L));
   EXPECT_FALSE(GrabberIsColor());
   GB().GrabberColor = true;
   EXPECT_TRUE(GrabberIsColor());
-  EXPECT_FALSE(GrabberInput(1));
-  EXPECT_TRUE(GrabberInput(0));
+  EXPECT_EQ(std::tuple(GrabberInput(1), GrabberInput(0)), std::tuple(false, true));
   // The init shows its status text and clears it again.
   auto at = std::find(host.status.begin(), host.status.end(), "Grabber initializing...");
   ASSERT_NE(at, host.status.end());
@@ -210,10 +192,7 @@ TEST_F(GrabberTest, DummyFramesAreTheScreenAtTheEnergyAndTimeOfNow) {
   std::vector<uint16_t> frame(size.Samples()), expected(size.Samples());
   ASSERT_EQ(GrabberReadImage(frame), 0);
   TestImageParams p;
-  p.Energy = 150.0;
-  p.Time = 20.0;
-  p.Seed = 1;
-  p.Bits = 12;
+  std::tie(p.Energy, p.Time, p.Seed, p.Bits) = std::tuple(150.0, 20.0, 1, 12);
   ASSERT_TRUE(SV_test_image(size, expected, p));
   EXPECT_EQ(frame, expected);
   EXPECT_LE(*std::max_element(frame.begin(), frame.end()), 4095);
@@ -283,9 +262,8 @@ TEST_F(GrabberTest, SettingsPairRoundTrip) {
   G().NoiseReduction = true;
   GB().CameraImageWidth = 99;
   ReadSettings(nullptr);
-  EXPECT_EQ(GB().CameraImageWidth, 0);
-  EXPECT_FALSE(G().NoiseReduction);
-  EXPECT_FALSE(GB().UseOverlay);
+  EXPECT_EQ(std::tuple(GB().CameraImageWidth, bool(G().NoiseReduction), bool(GB().UseOverlay)),
+            std::tuple(0, false, false));
 
   test::WriteFile(G().IniFile,
                   "[Camera Image]\r\nLeft=10\r\nTop=20\r\nWidth=768\r\nHeight=576\r\n"
@@ -304,10 +282,9 @@ TEST_F(GrabberTest, SettingsPairRoundTrip) {
   G().NoiseReduction = false;
   WriteSettings(nullptr);
   const Profile ini = Profile::Load(G().IniFile);
-  EXPECT_EQ(ini.GetString("Camera Image", "Left", "?"), "-3");
-  EXPECT_EQ(ini.GetString("Camera Image", "Width", "?"), "768");
-  EXPECT_EQ(ini.GetString("Overlay Window", "UseOverlay", "?"), "0");
-  EXPECT_EQ(ini.GetString("Grabber", "NoiseReduction", "?"), "0");
+  EXPECT_EQ(std::tuple(ini.GetString("Camera Image", "Left", "?"), ini.GetString("Camera Image", "Width", "?"),
+                       ini.GetString("Overlay Window", "UseOverlay", "?"), ini.GetString("Grabber", "NoiseReduction", "?")),
+            std::tuple("-3", "768", "0", "0"));
   GB().UseOverlay = true;
   G().NoiseReduction = true;
   WriteSettings(nullptr);

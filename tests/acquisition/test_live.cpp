@@ -3,6 +3,7 @@
 // full-screen picture.
 
 #include <filesystem>
+#include <tuple>
 
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
@@ -92,10 +93,9 @@ TEST(FrameRateTest, OneDecimalAndHertz) {
 TEST_F(LiveTest, PreviewRunsOnItsTimerShowsTheRateAndStopsOnTheSecondClick) {
   host.tick = 40;  // every clock reading is 40 ms after the last
   main.Click("mnuPreview");
-  EXPECT_TRUE(PreviewRunning());
-  EXPECT_EQ(host.RunningTimers(), 1u);
-  EXPECT_TRUE(main.FindMenu("mnuPreview")->checked);
-  EXPECT_TRUE(main.FindButton("Preview")->checked);
+  EXPECT_EQ(std::tuple(PreviewRunning(), host.RunningTimers(), main.FindMenu("mnuPreview")->checked,
+                       main.FindButton("Preview")->checked),
+            std::tuple(true, size_t(1), true, true));
   const uint32_t frames = GB().DummyFrames;
   EXPECT_GE(frames, 1u) << "one grab before the timer";
   for (int i = 0; i < 3; ++i) host.FireTimers();
@@ -103,9 +103,8 @@ TEST_F(LiveTest, PreviewRunsOnItsTimerShowsTheRateAndStopsOnTheSecondClick) {
   // Start, the dummy's reading, end: two steps of 40 ms.
   EXPECT_EQ(main.Panel(kPanelFrameRate), "12.5 Hz");
   main.Click("mnuPreview");
-  EXPECT_FALSE(PreviewRunning());
-  EXPECT_EQ(host.RunningTimers(), 0u);
-  EXPECT_FALSE(main.FindButton("Preview")->checked);
+  EXPECT_EQ(std::tuple(PreviewRunning(), host.RunningTimers(), main.FindButton("Preview")->checked),
+            std::tuple(false, size_t(0), false));
   host.FireTimers();
   EXPECT_EQ(GB().DummyFrames, frames + 3);
 }
@@ -121,9 +120,8 @@ TEST_F(LiveTest, TheFramePathKeepsItsBuffers) {
   const uint16_t* grab = preview->GrabPtr();
   const long builds = preview->LutBuilds();
   for (int i = 0; i < 5; ++i) host.FireTimers();
-  EXPECT_EQ(preview->ImagePtr(), image);
-  EXPECT_EQ(preview->ImagePtr8(), display);
-  EXPECT_EQ(preview->GrabPtr(), grab);
+  EXPECT_EQ(std::tuple(preview->ImagePtr(), preview->ImagePtr8(), preview->GrabPtr()),
+            std::tuple(image, display, grab));
   EXPECT_EQ(preview->LutBuilds(), builds) << "the table is built only when its limits move";
   EXPECT_TRUE(host.messages.empty());
 
@@ -144,8 +142,7 @@ TEST_F(LiveTest, AGrabReplacesTheFrameAndNoiseReductionMixesItIn) {
   next = NextFrames(1);
   ASSERT_TRUE(SV_avg_hist(Samples(), next, mean, kNoiseReductionFrames));
   main.Click("mnuAvgHist");
-  EXPECT_TRUE(G().NoiseReduction);
-  EXPECT_TRUE(main.FindMenu("mnuAvgHist")->checked);
+  EXPECT_EQ(std::tuple(G().NoiseReduction, main.FindMenu("mnuAvgHist")->checked), std::tuple(true, true));
   EXPECT_EQ(Grab(*preview), 0);
   EXPECT_TRUE(std::equal(mean.begin(), mean.end(), preview->ImagePtr()));
   EXPECT_FALSE(std::equal(next.begin(), next.end(), preview->ImagePtr()));
@@ -159,11 +156,9 @@ TEST_F(LiveTest, AGrabFollowsTheCamerasShapeAndKeepsThePreviewRunning) {
   EXPECT_EQ(preview->Caption().find("old"), std::string::npos);
   GB().GrabberColor = true;
   host.FireTimers();
-  EXPECT_TRUE(preview->HasColors());
-  EXPECT_EQ(preview->ImageBytes(), kDummyWidth * kDummyHeight * 6);
-  EXPECT_EQ(preview->ImageBitsPerPixel(), kDummyBits);
-  EXPECT_TRUE(PreviewRunning());
-  EXPECT_EQ(host.RunningTimers(), 1u);
+  EXPECT_EQ(std::tuple(preview->HasColors(), preview->ImageBytes(), preview->ImageBitsPerPixel()),
+            std::tuple(true, kDummyWidth * kDummyHeight * 6, kDummyBits));
+  EXPECT_EQ(std::tuple(PreviewRunning(), host.RunningTimers()), std::tuple(true, size_t(1)));
   const auto next = NextFrames(1);
   host.FireTimers();
   EXPECT_TRUE(std::equal(next.begin(), next.end(), preview->ImagePtr()));
@@ -174,10 +169,9 @@ TEST_F(LiveTest, TheBackgroundIsSubtractedAndMarkedInTheStatus) {
   main.Click("mnuDefineBackground");
   Form_Camera* bg = BackgroundImage();
   ASSERT_NE(bg, nullptr);
-  EXPECT_TRUE(G().BackgroundValid);
-  EXPECT_FALSE(bg->Visible());
+  EXPECT_EQ(std::tuple(G().BackgroundValid, bg->Visible(), bg->ImageBitsPerPixel()),
+            std::tuple(true, false, kDummyBits));
   EXPECT_TRUE(std::equal(bg->ImagePtr(), bg->ImagePtr() + Samples(), preview->ImagePtr()));
-  EXPECT_EQ(bg->ImageBitsPerPixel(), kDummyBits);
 
   main.Click("mnuSubtractBackground");
   EXPECT_NE(G().SubtractBackground, 0);
@@ -194,8 +188,7 @@ TEST_F(LiveTest, TheBackgroundIsSubtractedAndMarkedInTheStatus) {
 
   main.PrepareAllMenus();
   main.Click("mnuShowBackgroundImage");
-  EXPECT_TRUE(bg->Visible());
-  EXPECT_TRUE(main.FindMenu("mnuShowBackgroundImage")->checked);
+  EXPECT_EQ(std::tuple(bg->Visible(), main.FindMenu("mnuShowBackgroundImage")->checked), std::tuple(true, true));
   main.Click("mnuShowBackgroundImage");
   EXPECT_FALSE(bg->Visible());
 }
@@ -219,9 +212,9 @@ TEST_F(LiveTest, TheBackgroundSurvivesARestartThroughItsFile) {
   bg->CreateImage(2, 2, 8, nullptr);  // what a fresh start has
   LoadBackgroundImage();
   EXPECT_TRUE(G().BackgroundValid);
-  EXPECT_EQ(bg->ImageWidth(), kDummyWidth);
-  EXPECT_EQ(bg->ImageHeight(), kDummyHeight);
-  EXPECT_EQ(bg->ImageBitsPerPixel(), kDummyBits) << "the camera's depth, so no question follows";
+  // The camera's depth, so no question follows.
+  EXPECT_EQ(std::tuple(bg->ImageWidth(), bg->ImageHeight(), bg->ImageBitsPerPixel()),
+            std::tuple(kDummyWidth, kDummyHeight, kDummyBits));
   EXPECT_TRUE(std::equal(bg->ImagePtr(), bg->ImagePtr() + Samples(), preview->ImagePtr()));
   G().SubtractBackground = -1;
   Grab(*preview);
@@ -236,8 +229,8 @@ TEST_F(LiveTest, AnUnwritableReferenceFileIsReported) {
   host.Answer(MsgResult::OK);
   mnuDefineBackground_Click();
   ASSERT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(host.messages[0].text, "Error writing " + host.root + "/plain/~BckGrnd.tif");
-  EXPECT_EQ(host.messages[0].title, "Save Image");
+  EXPECT_EQ(std::tuple(host.messages[0].text, host.messages[0].title),
+            std::tuple("Error writing " + host.root + "/plain/~BckGrnd.tif", "Save Image"));
   EXPECT_TRUE(G().BackgroundValid) << "the image in memory still serves";
 }
 
@@ -247,12 +240,11 @@ TEST_F(LiveTest, AMismatchedBackgroundAsksAndCancelTurnsSubtractionOff) {
   host.Answer(MsgResult::Cancel);
   Grab(*preview);
   ASSERT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(host.messages[0].text, kQuestion);
-  EXPECT_EQ(host.messages[0].title, "Background Image Subtraction");
-  EXPECT_EQ(host.messages[0].buttons, MsgButtons::YesNoCancel);
-  EXPECT_EQ(G().SubtractBackground, 0) << "and the ini value follows";
-  EXPECT_FALSE(main.FindMenu("mnuSubtractBackground")->checked);
-  EXPECT_EQ(preview->StatusLine, "");
+  EXPECT_EQ(std::tuple(host.messages[0].text, host.messages[0].title, host.messages[0].buttons),
+            std::tuple(kQuestion, "Background Image Subtraction", MsgButtons::YesNoCancel));
+  // And the ini value follows.
+  EXPECT_EQ(std::tuple(G().SubtractBackground, main.FindMenu("mnuSubtractBackground")->checked, preview->StatusLine),
+            std::tuple(0, false, ""));
   Grab(*preview);
   EXPECT_EQ(host.messages.size(), 1u) << "asked once";
 }
@@ -286,9 +278,8 @@ TEST_F(LiveTest, YesReloadsTheReferenceFile) {
   G().SubtractBackground = -1;
   host.Answer(MsgResult::Yes);
   Grab(*preview);
-  EXPECT_EQ(loads, 1);
-  EXPECT_EQ(bg.ImagePtr()[5], 7);
-  EXPECT_EQ(preview->StatusLine, " [- Background Image]");
+  EXPECT_EQ(std::tuple(loads, bg.ImagePtr()[5], preview->StatusLine),
+            std::tuple(1, 7, " [- Background Image]"));
 }
 
 TEST_F(LiveTest, TheBackgroundLoadsAtStartOnlyFromItsFile) {
@@ -297,12 +288,10 @@ TEST_F(LiveTest, TheBackgroundLoadsAtStartOnlyFromItsFile) {
   LV().LoadBackground = [&](Form_Camera&, const std::string&) { return ++loads > 0; };
   InstallLiveEnvironment();
   Environment().backgroundImage();
-  EXPECT_EQ(loads, 0) << "no file yet";
-  EXPECT_FALSE(G().BackgroundValid);
+  EXPECT_EQ(std::tuple(loads, G().BackgroundValid), std::tuple(0, false)) << "no file yet";
   test::WriteFile(BackgroundFilePath(), "x");
   Environment().backgroundImage();
-  EXPECT_EQ(loads, 1);
-  EXPECT_TRUE(G().BackgroundValid);
+  EXPECT_EQ(std::tuple(loads, G().BackgroundValid), std::tuple(1, true));
 }
 
 TEST_F(LiveTest, TimerGrabAsksCountsDownAndGrabs) {
@@ -318,19 +307,16 @@ TEST_F(LiveTest, TimerGrabAsksCountsDownAndGrabs) {
   host.AnswerInput(std::string("2"));
   main.Click("mnuTimerGrab");
   ASSERT_TRUE(TimerGrabForm().Visible());
-  EXPECT_EQ(TimerGrabForm().Label_Time, "2");
-  EXPECT_TRUE(main.FindButton("TimerGrab")->checked);
+  EXPECT_EQ(std::tuple(TimerGrabForm().Label_Time, main.FindButton("TimerGrab")->checked), std::tuple("2", true));
   const uint32_t frames = GB().DummyFrames;
   host.clock += 1500;
   host.FireTimers();
-  EXPECT_EQ(TimerGrabForm().Label_Time, "1");
-  EXPECT_EQ(GB().DummyFrames, frames);
+  EXPECT_EQ(std::tuple(TimerGrabForm().Label_Time, GB().DummyFrames), std::tuple("1", frames));
   host.clock += 600;
   host.FireTimers();
-  EXPECT_FALSE(TimerGrabForm().Visible());
-  EXPECT_EQ(GB().DummyFrames, frames + 1);
-  EXPECT_EQ(host.RunningTimers(), 0u);
-  EXPECT_FALSE(main.FindButton("TimerGrab")->checked);
+  EXPECT_EQ(std::tuple(TimerGrabForm().Visible(), GB().DummyFrames, host.RunningTimers(),
+                       main.FindButton("TimerGrab")->checked),
+            std::tuple(false, frames + 1, size_t(0), false));
 }
 
 TEST_F(LiveTest, AverageAsksAndRefusesCountsOutsideItsLimits) {
@@ -349,10 +335,8 @@ TEST_F(LiveTest, AverageAsksAndRefusesCountsOutsideItsLimits) {
 
   host.AnswerInput(std::string("16"));
   main.Click("mnuAverage");
-  EXPECT_EQ(GB().DummyFrames, frames + 16);
-  EXPECT_EQ(preview->UndoName(), "Average 16x");
-  EXPECT_TRUE(preview->Changed());
-  EXPECT_EQ(LV().AverageDone, 16);
+  EXPECT_EQ(std::tuple(GB().DummyFrames, preview->UndoName(), preview->Changed(), LV().AverageDone),
+            std::tuple(frames + 16, "Average 16x", true, 16L));
 }
 
 TEST_F(LiveTest, AverageStopsThePreviewSumsAndShiftsByTheLogOfTheCount) {
@@ -367,8 +351,7 @@ TEST_F(LiveTest, AverageStopsThePreviewSumsAndShiftsByTheLogOfTheCount) {
       ASSERT_EQ(preview->ImagePtr()[i], sum >> 1) << "n " << n << " sample " << i;
     }
   }
-  EXPECT_FALSE(PreviewRunning());
-  EXPECT_EQ(host.RunningTimers(), 0u);
+  EXPECT_EQ(std::tuple(PreviewRunning(), host.RunningTimers()), std::tuple(false, size_t(0)));
   EXPECT_EQ(preview->UndoName(), "") << "no undo below four frames";
   EXPECT_EQ(preview->ImageBitsPerPixel(), kDummyBits);
 }
@@ -391,9 +374,7 @@ TEST_F(LiveTest, FullScreenShowsTheLivePicture) {
   Grab(*preview);
   main.SetActiveChild(preview->Handle());
   main.Click("mnuFullScreen");
-  EXPECT_TRUE(view.shown);
-  EXPECT_EQ(view.presents, 1);
-  EXPECT_EQ(view.last, preview);
+  EXPECT_EQ(std::tuple(view.shown, view.presents, view.last), std::tuple(true, 1, preview));
   Grab(*preview);
   EXPECT_EQ(view.presents, 2);
   main.Click("mnuFullScreen");
@@ -415,9 +396,9 @@ TEST_F(LiveTest, NoSyncShowsTheDummysFrameWithNotice) {
   ASSERT_EQ(GB().GrabberDriver, kDriverCapture);
   const uint32_t frames = GB().DummyFrames;
   EXPECT_EQ(Grab(*preview), kGrabberNoSync);
-  EXPECT_EQ(preview->StatusLine, "(No Sync)");
-  EXPECT_EQ(GB().DummyFrames, frames + 1) << "the dummy filled the frame";
-  EXPECT_EQ(preview->ImageWidth(), kDummyWidth);
+  // The dummy filled the frame.
+  EXPECT_EQ(std::tuple(preview->StatusLine, GB().DummyFrames, preview->ImageWidth()),
+            std::tuple("(No Sync)", frames + 1, kDummyWidth));
   EXPECT_TRUE(std::any_of(preview->ImagePtr(), preview->ImagePtr() + Samples(),
                           [](uint16_t v) { return v > 0; }));
   ASSERT_TRUE(Average(*preview, 2));

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
 #include "acquisition/grabber_environment.h"
 #include "acquisition/grabber_fixture.h"
@@ -92,29 +93,23 @@ TEST_F(FormWindowSetupTest, PlaceAndSizeFieldsStoreTheCentreAndTheSizeAtOneElect
   form.Text_l_Change();
   form.Text_t = "5";
   form.Text_t_Change();
-  EXPECT_EQ(Win(0).X1, 7);
-  EXPECT_EQ(Win(0).CenterX, 12);
-  EXPECT_EQ(Win(0).CenterY, 9);
+  EXPECT_EQ(std::tuple(Win(0).X1, Win(0).CenterX, Win(0).CenterY), std::tuple(7, 12, 9));
   for (const char* junk : {"x7", "", "7.5", "99999999999"}) {
     form.Text_l = junk;
     form.Text_l_Change();
     form.Text_t = junk;
     form.Text_t_Change();
   }
-  EXPECT_EQ(Win(0).X1, 7);
-  EXPECT_EQ(Win(0).Y1, 5);
+  EXPECT_EQ(std::tuple(Win(0).X1, Win(0).Y1), std::tuple(7, 5));
 
   // Without an energy W0, H0 stay; with one they follow.
   form.Text_w = "20";
   form.Text_w_Change();
-  EXPECT_EQ(Win(0).W, 20);
-  EXPECT_FLOAT_EQ(Win(0).W0, 100.0f);
+  EXPECT_EQ(std::tuple(Win(0).W, Win(0).W0), std::tuple(20, 100.0f));
   KnowEnergy(25.0f);
   form.Text_h = "6";
   form.Text_h_Change();
-  EXPECT_EQ(Win(0).H, 6);
-  EXPECT_EQ(Win(0).CenterX, 17);
-  EXPECT_EQ(Win(0).CenterY, 8);
+  EXPECT_EQ(std::tuple(Win(0).H, Win(0).CenterX, Win(0).CenterY), std::tuple(6, 17, 8));
   EXPECT_FLOAT_EQ(Win(0).W0, 100.0f);
   EXPECT_FLOAT_EQ(Win(0).H0, 30.0f);
 }
@@ -151,8 +146,7 @@ TEST_F(FormWindowSetupTest, PlusAndMinusStepTheFieldAndPlusStopsBelowTheImageSiz
   EXPECT_TRUE(form.Text_KeyPress('t', '+'));
   EXPECT_EQ(Win(0).Y1, 47);
   EXPECT_TRUE(form.Text_KeyPress('h', '-'));
-  EXPECT_EQ(Win(0).H, 1);
-  EXPECT_EQ(Win(0).CenterY, 47);
+  EXPECT_EQ(std::tuple(Win(0).H, Win(0).CenterY), std::tuple(1, 47));
   EXPECT_FALSE(form.Text_KeyPress('w', '5'));
   EXPECT_EQ(Win(0).W, 2);
 }
@@ -279,8 +273,8 @@ TEST_F(FormWindowSetupTest, ScanWithoutAnImageSaysSo) {
   host.Answer(MsgResult::OK);
   form.Command_Scan();
   ASSERT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(host.messages[0].text, "No image in memory. Open or Grab a new image");
-  EXPECT_EQ(host.messages[0].title, "Scan");
+  EXPECT_EQ(std::tuple(host.messages[0].text, host.messages[0].title),
+            std::tuple("No image in memory. Open or Grab a new image", "Scan"));
 }
 
 TEST_F(FormWindowSetupTest, ScanReportsMovesAndCrossesTheMaximum) {
@@ -291,9 +285,7 @@ TEST_F(FormWindowSetupTest, ScanReportsMovesAndCrossesTheMaximum) {
   image.ImagePtr()[18 * kW + 19] = 500;  // equal to the threshold: the window moves
   form.Load(&image);
   form.Command_Scan();
-  EXPECT_EQ(WG().Result.Dynamic, 4096);
-  EXPECT_EQ(Win(0).X1, 19 - 5);
-  EXPECT_EQ(Win(0).Y1, 18 - 5);
+  EXPECT_EQ(std::tuple(WG().Result.Dynamic, Win(0).X1, Win(0).Y1), std::tuple(4096, 19 - 5, 18 - 5));
   EXPECT_EQ(form.Text_l, "14");
   EXPECT_NE(form.Report().find("\r\nWindow moved"), std::string::npos);
   EXPECT_EQ(WindowScanResultForm().Text_Result, form.Report());
@@ -327,10 +319,9 @@ TEST_F(FormWindowSetupTest, PeakPointsAreAddedAndClearedWithTheirMessages) {
   host.Answer(MsgResult::OK);
   form.Command_AddSum();
   ASSERT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(host.messages[0].text,
-            "Peak position (X.max = 10, Y.max = 20) at Energy = 100 eV is added as data #1");
-  EXPECT_EQ(host.messages[0].title, "Repeat Mode");
-  EXPECT_EQ(host.messages[0].icon, MsgIcon::Information);
+  EXPECT_EQ(std::tuple(host.messages[0].text, host.messages[0].title, host.messages[0].icon),
+            std::tuple("Peak position (X.max = 10, Y.max = 20) at Energy = 100 eV is added as data #1",
+                       "Repeat Mode", MsgIcon::Information));
   EXPECT_TRUE(form.Ctl_Command_ClearSum.Enabled);
   EXPECT_EQ(Win(0).Sum.N, 1.0f);
 
@@ -353,10 +344,8 @@ TEST_F(FormWindowSetupTest, RepeatLineWritesTheLatestEndIntoTheResultClampedToTh
   SumAdd(Win(0).Sum, 25.0f, 30, 40);
   form.DrawRepeatLine(0);
   EXPECT_EQ(view.line, (std::array{10L, 10L, 30L, 40L}));
-  EXPECT_EQ(view.label1, "100 eV");
-  EXPECT_EQ(view.label2, "25 eV");
-  EXPECT_EQ(WG().Result.X.max, 30);
-  EXPECT_EQ(WG().Result.Y.max, 40);
+  EXPECT_EQ(std::tuple(view.label1, view.label2), std::tuple("100 eV", "25 eV"));
+  EXPECT_EQ(std::tuple(WG().Result.X.max, WG().Result.Y.max), std::tuple(30, 40));
   const auto& items = image.Overlay.Items();
   EXPECT_TRUE(std::any_of(items.begin(), items.end(), [](const OverlayItem& i) {
     return i.type == 5 && i.text == "25 eV";
@@ -367,8 +356,7 @@ TEST_F(FormWindowSetupTest, RepeatLineWritesTheLatestEndIntoTheResultClampedToTh
   SumAdd(Win(0).Sum, 25.0f, 100, -20);
   form.DrawRepeatLine(0);
   EXPECT_EQ(view.line, (std::array{10L, 10L, kW - 1, 0L}));
-  EXPECT_EQ(WG().Result.X.max, kW - 1);
-  EXPECT_EQ(WG().Result.Y.max, 0);
+  EXPECT_EQ(std::tuple(WG().Result.X.max, WG().Result.Y.max), std::tuple(int(kW - 1), 0));
 
   // Another mode, or one energy: no line, and the result stays.
   WG().Result.X.max = 7;
@@ -388,11 +376,9 @@ TEST_F(FormWindowSetupTest, EnergyChangeSizesTheCurrentWindow) {
   EXPECT_EQ(Win(0).W, 10);
   KnowEnergy(4.0f);
   form.EnergyChganged();
-  EXPECT_EQ(Win(0).W, 50);
-  EXPECT_EQ(Win(0).H, 25);
-  EXPECT_EQ(form.Text_w, "50");
-  EXPECT_EQ(Win(0).CurX1, 0);  // slid back inside, never cut
-  EXPECT_EQ(Win(0).CurX2, 49);
+  EXPECT_EQ(std::tuple(Win(0).W, Win(0).H, form.Text_w), std::tuple(50, 25, "50"));
+  // Slid back inside, never cut.
+  EXPECT_EQ(std::tuple(Win(0).CurX1, Win(0).CurX2), std::tuple(0, 49));
 }
 
 TEST_F(FormWindowSetupTest, MouseDrawsANewWindowAndDragsAnother) {
@@ -462,20 +448,17 @@ TEST_F(FormWindowSetupTest, ParameterFilesGoThroughTheirDialogsAndKeepTheirFolde
   host.AnswerFile(host.root + "/set");
   form.INIFileSave();
   ASSERT_EQ(host.fileDialogs.size(), 1u);
-  EXPECT_EQ(host.fileDialogs[0].title, "Save Parameter");
-  EXPECT_EQ(host.fileDialogs[0].filter, "Parameter File Format (*.par)|*.par||");
+  EXPECT_EQ(std::tuple(host.fileDialogs[0].title, host.fileDialogs[0].filter),
+            std::tuple("Save Parameter", "Parameter File Format (*.par)|*.par||"));
   EXPECT_EQ(G().ParameterPath, host.root + "/");
 
   ResetWindowGlobals();
   form.TabStrip_Click(0);
   host.AnswerFile(host.root + "/set.par");
   form.INIFileOpen();
-  EXPECT_EQ(host.fileDialogs[1].title, "Load Parameter");
-  EXPECT_EQ(host.fileDialogs[1].filter, "Paramer File Format (*.par)|*.par||");
-  EXPECT_EQ(host.fileDialogs[1].folder, host.root + "/");
-  EXPECT_EQ(form.Tab, 4);
-  EXPECT_EQ(form.Text_h, "4");
-  EXPECT_EQ(Win(4).Mode, kModeTarget);
+  EXPECT_EQ(std::tuple(host.fileDialogs[1].title, host.fileDialogs[1].filter, host.fileDialogs[1].folder),
+            std::tuple("Load Parameter", "Paramer File Format (*.par)|*.par||", host.root + "/"));
+  EXPECT_EQ(std::tuple(form.Tab, form.Text_h, Win(4).Mode), std::tuple(4, "4", kModeTarget));
 }
 
 TEST_F(FormWindowSetupTest, ResultTextGoesToTheClipboardAndToAFile) {
@@ -561,25 +544,18 @@ TEST_F(WindowScanLiveTest, AveragingIsOfferedInPowersOfTwoAndAStoredOddValueShow
 }
 
 TEST_F(WindowScanLiveTest, AveragingWithoutARoiBoardGoesThroughTheImageDocument) {
-  Win0().X1 = 100;
-  Win0().Y1 = 80;
-  Win0().W = Win0().H = 32;
-  Win0().Averaging = 4;
+  std::tie(Win0().X1, Win0().Y1, Win0().W, Win0().H, Win0().Averaging) =
+      std::tuple(100, 80, 32, 32, 4);
   WindowSetupForm().Load(preview);
   WindowSetupForm().Command_Scan();
-  EXPECT_EQ(WG().Result.Dynamic, preview->ImageDynamik() / 4);
-  EXPECT_EQ(LV().AverageDone, 4);
-  EXPECT_EQ(Win0().BufferBytes, 0);
-  EXPECT_EQ(Win0().Averaging, 4);
+  EXPECT_EQ(std::tuple(long(WG().Result.Dynamic), long(LV().AverageDone), Win0().BufferBytes, Win0().Averaging),
+            std::tuple(preview->ImageDynamik() / 4, 4L, 0, 4));
   EXPECT_NE(WindowSetupForm().Report().find("Averaging = 4\r\n"), std::string::npos);
 }
 
 TEST_F(WindowScanLiveTest, RoiBoardSumsTheFramesShowsTheRateAndMakesANewImage) {
   SetWindowBoard(&board);
-  Win0().X1 = 10;
-  Win0().Y1 = 20;
-  Win0().W = 30;
-  Win0().H = 16;
+  std::tie(Win0().X1, Win0().Y1, Win0().W, Win0().H) = std::tuple(10, 20, 30, 16);
   Form_WindowSetup& form = WindowSetupForm();
   form.Load(preview);
   host.tick = 10;  // the loop takes one tick
@@ -600,15 +576,14 @@ TEST_F(WindowScanLiveTest, RoiBoardSumsTheFramesShowsTheRateAndMakesANewImage) {
     EXPECT_EQ(WG().Result.Dynamic, preview->ImageDynamik());
     EXPECT_EQ(host.status[host.status.size() - 2],
               std::to_string(c.averaging * 100) + ".0 Hz");
-    EXPECT_EQ(host.messages.back().text, "Create new image?");
-    EXPECT_EQ(host.messages.back().title, "Scan");
+    EXPECT_EQ(std::tuple(host.messages.back().text, host.messages.back().title),
+              std::tuple("Create new image?", "Scan"));
     ASSERT_EQ(main.ImageCount, before + 1);
     auto* made = dynamic_cast<Form_Camera*>(main.Child(main.ImageList.back()));
     ASSERT_NE(made, nullptr);
-    EXPECT_EQ(made->ImageWidth(), 30);
-    EXPECT_EQ(made->ImageHeight(), 16);
-    EXPECT_EQ(made->ImageBitsPerPixel(), c.bits);
-    EXPECT_EQ(made->ImagePtr()[0], c.sample);
+    EXPECT_EQ(std::tuple(made->ImageWidth(), made->ImageHeight(), made->ImageBitsPerPixel(),
+                         made->ImagePtr()[0]),
+              std::tuple(30L, 16L, c.bits, c.sample));
     EXPECT_EQ(Win0().BufferBytes, 0);
   }
   host.Answer(MsgResult::No);

@@ -21,6 +21,17 @@ class ScanWindowsTest : public ::testing::Test {
   }
   void TearDown() override { ResetWindowGlobals(); }
 
+  // A window by its home corner and size.
+  static ScanWindow Home(int x1, int y1, int w, int h, int mode = kModeFixed, int threshold = 10) {
+    ScanWindow s;
+    s.X1 = x1;
+    s.Y1 = y1;
+    s.W = w;
+    s.H = h;
+    s.Mode = mode;
+    s.Threshold = threshold;
+    return s;
+  }
   static ScanWindow At(int cx, int cy, int w, int h) {
     ScanWindow s;
     s.CenterX = cx;
@@ -47,39 +58,23 @@ class ScanWindowsTest : public ::testing::Test {
   }
 };
 
-TEST_F(ScanWindowsTest, FreshWindowsHaveTheirDefaults) {
+TEST_F(ScanWindowsTest, FreshWindowsHaveTheirColours) {
   const int32_t colours[kWindowCount] = {0x800080, 0xFF00FF, 0x0000FF, 0xFFFF00,
                                          0x00FF00, 0xFF0000, 0x808080, 0x008000};
-  for (int n = 0; n < kWindowCount; ++n) {
-    const ScanWindow& w = WG().ScanWindows[size_t(n)];
-    EXPECT_EQ(w.RGBColor, colours[n]) << n;
-    EXPECT_EQ(DefaultWindowColor(n), colours[n]) << n;
-    EXPECT_EQ(w.W, 0);
-    EXPECT_EQ(w.Averaging, 1);
-    EXPECT_EQ(w.Threshold, 10);
-    EXPECT_EQ(w.Plot, 1);
-    EXPECT_EQ(w.W0, 100.0f);
-    EXPECT_EQ(w.RunState, 2);
-  }
+  for (int n = 0; n < kWindowCount; ++n)
+    EXPECT_EQ(std::tuple(WG().ScanWindows[size_t(n)].RGBColor, DefaultWindowColor(n)),
+              std::tuple(colours[n], colours[n])) << n;
   EXPECT_EQ(WG().CurrentWindow, -1);
 }
 
 TEST_F(ScanWindowsTest, ACopyCarriesTheRecordButNoBuffer) {
-  ScanWindow a;
-  a.X1 = 3;
-  a.Y1 = 4;
-  a.W = 5;
-  a.H = 6;
-  a.Mode = kModeTarget;
+  ScanWindow a = Home(3, 4, 5, 6, kModeTarget);
   a.Sum.N = 2;
   ASSERT_TRUE(WindowBufferAlloc(a, false, true));
   EXPECT_EQ(a.BufferBytes, 5 * 6 * 4);
   ScanWindow b = a;
-  EXPECT_EQ(b.X1, 3);
-  EXPECT_EQ(b.Mode, kModeTarget);
-  EXPECT_EQ(b.Sum.N, 2.0f);
-  EXPECT_EQ(b.CurX2, 7);
-  EXPECT_EQ(b.BufferBytes, 0);
+  EXPECT_EQ(std::tuple(b.X1, b.Mode, b.Sum.N, b.CurX2, b.BufferBytes),
+            std::tuple(3, kModeTarget, 2.0f, 7, 0));
   EXPECT_TRUE(b.Buffer.empty());
   ScanWindow c;
   EXPECT_FALSE(WindowBufferAlloc(c, true, true));  // an empty window has no buffer
@@ -91,10 +86,9 @@ TEST_F(ScanWindowsTest, ACopyCarriesTheRecordButNoBuffer) {
   // A move takes the buffer along, and the kernel's view of it.
   const uint32_t* data = a.Buffer.data();
   ScanWindow moved = std::move(a);
-  EXPECT_EQ(moved.BufferBytes, 5 * 6 * 4);
+  EXPECT_EQ(std::tuple(moved.BufferBytes, a.BufferBytes), std::tuple(5 * 6 * 4, 0));
   EXPECT_EQ(moved.Buffer.data(), data);
   EXPECT_EQ(moved.Accumulator.Buffer.data(), data);
-  EXPECT_EQ(a.BufferBytes, 0);
 }
 
 TEST_F(ScanWindowsTest, InvalidWindows) {
@@ -106,15 +100,9 @@ TEST_F(ScanWindowsTest, InvalidWindows) {
                         Case{-1, 0, 10, 10, true}, Case{0, -1, 10, 10, true},
                         Case{0, 0, 0, 10, true}, Case{0, 0, 10, 0, true},
                         Case{91, 0, 10, 10, true}, Case{0, 71, 10, 10, true},
-                        Case{2147483000, 0, 2000, 10, true}}) {
-    ScanWindow w;
-    w.X1 = c.x1;
-    w.Y1 = c.y1;
-    w.W = c.w;
-    w.H = c.h;
-    EXPECT_EQ(WindowIsInvalid(w, kWidth, kHeight), c.invalid) << c.x1 << "," << c.y1 << " "
-                                                             << c.w << "x" << c.h;
-  }
+                        Case{2147483000, 0, 2000, 10, true}})
+    EXPECT_EQ(WindowIsInvalid(Home(c.x1, c.y1, c.w, c.h), kWidth, kHeight), c.invalid)
+        << c.x1 << "," << c.y1 << " " << c.w << "x" << c.h;
 }
 
 TEST_F(ScanWindowsTest, TheRectangleIsPushedBackInsideAtEveryBorder) {
@@ -147,12 +135,10 @@ TEST_F(ScanWindowsTest, HorizontalAndVerticalChangesAreReportedApart) {
   WindowUpdateRect(w, kWidth, kHeight);
   w.CenterX = 51;  // only across
   EXPECT_TRUE(WindowUpdateRect(w, kWidth, kHeight));
-  EXPECT_EQ(w.CurX1, 41);
-  EXPECT_EQ(w.CurY1, 35);
+  EXPECT_EQ(std::tuple(w.CurX1, w.CurY1), std::tuple(41, 35));
   w.CenterY = 30;  // only down
   EXPECT_TRUE(WindowUpdateRect(w, kWidth, kHeight));
-  EXPECT_EQ(w.CurX1, 41);
-  EXPECT_EQ(w.CurY1, 25);
+  EXPECT_EQ(std::tuple(w.CurX1, w.CurY1), std::tuple(41, 25));
   // A move that the border takes back is no change.
   w.CenterX = 95;
   WindowUpdateRect(w, kWidth, kHeight);
@@ -166,11 +152,7 @@ TEST_F(ScanWindowsTest, AWindowFollowingASpotToTheRightBorderSlidesAndKeepsItsWi
   WindowUpdateRect(w, kWidth, kHeight);
   const WindowStepEnergy step{true, 100, 100, 1};
   EXPECT_TRUE(WindowFollowStep(w, Spot(500, 0, 99, 40), step, kWidth, kHeight));
-  EXPECT_EQ(w.CenterX, 99);
-  EXPECT_EQ(w.CurX1, 80);
-  EXPECT_EQ(w.CurX2, 99);
-  EXPECT_EQ(w.CurX2 - w.CurX1 + 1, 20);
-  EXPECT_EQ(w.W, 20);
+  EXPECT_EQ(std::tuple(w.CenterX, w.CurX1, w.CurX2, w.W), std::tuple(99, 80, 99, 20));
 }
 
 TEST_F(ScanWindowsTest, ApplyResultByMode) {
@@ -194,17 +176,10 @@ TEST_F(ScanWindowsTest, ApplyResultByMode) {
            Case{6, 0, 1000, 0, false},
            Case{-1, 0, 1000, 0, false},
        }) {
-    ScanWindow w;
-    w.X1 = 5;
-    w.Y1 = 6;
-    w.W = 20;
-    w.H = 10;
-    w.Mode = c.mode;
-    w.Threshold = c.threshold;
+    ScanWindow w = Home(5, 6, 20, 10, c.mode, c.threshold);
     EXPECT_EQ(WindowApplyResult(w, Spot(c.max, c.back, 50, 40)), c.moves) << c.mode << " "
                                                                          << c.threshold;
-    EXPECT_EQ(w.X1, c.moves ? 40 : 5);
-    EXPECT_EQ(w.Y1, c.moves ? 35 : 6);
+    EXPECT_EQ(std::tuple(w.X1, w.Y1), c.moves ? std::tuple(40, 35) : std::tuple(5, 6));
   }
 }
 
@@ -217,25 +192,12 @@ TEST_F(ScanWindowsTest, ApplyResultCutsTo16BitsThenRaisesToZero) {
                         Case{70000, 200, 4459, 195},  // 69995 cut to 16 bits
                         Case{40000, 5, 0, 0},         // 39995 is negative in 16 bits
                         Case{500, 300, 495, 295}}) {  // no check against the border
-    ScanWindow w;
-    w.X1 = 1;
-    w.Y1 = 1;
-    w.W = 10;
-    w.H = 10;
-    w.Mode = kModeStopAbs;
-    w.Threshold = 1;
+    ScanWindow w = Home(1, 1, 10, 10, kModeStopAbs, 1);
     WindowApplyResult(w, Spot(10, 0, c.xmax, c.ymax));
-    EXPECT_EQ(w.X1, c.x1) << c.xmax;
-    EXPECT_EQ(w.Y1, c.y1) << c.ymax;
+    EXPECT_EQ(std::tuple(w.X1, w.Y1), std::tuple(c.x1, c.y1)) << c.xmax;
   }
   // Where the place gives the same home, nothing moved.
-  ScanWindow w;
-  w.X1 = 40;
-  w.Y1 = 35;
-  w.W = 20;
-  w.H = 10;
-  w.Mode = kModeStopAbs;
-  w.Threshold = 1;
+  ScanWindow w = Home(40, 35, 20, 10, kModeStopAbs, 1);
   WG().Result = Spot(10, 0, 50, 40);
   EXPECT_FALSE(WindowApplyResult(w));
 }
@@ -252,22 +214,13 @@ TEST_F(ScanWindowsTest, TheSumsAddPointsOnlyAtPositiveEnergies) {
   SumAdd(sum, -5, 1, 1);
   EXPECT_EQ(sum.N, 0.0f);
   SumAdd(sum, 4, 10, 20);
-  EXPECT_EQ(sum.N, 1.0f);
-  EXPECT_EQ(sum.Energy1, 4.0f);
-  EXPECT_EQ(sum.Energy2, 0.0f);
-  EXPECT_EQ(sum.E, 0.5f);
-  EXPECT_EQ(sum.E2, 0.25f);
-  EXPECT_EQ(sum.EX, 5.0f);
-  EXPECT_EQ(sum.EY, 10.0f);
+  EXPECT_EQ(std::tuple(sum.N, sum.Energy1, sum.Energy2, sum.E, sum.E2, sum.EX, sum.EY),
+            std::tuple(1.0f, 4.0f, 0.0f, 0.5f, 0.25f, 5.0f, 10.0f));
   SumAdd(sum, 16, 9, 30);
   SumAdd(sum, 64, 9, 30);
-  EXPECT_EQ(sum.Energy1, 4.0f);
-  EXPECT_EQ(sum.Energy2, 64.0f);
-  EXPECT_EQ(sum.X, 28.0f);
+  EXPECT_EQ(std::tuple(sum.Energy1, sum.Energy2, sum.X), std::tuple(4.0f, 64.0f, 28.0f));
   SumClear(sum);
-  EXPECT_EQ(sum.N, 0.0f);
-  EXPECT_EQ(sum.X, 0.0f);
-  EXPECT_EQ(sum.Energy1, 0.0f);
+  EXPECT_EQ(std::tuple(sum.N, sum.X, sum.Energy1), std::tuple(0.0f, 0.0f, 0.0f));
 }
 
 TEST_F(ScanWindowsTest, SumPositionFollowsTheLine) {
@@ -279,18 +232,15 @@ TEST_F(ScanWindowsTest, SumPositionFollowsTheLine) {
   SumAdd(same, 100, 5, 5);
   SumAdd(same, 100, 9, 9);
   EXPECT_FALSE(SumPosition(same, 50, x, y));  // two points at one energy: D = 0
-  EXPECT_EQ(x, -7);
-  EXPECT_EQ(y, -7);
+  EXPECT_EQ(std::tuple(x, y), std::tuple(-7L, -7L));
 
   const WindowSum line = KnownLine();
   EXPECT_FALSE(SumPosition(line, 0, x, y));
   EXPECT_FALSE(SumPosition(line, -1, x, y));
   ASSERT_TRUE(SumPosition(line, 16, x, y));  // s = 0.25
-  EXPECT_EQ(x, 150);
-  EXPECT_EQ(y, 200);
+  EXPECT_EQ(std::tuple(x, y), std::tuple(150L, 200L));
   ASSERT_TRUE(SumPosition(line, 100, x, y));
-  EXPECT_EQ(x, 120);
-  EXPECT_EQ(y, 260);
+  EXPECT_EQ(std::tuple(x, y), std::tuple(120L, 260L));
 
   // Lines through x = 8.5 and 9.5 at E = 64: ties go to the even neighbour.
   for (auto [x1, x2, expected] : {std::tuple{10L, 9L, 8L}, {11L, 10L, 10L}}) {
@@ -307,15 +257,13 @@ TEST_F(ScanWindowsTest, SizesFollowTheEnergy) {
   w.W0 = 200;
   w.H0 = 50;
   WindowSizeFromEnergy(w, 400);
-  EXPECT_EQ(w.W, 10);
-  EXPECT_EQ(w.H, 2);  // 2.5 rounds to even
+  EXPECT_EQ(std::tuple(w.W, w.H), std::tuple(10, 2));  // 2.5 rounds to even
   WindowSizeFromEnergy(w, 0);
   EXPECT_EQ(w.W, 10);
   w.W = 30;
   w.H = 20;
   WindowSizeAtEnergy(w, 100);
-  EXPECT_EQ(w.W0, 300.0f);
-  EXPECT_EQ(w.H0, 200.0f);
+  EXPECT_EQ(std::tuple(w.W0, w.H0), std::tuple(300.0f, 200.0f));
 }
 
 TEST_F(ScanWindowsTest, ForecastByMode) {
@@ -326,10 +274,8 @@ TEST_F(ScanWindowsTest, ForecastByMode) {
   WindowPrepareStep(w, {false, 16, 100, 1}, kWidth, kHeight);
   EXPECT_EQ(w.CenterX, 10);
   EXPECT_TRUE(WindowPrepareStep(w, {true, 16, 100, 1}, kWidth, kHeight));
-  EXPECT_EQ(w.CenterX, 150);  // the centre is the line's, the rectangle is pushed in
-  EXPECT_EQ(w.CenterY, 200);
-  EXPECT_EQ(w.CurX2, 99);
-  EXPECT_EQ(w.CurY2, 79);
+  // The centre is the line's, the rectangle is pushed in.
+  EXPECT_EQ(std::tuple(w.CenterX, w.CenterY, w.CurX2, w.CurY2), std::tuple(150, 200, 99, 79));
   // Without a line the centre stays.
   w = At(10, 10, 20, 10);
   w.Mode = kModeRepeat;
@@ -342,9 +288,7 @@ TEST_F(ScanWindowsTest, ForecastByMode) {
   w = At(50, 60, 4, 4);
   w.Mode = kModeTarget;
   EXPECT_TRUE(WindowPrepareStep(w, {true, 400, 100, 10}, kWidth, kHeight));
-  EXPECT_EQ(w.CenterX, 30);
-  EXPECT_EQ(w.CenterY, 40);
-  EXPECT_EQ(w.CurX1, 28);
+  EXPECT_EQ(std::tuple(w.CenterX, w.CenterY, w.CurX1), std::tuple(30, 40, 28));
 
   // Other modes: no forecast; the size follows the energy with DynamicSize.
   w = At(50, 40, 4, 4);
@@ -354,11 +298,7 @@ TEST_F(ScanWindowsTest, ForecastByMode) {
   w.W0 = 200;
   w.H0 = 100;
   EXPECT_TRUE(WindowPrepareStep(w, {true, 400, 100, 10}, kWidth, kHeight));
-  EXPECT_EQ(w.CenterX, 50);
-  EXPECT_EQ(w.W, 10);
-  EXPECT_EQ(w.H, 5);
-  EXPECT_EQ(w.CurX1, 45);
-  EXPECT_EQ(w.CurY2, 42);
+  EXPECT_EQ(std::tuple(w.CenterX, w.W, w.H, w.CurX1, w.CurY2), std::tuple(50, 10, 5, 45, 42));
   // Not in an I(t) run.
   w.W = 4;
   WindowPrepareStep(w, {false, 100, 100, 10}, kWidth, kHeight);
@@ -378,8 +318,8 @@ TEST_F(ScanWindowsTest, StopModesMoveAtTheThreshold) {
     w.Mode = c.mode;
     w.Threshold = c.threshold;
     WindowFollowStep(w, Spot(300, 100, 60, 45), {true, 100, 100, 1}, kWidth, kHeight);
-    EXPECT_EQ(w.CenterX, c.moves ? 60 : 50) << c.mode << " " << c.threshold;
-    EXPECT_EQ(w.CenterY, c.moves ? 45 : 40);
+    EXPECT_EQ(std::tuple(w.CenterX, w.CenterY), c.moves ? std::tuple(60, 45) : std::tuple(50, 40))
+        << c.mode << " " << c.threshold;
     // Every mode but 0 brings its rectangle up to date.
     EXPECT_EQ(w.CurX2, c.mode == kModeFixed ? 0 : w.CurX1 + 19);
   }
@@ -387,43 +327,34 @@ TEST_F(ScanWindowsTest, StopModesMoveAtTheThreshold) {
 
 TEST_F(ScanWindowsTest, FollowModeLearnsTheLineAndCarriesAFadingSpotAlongIt) {
   const WindowStepEnergy step{true, 100, 25, 300};  // the next energy is 400
-  // A fading spot with no line yet (N of 0 or 1) leaves the centre.
-  for (int points : {0, 1}) {
+  auto follower = [] {
     ScanWindow w = At(50, 40, 20, 10);
     w.Mode = kModeFollow;
     w.Threshold = 100;
+    return w;
+  };
+  // A fading spot with no line yet (N of 0 or 1) leaves the centre.
+  for (int points : {0, 1}) {
+    ScanWindow w = follower();
     if (points == 1) SumAdd(w.Sum, 25, 140, 220);
     WindowFollowStep(w, Spot(150, 100, 70, 30), step, kWidth, kHeight);
-    EXPECT_EQ(w.CenterX, 50) << points;
-    EXPECT_EQ(w.CenterY, 40) << points;
-    EXPECT_EQ(w.Sum.N, float(points));
+    EXPECT_EQ(std::tuple(w.CenterX, w.CenterY, w.Sum.N), std::tuple(50, 40, float(points)));
   }
   // With a line it goes on to the line's place at E + EStep.
-  ScanWindow w = At(50, 40, 20, 10);
-  w.Mode = kModeFollow;
-  w.Threshold = 100;
+  ScanWindow w = follower();
   w.Sum = KnownLine();
   WindowFollowStep(w, Spot(150, 100, 70, 30), step, kWidth, kHeight);
-  EXPECT_EQ(w.CenterX, 110);
-  EXPECT_EQ(w.CenterY, 280);
-  EXPECT_EQ(w.Sum.N, 3.0f);
+  EXPECT_EQ(std::tuple(w.CenterX, w.CenterY, w.Sum.N), std::tuple(110, 280, 3.0f));
   // Not in an I(t) run.
-  w = At(50, 40, 20, 10);
-  w.Mode = kModeFollow;
-  w.Threshold = 100;
+  w = follower();
   w.Sum = KnownLine();
   WindowFollowStep(w, Spot(150, 100, 70, 30), {false, 100, 25, 300}, kWidth, kHeight);
   EXPECT_EQ(w.CenterX, 50);
   // A spot at the threshold is followed and its place added to the line.
-  w = At(50, 40, 20, 10);
-  w.Mode = kModeFollow;
-  w.Threshold = 100;
+  w = follower();
   EXPECT_TRUE(WindowFollowStep(w, Spot(200, 100, 70, 30), step, kWidth, kHeight));
-  EXPECT_EQ(w.CenterX, 70);
-  EXPECT_EQ(w.CenterY, 30);
-  EXPECT_EQ(w.Sum.N, 1.0f);
-  EXPECT_EQ(w.Sum.X, 70.0f);
-  EXPECT_EQ(w.Sum.Energy1, 100.0f);
+  EXPECT_EQ(std::tuple(w.CenterX, w.CenterY, w.Sum.N, w.Sum.X, w.Sum.Energy1),
+            std::tuple(70, 30, 1.0f, 70.0f, 100.0f));
 }
 
 TEST_F(ScanWindowsTest, RunsStartAndEnd) {
@@ -443,10 +374,7 @@ TEST_F(ScanWindowsTest, RunsStartAndEnd) {
   w.H0 = 100;
   w.DynamicSize = 1;
   WindowReturnHome(w, true, 100, kWidth, kHeight);
-  EXPECT_EQ(w.W, 20);
-  EXPECT_EQ(w.H, 10);
-  EXPECT_EQ(w.CenterX, 20);
-  EXPECT_EQ(w.CenterY, 25);
+  EXPECT_EQ(std::tuple(w.W, w.H, w.CenterX, w.CenterY), std::tuple(20, 10, 20, 25));
   EXPECT_EQ((std::vector<int>{w.CurX1, w.CurY1, w.CurX2, w.CurY2}),
             (std::vector<int>{10, 20, 29, 29}));
   // Without DynamicSize, or after an I(t) run, the size stays.
@@ -460,20 +388,13 @@ TEST_F(ScanWindowsTest, AveragingSumsFramesIntoTheBuffer) {
   const FrameSize size{16, 12};
   std::vector<uint16_t> frame(size.Pixels(), 10);
   frame[5 * 16 + 7] = 300;
-  ScanWindow w;
-  w.X1 = 4;
-  w.Y1 = 3;
-  w.W = 6;
-  w.H = 5;
+  ScanWindow w = Home(4, 3, 6, 5);
   ASSERT_TRUE(WindowBufferAlloc(w, false, true));
   for (long i = 0; i < 4; ++i) ASSERT_TRUE(WindowScanFrame(w, size, frame, i, false));
   AnalysisResult r;
   ASSERT_TRUE(WindowFrameAnalysis(w, 4096, false, r));
-  EXPECT_EQ(r.I.max, 1200.0f);
-  EXPECT_EQ(r.X.max, 7);
-  EXPECT_EQ(r.Y.max, 5);
-  EXPECT_EQ(r.Dynamic, 4 * 4096);
-  EXPECT_EQ(r.Area, 30);
+  EXPECT_EQ(std::tuple(r.I.max, r.X.max, r.Y.max, r.Dynamic, r.Area),
+            std::tuple(1200.0f, 7, 5, 4 * 4096, 30));
   // Frame 0 starts anew.
   ASSERT_TRUE(WindowScanFrame(w, size, frame, 0, false));
   ASSERT_TRUE(WindowFrameAnalysis(w, 4096, false, r));
@@ -504,18 +425,14 @@ TEST_F(ScanWindowsTest, AColourWindowReportsTheMeanOfItsChannels) {
   w.H = 8;
   AnalysisResult r;
   ASSERT_TRUE(WindowRectAnalysis(w, size, frame, 1024, true, r));
-  EXPECT_EQ(r.I.max, (30.0f + 600.0f + 900.0f) / 3.0f);
-  EXPECT_EQ(r.I.back, 60.0f);
-  EXPECT_EQ(r.X.max, 5);
-  EXPECT_EQ(r.Y.max, 4);
+  EXPECT_EQ(std::tuple(r.I.max, r.I.back, r.X.max, r.Y.max),
+            std::tuple((30.0f + 600.0f + 900.0f) / 3.0f, 60.0f, 5, 4));
   ASSERT_TRUE(WindowBufferAlloc(w, true, true));
   ASSERT_TRUE(WindowScanFrame(w, size, frame, 0, true));
   ASSERT_TRUE(WindowScanFrame(w, size, frame, 1, true));
   AnalysisResult s;
   ASSERT_TRUE(WindowFrameAnalysis(w, 1024, true, s));
-  EXPECT_EQ(s.I.max, 2 * r.I.max);
-  EXPECT_EQ(s.X.max, 5);
-  EXPECT_EQ(s.Dynamic, 2048);
+  EXPECT_EQ(std::tuple(s.I.max, s.X.max, s.Dynamic), std::tuple(2 * r.I.max, 5, 2048));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <regex>
+#include <tuple>
 
 #include "core/globals.h"
 #include "core/mdi_main.h"
@@ -69,17 +70,20 @@ TEST_F(SettingsTest, CoreTableDefaults) {
   EXPECT_EQ(g.MaxEnergyAUGER, 1639.0f);
 }
 
-TEST_F(SettingsTest, RainbowLutIsClamped) {
+TEST_F(SettingsTest, RainbowLutIsClampedAndViewImageCommentNormalised) {
   for (auto [text, value] : {std::pair{"9", 6}, {"-1", 0}, {"3", 3}, {"6", 6}, {"x", 0}}) {
     ReadGeneralSettings(Profile::Parse(std::string("[LUT]\nRainbowLUT=") + text + "\n"));
     EXPECT_EQ(G().DefaultLUTtype, value) << text;
+  }
+  for (auto [text, value] : {std::pair{"1", -1}, {"5", -1}, {"-7", -1}, {"0", 0}, {"abc", 0}}) {
+    ReadGeneralSettings(Profile::Parse(std::string("[Images]\nViewImageComment=") + text + "\n"));
+    EXPECT_EQ(G().ViewImageComment, value) << text;
   }
 }
 
 TEST_F(SettingsTest, LutVisibleAndVideoModeAreForcedOffButStillWritten) {
   ReadGeneralSettings(Profile::Parse("[LUT]\nVisible=1\n[Video]\nmode=3\n"));
-  EXPECT_EQ(G().LutVisible, 0);
-  EXPECT_EQ(G().VideoMode, 0);
+  EXPECT_EQ(std::tuple(G().LutVisible, G().VideoMode), std::tuple(0, 0));
   Profile out;
   WriteGeneralSettings(out);
   EXPECT_EQ(out.Get("LUT", "Visible"), std::optional<std::string>("0"));
@@ -90,13 +94,6 @@ TEST_F(SettingsTest, LutVisibleAndVideoModeAreForcedOffButStillWritten) {
   EXPECT_EQ(out.Get("LUT", "Visible"), std::optional<std::string>("-1"));
 }
 
-TEST_F(SettingsTest, ViewImageCommentIsNormalised) {
-  for (auto [text, value] : {std::pair{"1", -1}, {"5", -1}, {"-7", -1}, {"0", 0}, {"abc", 0}}) {
-    ReadGeneralSettings(Profile::Parse(std::string("[Images]\nViewImageComment=") + text + "\n"));
-    EXPECT_EQ(G().ViewImageComment, value) << text;
-  }
-}
-
 TEST_F(SettingsTest, WrittenValuesAreDecimalTextAndReadBack) {
   Profile in = Profile::Parse(
       "[Main]\nstate=0\nleft=100\ntop=50\nwidth=800\nheight=600\nAutoScan=0\nUndo=0\n"
@@ -104,8 +101,7 @@ TEST_F(SettingsTest, WrittenValuesAreDecimalTextAndReadBack) {
       "[Trigger]\nMode=2\nSource=1\n[Script]\nleft=1\ntop=2\nPath=/s\n"
       "[Grabber]\nSubtract Background=-1\nWebCamFile=cam.jpg\nWebCamInterval=60\n");
   ReadGeneralSettings(in);
-  EXPECT_EQ(G().ShowExitDialog, 0);
-  EXPECT_EQ(G().OsziBackColor, 0xFF00);
+  EXPECT_EQ(std::tuple(G().ShowExitDialog, G().OsziBackColor), std::tuple(0, 0xFF00));
   Profile out;
   WriteGeneralSettings(out);
   // The exit question being off does not stop the settings from being saved.
@@ -123,12 +119,9 @@ TEST_F(SettingsTest, WrittenValuesAreDecimalTextAndReadBack) {
   Globals before = G();
   ResetGlobals();
   ReadGeneralSettings(out);
-  EXPECT_EQ(G().MainState, before.MainState);
-  EXPECT_EQ(G().MainWidth, before.MainWidth);
-  EXPECT_EQ(G().TriggerMode, 2);
-  EXPECT_EQ(G().ScriptPath, "/s");
-  EXPECT_EQ(G().WebCamInterval, 60);
-  EXPECT_EQ(G().OsziBackColor, 0xFF00);
+  EXPECT_EQ(std::tuple(G().MainState, G().MainWidth), std::tuple(before.MainState, before.MainWidth));
+  EXPECT_EQ(std::tuple(G().TriggerMode, G().ScriptPath, G().WebCamInterval, G().OsziBackColor),
+            std::tuple(2, "/s", 60, 0xFF00));
 }
 
 TEST_F(SettingsTest, TarvosKeyOnlyWithTheFeature) {
@@ -145,13 +138,11 @@ TEST_F(SettingsTest, EnergyLimitsComeFromTheUserStore) {
   h.store.SaveSetting("sv4200", "eGun", "MinEnergyAUGER", "junk");
   h.store.SaveSetting("sv4200_Slave", "eGun", "MaxEnergyAUGER", "2000");
   ReadGeneralSettings(Profile::Parse("[eGun]\nMaxEnergyLEED=1\n"));
-  EXPECT_EQ(G().MaxEnergyLEED, 500.5f);
-  EXPECT_EQ(G().MinEnergyAUGER, 0.0f);
-  EXPECT_EQ(G().MaxEnergyAUGER, 1639.0f);
+  EXPECT_EQ(std::tuple(G().MaxEnergyLEED, G().MinEnergyAUGER, G().MaxEnergyAUGER),
+            std::tuple(500.5f, 0.0f, 1639.0f));
   G().SlaveMode = true;
   ReadGeneralSettings(Profile());
-  EXPECT_EQ(G().MaxEnergyAUGER, 2000.0f);
-  EXPECT_EQ(G().MaxEnergyLEED, 1000.0f);
+  EXPECT_EQ(std::tuple(G().MaxEnergyAUGER, G().MaxEnergyLEED), std::tuple(2000.0f, 1000.0f));
 }
 
 TEST_F(SettingsTest, FilePlaces) {
@@ -178,17 +169,13 @@ TEST_F(SettingsTest, HardwareNamesTheStoreWins) {
   h.store.SaveSetting("sv4200", "HARDWARE", "A/D-Converter", "AD_NIDAQ");
 
   ReadHardwareNames();
-  EXPECT_EQ(G().GrabberName, "V1K12");
-  EXPECT_EQ(G().DAName, "DA_PCI1716");
-  EXPECT_EQ(G().ADName, "AD_NIDAQ");
-  EXPECT_EQ(G().IOName, "");
+  EXPECT_EQ(std::tuple(G().GrabberName, G().DAName, G().ADName, G().IOName),
+            std::tuple("V1K12", "DA_PCI1716", "AD_NIDAQ", ""));
 
   // A second instance with "/SLAVE" has a selection of its own.
   G().SlaveMode = true;
   ReadHardwareNames();
-  EXPECT_EQ(G().GrabberName, "PIXELFLY");
-  EXPECT_EQ(G().DAName, "");
-  EXPECT_EQ(G().ADName, "");
+  EXPECT_EQ(std::tuple(G().GrabberName, G().DAName, G().ADName), std::tuple("PIXELFLY", "", ""));
 }
 
 TEST_F(SettingsTest, AfterResetTheEmptyNamesGoToTheStoreOnly) {
@@ -302,14 +289,12 @@ TEST_F(SettingsTest, ReadAndWriteShowTheirStatusAndKeepForeignLines) {
   ReadSettings(nullptr);
   EXPECT_EQ(h.status, (std::vector<std::string>{"Reading " + iniPath + "...", ""}));
   WriteSettings(nullptr);
-  EXPECT_EQ(h.status.at(2), "Saving " + iniPath + "...");
-  EXPECT_EQ(h.status.at(3), "");
+  EXPECT_EQ(std::tuple(h.status.at(2), h.status.at(3)), std::tuple("Saving " + iniPath + "...", ""));
   std::string after = test::ReadFile(iniPath);
   EXPECT_EQ(after.rfind("; hand-written notes\r\n[Main]\r\n", 0), 0u);
   Profile p = Profile::Parse(after);
-  EXPECT_EQ(p.GetString("Main", "OldKey", ""), "stays");
-  EXPECT_EQ(p.GetInt("Foreign", "a", 0), 1);
-  EXPECT_EQ(p.GetInt("LUT", "Top", 0), 600);
+  EXPECT_EQ(std::tuple(p.GetString("Main", "OldKey", ""), p.GetInt("Foreign", "a", 0), p.GetInt("LUT", "Top", 0)),
+            std::tuple("stays", 1, 600));
   EXPECT_EQ(after.find("\n\n"), std::string::npos);  // still CR LF throughout
 }
 
@@ -345,8 +330,7 @@ TEST_F(SettingsTest, SectionsRunInSlotOrder) {
                            }, nullptr});
   const auto& s = SettingsSections();
   ASSERT_EQ(s.size(), 6u);
-  EXPECT_EQ(s[0].slot, SettingsSlot::Core);
-  EXPECT_EQ(s[1].slot, SettingsSlot::Pathes);
+  EXPECT_EQ(std::tuple(s[0].slot, s[1].slot), std::tuple(SettingsSlot::Core, SettingsSlot::Pathes));
 
   const std::string iniPath = h.root + "/order.ini";
   test::WriteFile(iniPath, "[Trigger]\nSource=2\n[X]\ny=z\n");
