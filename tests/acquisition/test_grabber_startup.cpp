@@ -35,12 +35,11 @@ TEST_F(GrabberStartupTest, ClosedDriverIsReportedWithItsDisplayName) {
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(host.messages[0].text,
             "Cannot initialize Grabber Interface\r\nGrabber:PCO SensiCam 370xL/375xL");
-  EXPECT_FALSE(G().GrabberOK);
-  EXPECT_EQ(G().GrabberName, "SenNTcam");
-  EXPECT_EQ(GB().GrabberLibrary, 0) << "unloaded again";
-  EXPECT_EQ(PreviewImage(), nullptr);
-  EXPECT_FALSE(main.FindButton("Preview")->enabled);
-  EXPECT_EQ(main.FindToolbar("Toolbar_Sources")->buttons.size(), 0u);
+  // Unloaded again.
+  EXPECT_EQ(std::tuple(G().GrabberOK, G().GrabberName, GB().GrabberLibrary, PreviewImage()),
+            std::tuple(false, "SenNTcam", 0L, nullptr));
+  EXPECT_EQ(std::tuple(main.FindButton("Preview")->enabled, main.FindToolbar("Toolbar_Sources")->buttons.size()),
+            std::tuple(false, 0u));
   EXPECT_EQ(main.FindMenu("mnuGrabberSetup")->caption, "&Grabber: PCO SensiCam 370xL/375xL...");
 }
 
@@ -70,8 +69,7 @@ TEST_F(GrabberStartupTest, NoNameNoMessageAndAGoneDeviceIsForgotten) {
   SetMainForm(&other);
   Configure("USB Video");  // was device 0, is unplugged now
   ASSERT_TRUE(Main(other, "/B"));
-  EXPECT_TRUE(host.messages.empty());
-  EXPECT_EQ(G().GrabberName, "");
+  EXPECT_EQ(std::tuple(host.messages.size(), G().GrabberName), std::tuple(0u, ""));
   SetMainForm(&main);
 }
 
@@ -80,16 +78,12 @@ TEST_F(GrabberStartupTest, TheDummyComesUpWithItsLivePicture) {
   ASSERT_TRUE(Main(main, ""));
   EXPECT_TRUE(host.messages.empty());
   ASSERT_TRUE(G().GrabberOK);
-  EXPECT_EQ(G().VideoMode, 0);
-  EXPECT_EQ(GB().GrabberBits, 12);
-  EXPECT_EQ(GB().GrabberDynamik, 4096);
+  EXPECT_EQ(std::tuple(G().VideoMode, GB().GrabberBits, GB().GrabberDynamik), std::tuple(0, 12, 4096));
 
   Form_Camera* preview = PreviewImage();
   ASSERT_NE(preview, nullptr);
-  EXPECT_EQ(preview->Caption(), "Camera Image");
-  EXPECT_TRUE(preview->Locked());
-  EXPECT_TRUE(preview->GrabEnabled);
-  EXPECT_FALSE(preview->HasColors());
+  EXPECT_EQ(std::tuple(preview->Caption(), preview->Locked(), preview->GrabEnabled, preview->HasColors()),
+            std::tuple("Camera Image", true, true, false));
   EXPECT_EQ(std::tuple(preview->ImageWidth(), preview->ImageHeight(), preview->ImageBitsPerPixel()),
             std::tuple(384, 288, 12));
   EXPECT_TRUE(preview->Filename.empty());
@@ -98,10 +92,10 @@ TEST_F(GrabberStartupTest, TheDummyComesUpWithItsLivePicture) {
   EXPECT_EQ(main.ImageCount, 2) << "the live picture and the hidden background image";
 
   // The grabber's entries follow GrabberOK.
-  EXPECT_TRUE(main.FindMenu("mnuPreview")->enabled);
-  EXPECT_TRUE(main.FindButton("Preview")->enabled);
-  EXPECT_FALSE(main.FindButton("Overlay")->enabled) << "the dummy has no overlay";
-  EXPECT_FALSE(main.FindMenu("mnuDlgVideoSource")->enabled);
+  // The dummy has no overlay and no source dialog.
+  EXPECT_EQ(std::tuple(main.FindMenu("mnuPreview")->enabled, main.FindButton("Preview")->enabled,
+                       main.FindButton("Overlay")->enabled, main.FindMenu("mnuDlgVideoSource")->enabled),
+            std::tuple(true, true, false, false));
   EXPECT_EQ(main.FindMenu("mnuGrabberSetup")->caption, "&Grabber: Dummy Grabber...");
   EXPECT_TRUE(main.FindMenu("mnuGrabberSetup")->built == false)
       << "the dialog is the workbench window's";
@@ -114,8 +108,7 @@ TEST_F(GrabberStartupTest, TheDummyComesUpWithItsLivePicture) {
   EXPECT_TRUE(sources->buttons[0].checked && sources->buttons[0].enabled && sources->visible);
   MenuEntry* source = main.FindMenu("mnuSource", 0);
   ASSERT_NE(source, nullptr);
-  EXPECT_EQ(source->caption, "Video Source");
-  EXPECT_TRUE(source->checked);
+  EXPECT_EQ(std::tuple(source->caption, source->checked), std::tuple("Video Source", true));
 
   // Pressing the button selects its input.
   GB().GrabberSource = 7;
@@ -152,8 +145,8 @@ TEST_F(GrabberStartupTest, ExitShutsTheGrabberDownFirstAndKeepsTheRectangle) {
   EXPECT_EQ(order, std::vector<std::string>{"grabber already down"});
   EXPECT_EQ(GB().CameraImageWidth, 500);
   const Profile ini = Profile::Load(ResolveProfilePath(G().IniFile));
-  EXPECT_EQ(ini.GetInt("Camera Image", "Width", 0), 500);
-  EXPECT_EQ(ini.GetInt("Camera Image", "Height", 0), 400);
+  EXPECT_EQ(std::tuple(ini.GetInt("Camera Image", "Width", 0), ini.GetInt("Camera Image", "Height", 0)),
+            std::tuple(500, 400));
   EXPECT_EQ(host.store.GetSetting("sv4200", "HARDWARE", "Grabber", "?"), "DummyGrb");
 }
 
@@ -167,10 +160,9 @@ TEST_F(GrabberStartupTest, SetupListsTheDriversAndChangesAtRunTime) {
   for (auto [row, text] : {std::pair{0, "(none)"}, {1, "Video 1000 S/W (not available)"},
                            {7, "GenICam Camera (Aravis)"}, {8, "Dummy Grabber"}, {9, "USB Video"}})
     EXPECT_EQ(form.List_Drivers[size_t(row)], text);
-  EXPECT_EQ(form.Drivers[9].number, 12);
-  EXPECT_EQ(form.ListIndex, 0) << "no grabber: the first row";
-  EXPECT_EQ(form.Label_Info, "No grabber");
-  EXPECT_FALSE(form.Check_ColorEnabled);
+  // No grabber: the first row.
+  EXPECT_EQ(std::tuple(form.Drivers[9].number, form.ListIndex, form.Label_Info, form.Check_ColorEnabled),
+            std::tuple(12L, 0, "No grabber", false));
 
   // To the dummy, in colour.
   form.List_Drivers_Click(8);
@@ -178,10 +170,8 @@ TEST_F(GrabberStartupTest, SetupListsTheDriversAndChangesAtRunTime) {
   form.Check_Color = true;
   form.Visible = true;
   EXPECT_TRUE(form.Command_OK());
-  EXPECT_FALSE(form.Visible);
-  EXPECT_TRUE(G().GrabberOK);
-  EXPECT_EQ(G().GrabberName, "DummyGrb");
-  EXPECT_TRUE(GrabberIsColor());
+  EXPECT_EQ(std::tuple(form.Visible, G().GrabberOK, G().GrabberName, GrabberIsColor()),
+            std::tuple(false, true, "DummyGrb", true));
   Form_Camera* preview = PreviewImage();
   ASSERT_NE(preview, nullptr);
   EXPECT_TRUE(preview->HasColors());
@@ -192,8 +182,7 @@ TEST_F(GrabberStartupTest, SetupListsTheDriversAndChangesAtRunTime) {
 
   // The dialog opens on the driver in use.
   form.Form_Load();
-  EXPECT_EQ(form.ListIndex, 8);
-  EXPECT_TRUE(form.Check_Color);
+  EXPECT_EQ(std::tuple(form.ListIndex, form.Check_Color), std::tuple(8, true));
 
   // To a driver that cannot come up here: the start-up message, no grabber,
   // and the images stay.
@@ -202,9 +191,8 @@ TEST_F(GrabberStartupTest, SetupListsTheDriversAndChangesAtRunTime) {
   EXPECT_FALSE(form.Command_OK());
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(host.messages[0].text, "Cannot initialize Grabber Interface\r\nGrabber:Video 1000 12Bit PCI");
-  EXPECT_FALSE(G().GrabberOK);
-  EXPECT_EQ(PreviewImage(), preview);
-  EXPECT_FALSE(main.FindButton("Preview")->enabled);
+  EXPECT_EQ(std::tuple(G().GrabberOK, PreviewImage(), main.FindButton("Preview")->enabled),
+            std::tuple(false, preview, false));
   EXPECT_TRUE(main.FindToolbar("Toolbar_Sources")->buttons.empty());
   EXPECT_FALSE(main.FindToolbar("Toolbar_Sources")->visible);
 
@@ -212,23 +200,20 @@ TEST_F(GrabberStartupTest, SetupListsTheDriversAndChangesAtRunTime) {
   form.Form_Load();
   form.List_Drivers_Click(0);
   EXPECT_FALSE(form.Command_OK());
-  EXPECT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(G().GrabberName, "");
+  EXPECT_EQ(std::tuple(host.messages.size(), G().GrabberName), std::tuple(1u, ""));
   form.List_Drivers_Click(8);
   form.Command_Cancel();
   EXPECT_FALSE(G().GrabberOK);
   form.List_Drivers_Click(99);
-  EXPECT_EQ(form.ListIndex, -1);
-  EXPECT_FALSE(form.Command_OKEnabled);
+  EXPECT_EQ(std::tuple(form.ListIndex, form.Command_OKEnabled), std::tuple(-1, false));
 }
 
 TEST_F(GrabberStartupTest, ResetComesUpWithoutTheGrabber) {
   Configure("DummyGrb");
   ASSERT_TRUE(Main(main, "/B /RESET"));
-  EXPECT_FALSE(G().GrabberOK);
-  EXPECT_EQ(PreviewImage(), nullptr);
-  EXPECT_FALSE(main.FindMenu("mnuPreview")->enabled);
-  EXPECT_FALSE(main.FindButton("Preview")->enabled);
+  EXPECT_EQ(std::tuple(G().GrabberOK, PreviewImage(), main.FindMenu("mnuPreview")->enabled,
+                       main.FindButton("Preview")->enabled),
+            std::tuple(false, nullptr, false, false));
   main.ToolbarClick("Preview");
   EXPECT_EQ(previews, 0);
 }

@@ -75,10 +75,8 @@ TEST_F(CaptureTest, EachFormatIsConvertedOnceIntoTheFrame) {
     GB().GrabberColor = c.colour;
     test::RecordedDevice& d = list.devices[0];
     d = test::RecordedDevice();
+    std::tie(d.width, d.height, d.padding) = std::tuple(c.width, c.height, c.padding);
     d.formats = {c.format};
-    d.width = c.width;
-    d.height = c.height;
-    d.padding = c.padding;
     d.frames = {c.frame};
     V4L2CaptureDriver driver(0);
     ASSERT_TRUE(driver.Open(0));
@@ -122,20 +120,16 @@ TEST_F(CaptureTest, TheDeviceNamesItselfAndItsInputs) {
   d.card = "USB2.0 Grabber";
   d.inputs = {"Composite0", "S-Video"};
   std::unique_ptr<CameraDriver> driver = MakeCaptureDriver(2);
-  EXPECT_EQ(driver->InterfaceName(), "USB2.0 Grabber") << "known from the list before it opens";
-  EXPECT_EQ(driver->Version(), "video4linux");
+  // Known from the list before it opens.
+  EXPECT_EQ(std::tuple(driver->InterfaceName(), driver->Version()), std::tuple("USB2.0 Grabber", "video4linux"));
   ASSERT_TRUE(driver->Open(1));
-  EXPECT_EQ(d.selectedInput, 1);
-  EXPECT_EQ(driver->Inputs(), 2);
-  EXPECT_EQ(driver->InputName(1), "S-Video");
+  EXPECT_EQ(std::tuple(d.selectedInput, driver->Inputs(), driver->InputName(1)), std::tuple(1, 2L, "S-Video"));
   driver->Close();
-  EXPECT_FALSE(d.open);
-  EXPECT_FALSE(driver->IsOpen());
+  EXPECT_EQ(std::tuple(d.open, driver->IsOpen()), std::tuple(false, false));
 
   d.inputs.clear();
   ASSERT_TRUE(driver->Open(0));
-  EXPECT_EQ(driver->Inputs(), 1);
-  EXPECT_EQ(driver->InputName(0), "Video Source");
+  EXPECT_EQ(std::tuple(driver->Inputs(), driver->InputName(0)), std::tuple(1L, "Video Source"));
   driver.reset();
   EXPECT_FALSE(d.open) << "the driver lets the device go when it ends";
 }
@@ -160,8 +154,8 @@ TEST_F(CaptureTest, TheNewestFrameIsDeliveredAndEveryBufferGoesBack) {
   d.Send(1, true);
   ASSERT_EQ(driver.ReadImage(dest), 0);
   EXPECT_EQ(dest, Words({40, 40}));
-  EXPECT_EQ(d.Count(test::RecordedDevice::kQueued), V4L2CaptureDriver::kBuffers);
-  EXPECT_EQ(d.dropped, 0u);
+  EXPECT_EQ(std::tuple(d.Count(test::RecordedDevice::kQueued), d.dropped),
+            std::tuple(V4L2CaptureDriver::kBuffers, 0u));
 
   // Taken once, a frame is not delivered again.
   EXPECT_EQ(driver.ReadImage(dest), kGrabberNoSync);
@@ -225,9 +219,8 @@ TEST_F(NoCaptureDeviceTest, NothingIsListedAndSelectionIsRefused) {
   host.Answer(MsgResult::OK);
   ASSERT_TRUE(Main(main, "/B"));
   ASSERT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(host.messages[0].text, "Cannot initialize Grabber Interface\r\nGrabber:(none)");
-  EXPECT_FALSE(G().GrabberOK);
-  EXPECT_EQ(PreviewImage(), nullptr);
+  EXPECT_EQ(std::tuple(host.messages[0].text, G().GrabberOK, PreviewImage()),
+            std::tuple("Cannot initialize Grabber Interface\r\nGrabber:(none)", false, nullptr));
 }
 
 }  // namespace
