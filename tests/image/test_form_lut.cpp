@@ -35,6 +35,11 @@ TEST_F(LutFormTest, ControlsShowTheImage) {
   EXPECT_EQ(Form_LUT::LutTypeNames(),
             (std::vector<std::string>{"White", "Rainbow", "Green", "Orange", "Yellow", "Blue",
                                       "Chart"}));
+  // An open dialog follows a new bit depth.
+  lut.Visible = true;
+  image.LUTmin = 0.25f;
+  image.SetImageBitsPerPixel(16);
+  EXPECT_EQ(lut.Text_Min, "25");
 }
 
 TEST_F(LutFormTest, ApplySetsTheImageAndItsTable) {
@@ -99,14 +104,6 @@ TEST_F(LutFormTest, SlidersWriteTheTextsAndApply) {
   EXPECT_FALSE(lut.Slider_Change());  // 100 is not below 100
   EXPECT_EQ(lut.Slider_Min, 1000);
   EXPECT_EQ(lut.Text_Min, "100");
-}
-
-TEST_F(LutFormTest, VisibleDialogFollowsTheBitDepth) {
-  Form_LUT lut(&image);
-  lut.Visible = true;
-  image.LUTmin = 0.25f;
-  image.SetImageBitsPerPixel(16);
-  EXPECT_EQ(lut.Text_Min, "25");
 }
 
 TEST_F(LutFormTest, BindingMovesAndEndsCleanly) {

@@ -12,16 +12,17 @@ namespace {
 struct RecordingPainter : OverlayPainter {
   std::vector<std::string> calls;
   static std::string N(long v) { return std::to_string(v); }
+  static std::string Box(const char* what, long x1, long y1, long x2, long y2) {
+    return what + (" " + N(x1)) + "," + N(y1) + " " + N(x2) + "," + N(y2);
+  }
   void Line(long x1, long y1, long x2, long y2, long colour, long width, long style) override {
-    calls.push_back("line " + N(x1) + "," + N(y1) + " " + N(x2) + "," + N(y2) + " c" + N(colour) +
-                    " w" + N(width) + " s" + N(style));
+    calls.push_back(Box("line", x1, y1, x2, y2) + " c" + N(colour) + " w" + N(width) + " s" + N(style));
   }
   void Rect(long x1, long y1, long x2, long y2, long colour, long width, long style) override {
-    calls.push_back("rect " + N(x1) + "," + N(y1) + " " + N(x2) + "," + N(y2) + " c" + N(colour) +
-                    " w" + N(width) + " s" + N(style));
+    calls.push_back(Box("rect", x1, y1, x2, y2) + " c" + N(colour) + " w" + N(width) + " s" + N(style));
   }
   void InvertRect(long x1, long y1, long x2, long y2) override {
-    calls.push_back("grip " + N(x1) + "," + N(y1) + " " + N(x2) + "," + N(y2));
+    calls.push_back(Box("grip", x1, y1, x2, y2));
   }
   void Text(long x, long y, const std::string& text, long colour) override {
     calls.push_back("text " + N(x) + "," + N(y) + " " + text + " c" + N(colour));

@@ -62,14 +62,7 @@ WindowAccumulator Accumulator(const WindowRect& rect, std::span<uint32_t> buffer
 
 LineAccumulator Line(long x1, long y1, long x2, long y2, int thickness,
                      std::span<uint32_t> buffer = {}) {
-  LineAccumulator l;
-  l.X1 = x1;
-  l.Y1 = y1;
-  l.X2 = x2;
-  l.Y2 = y2;
-  l.Thickness = thickness;
-  l.Buffer = buffer;
-  return l;
+  return {.X1 = x1, .Y1 = y1, .X2 = x2, .Y2 = y2, .Thickness = thickness, .Buffer = buffer};
 }
 
 AnalysisResult Sentinel() {

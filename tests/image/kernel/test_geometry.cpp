@@ -46,15 +46,11 @@ TEST(GeometryFlip, TopBottomAndLeftRight) {
   EXPECT_EQ(out, (Frame{100, 101, 102, 0, 1, 2}));
   ASSERT_TRUE(SV_mirror(size, src, out));
   EXPECT_EQ(out, (Frame{2, 1, 0, 102, 101, 100}));
-}
-
-TEST(GeometryFlip, ColourKeepsTheChannelOrderOfEachPixel) {
-  const FrameSize size{2, 1};
-  const Frame src = {1, 2, 3, 4, 5, 6};
-  Frame out(6);
-  ASSERT_TRUE(SV_RGB_mirror(size, src, out));
+  // Colour keeps the channel order of each pixel.
+  const Frame rgb = {1, 2, 3, 4, 5, 6};
+  ASSERT_TRUE(SV_RGB_mirror(FrameSize{2, 1}, rgb, out));
   EXPECT_EQ(out, (Frame{4, 5, 6, 1, 2, 3}));
-  ASSERT_TRUE(SV_RGB_flip(FrameSize{1, 2}, src, out));
+  ASSERT_TRUE(SV_RGB_flip(FrameSize{1, 2}, rgb, out));
   EXPECT_EQ(out, (Frame{4, 5, 6, 1, 2, 3}));
 }
 
@@ -122,18 +118,16 @@ TEST(GeometryRotate, FourTurnsAreTheIdentityAndTwoAreFlipAndMirror) {
   }
 }
 
-TEST(GeometryStretch, SameSizeIsACopy) {
+TEST(GeometryStretch, PixelCentresMeetAndEdgesRepeat) {
+  // The same size is a copy.
   for (FrameSize size : {FrameSize{7, 5}, FrameSize{1, 1}, FrameSize{33, 2}}) {
-    const Frame grey = Random(size, 1, 5), rgb = Random(size, 3, 6);
+    const Frame rgb = Random(size, 3, 6);
     Frame out(rgb.size());
-    ASSERT_TRUE(SV_stretch(size, grey, size, out));
-    EXPECT_EQ(Frame(out.begin(), out.begin() + long(grey.size())), grey);
     ASSERT_TRUE(SV_RGB_stretch(size, rgb, size, out));
     EXPECT_EQ(out, rgb);
+    ASSERT_TRUE(SV_stretch(size, Channel(rgb, 1), size, out));
+    EXPECT_EQ(Frame(out.begin(), out.begin() + long(size.Pixels())), Channel(rgb, 1));
   }
-}
-
-TEST(GeometryStretch, PixelCentresMeetAndEdgesRepeat) {
   // Up: destination centres at -0.25, 0.25, 0.75, 1.25 source pixels.
   Frame out(4);
   ASSERT_TRUE(SV_stretch(FrameSize{2, 1}, Frame{0, 1000}, FrameSize{4, 1}, out));
