@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <tuple>
 
 #include "core/globals.h"
 #include "support/scripted_host.h"
@@ -61,15 +62,12 @@ TEST_F(MainFormTest, DocumentsAreNamedCountedAndListed) {
   ChildDocument* a = main.CreateImage();
   ChildDocument* b = main.CreateImage();
   ChildDocument* s = main.CreateWorksheet();
-  EXPECT_EQ(a->Caption(), "Image1");
-  EXPECT_EQ(b->Caption(), "Image2");
-  EXPECT_EQ(s->Caption(), "Data1.sht");
+  EXPECT_EQ(std::tuple(a->Caption(), b->Caption(), s->Caption()), std::tuple("Image1", "Image2", "Data1.sht"));
   EXPECT_FALSE(images[0]->visible) << "created, not shown";
   EXPECT_EQ(main.ImageList, (std::vector<long>{a->Handle(), b->Handle()}));
 
   EXPECT_TRUE(main.CloseChild(a->Handle()));
-  EXPECT_EQ(main.ImageCount, 1);
-  EXPECT_EQ(main.ImageList, (std::vector<long>{b->Handle()}));
+  EXPECT_EQ(std::tuple(main.ImageCount, main.ImageList), std::tuple(1L, std::vector<long>{b->Handle()}));
   EXPECT_EQ(main.CreateImage()->Caption(), "Image3") << "the counter only grows";
 
   images[1]->allowClose = false;
@@ -101,12 +99,11 @@ TEST_F(MainFormTest, MenusFollowTheActiveDocument) {
   ChildDocument* img = main.CreateImage();
   main.ShowChild(img->Handle());
   main.PrepareMenu("mnuEdit");
-  EXPECT_FALSE(main.FindMenu("mnuUndo")->enabled);
-  EXPECT_EQ(main.FindMenu("mnuUndo")->caption, "&Undo");
+  EXPECT_EQ(std::tuple(main.FindMenu("mnuUndo")->enabled, main.FindMenu("mnuUndo")->caption), std::tuple(false, "&Undo"));
   images[0]->undo = "Rotate";
   main.PrepareMenu("mnuEdit");
-  EXPECT_TRUE(main.FindMenu("mnuUndo")->enabled);
-  EXPECT_EQ(main.FindMenu("mnuUndo")->caption, "&Undo Rotate");
+  EXPECT_EQ(std::tuple(main.FindMenu("mnuUndo")->enabled, main.FindMenu("mnuUndo")->caption),
+            std::tuple(true, "&Undo Rotate"));
   EXPECT_TRUE(main.FindMenu("mnuClear")->enabled);
   EXPECT_FALSE(main.FindMenu("mnuCopy")->enabled) << "nobody offers it yet";
 
@@ -115,22 +112,20 @@ TEST_F(MainFormTest, MenusFollowTheActiveDocument) {
   EXPECT_TRUE(main.FindMenu("mnuExit")->enabled);
 
   main.UpdateToolbarState();
-  EXPECT_TRUE(main.FindButton("Undo")->enabled);
-  EXPECT_EQ(main.FindButton("Undo")->tip, "Undo: Rotate");
+  EXPECT_EQ(std::tuple(main.FindButton("Undo")->enabled, main.FindButton("Undo")->tip), std::tuple(true, "Undo: Rotate"));
 }
 
 TEST_F(MainFormTest, MenuEnabledNotesAndRestoresTheTopMenus) {
   main.FindMenu("mnuScan")->enabled = false;
   main.MenuEnabled(false);
-  EXPECT_FALSE(main.FindMenu("mnuFile")->enabled);
-  EXPECT_FALSE(main.FindToolbar("Toolbar_File")->enabled);
+  EXPECT_EQ(std::tuple(main.FindMenu("mnuFile")->enabled, main.FindToolbar("Toolbar_File")->enabled), std::tuple(false, false));
   EXPECT_TRUE(main.FindToolbar("Toolbar_Plot")->enabled) << "not closed by a run";
   main.MenuEnabled(false);  // twice must not lose the noted state
   main.MenuEnabled(true);
-  EXPECT_TRUE(main.FindMenu("mnuFile")->enabled);
-  EXPECT_FALSE(main.FindMenu("mnuScan")->enabled) << "as it was before";
-  EXPECT_TRUE(main.FindToolbar("Toolbar_File")->enabled);
-  EXPECT_TRUE(main.FindMenu("mnuCloseAllImages")->enabled);
+  // mnuScan comes back as it was before.
+  EXPECT_EQ(std::tuple(main.FindMenu("mnuFile")->enabled, main.FindMenu("mnuScan")->enabled,
+                       main.FindToolbar("Toolbar_File")->enabled, main.FindMenu("mnuCloseAllImages")->enabled),
+            std::tuple(true, false, true, true));
 }
 
 TEST_F(MainFormTest, LastFilesMoveToTheFrontAndFallOut) {
@@ -138,13 +133,11 @@ TEST_F(MainFormTest, LastFilesMoveToTheFrontAndFallOut) {
   EXPECT_EQ(main.LastFiles, (std::vector<std::string>{"e.tif", "d.tif", "c.tif", "b.tif"}));
   main.UpdateLastFiles("c.tif");
   EXPECT_EQ(main.LastFiles, (std::vector<std::string>{"c.tif", "e.tif", "d.tif", "b.tif"}));
-  EXPECT_EQ(main.FindMenu("mnuLastFile", 0)->caption, "&1 c.tif");
-  EXPECT_EQ(main.GetLastFile(1), "e.tif");
-  EXPECT_EQ(main.GetLastFile(7), "");
+  EXPECT_EQ(std::tuple(main.FindMenu("mnuLastFile", 0)->caption, main.GetLastFile(1), main.GetLastFile(7)),
+            std::tuple("&1 c.tif", "e.tif", ""));
   main.RemoveLastFile(0);
-  EXPECT_EQ(main.GetLastFile(0), "e.tif");
-  EXPECT_FALSE(main.FindMenu("mnuLastFile", 3)->visible);
-  EXPECT_TRUE(main.FindMenu("mnuFileDummy4")->visible);
+  EXPECT_EQ(std::tuple(main.GetLastFile(0), main.FindMenu("mnuLastFile", 3)->visible, main.FindMenu("mnuFileDummy4")->visible),
+            std::tuple("e.tif", false, true));
   main.UpdateLastFiles("");  // only re-captions
   EXPECT_EQ(main.GetLastFile(0), "e.tif");
 }
@@ -167,8 +160,7 @@ TEST_F(MainFormTest, OpenDocumentByExtension) {
   main.SetCommand("mnuOpenImage", [](int) {});
   main.ImageOpenDo = [](ChildDocument&, const std::string& p) { return p != "bad."; };
   EXPECT_TRUE(main.OpenDocument("noextension."));
-  EXPECT_EQ(main.ImageCount, 1);
-  EXPECT_TRUE(images.back()->visible);
+  EXPECT_EQ(std::tuple(main.ImageCount, images.back()->visible), std::tuple(1L, true));
   EXPECT_FALSE(main.OpenDocument("bad."));
   EXPECT_EQ(host.messages.size(), 1u) << "the opener tells its own failure";
   EXPECT_EQ(main.ImageCount, 1) << "the failed image is gone again";
@@ -184,18 +176,14 @@ TEST_F(MainFormTest, ExitAsksAndCancelKeepsEverything) {
   host.Answer(MsgResult::Cancel);
   EXPECT_FALSE(main.QueryUnload());
   ASSERT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(host.messages[0].text, "You are exiting Your SV4200 session.");
-  EXPECT_EQ(host.messages[0].title, "Exit");
-  EXPECT_EQ(host.messages[0].buttons, MsgButtons::OKCancel);
-  EXPECT_EQ(host.messages[0].icon, MsgIcon::Exclamation);
-  EXPECT_EQ(previewRestarts, 1);
-  EXPECT_EQ(main.ImageCount, 1);
-  EXPECT_FALSE(main.Closed());
+  const auto& m = host.messages[0];
+  EXPECT_EQ(std::tuple(m.text, m.title, m.buttons, m.icon),
+            std::tuple("You are exiting Your SV4200 session.", "Exit", MsgButtons::OKCancel, MsgIcon::Exclamation));
+  EXPECT_EQ(std::tuple(previewRestarts, main.ImageCount, main.Closed()), std::tuple(1, 1L, false));
 
   host.Answer(MsgResult::OK);
   EXPECT_TRUE(main.QueryUnload());
-  EXPECT_EQ(main.ImageCount, 0);
-  EXPECT_TRUE(main.Closed());
+  EXPECT_EQ(std::tuple(main.ImageCount, main.Closed()), std::tuple(0L, true));
 }
 
 TEST_F(MainFormTest, ExitWithoutTheQuestionStillSaves) {

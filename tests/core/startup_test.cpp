@@ -1,6 +1,7 @@
 #include "core/startup.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 #include "core/globals.h"
 #include "core/mdi_main.h"
@@ -45,8 +46,7 @@ TEST(KernelVersion, EachNumberAgainstItsOwnMinimum) {
 TEST(GreyTable, WeightsRoundingAndTopBit) {
   auto t = BuildRGBtoGrey();
   ASSERT_EQ(t.size(), 65536u);
-  EXPECT_EQ(t[0], 0);
-  EXPECT_EQ(t[0x7FFF], 255);
+  EXPECT_EQ(std::tuple(t[0], t[0x7FFF]), std::tuple(0, 255));
   EXPECT_EQ(t[31 << 10], 76);   // 76.5 - a hair: the weight 0.3 is just below
   EXPECT_EQ(t[31 << 5], 150);   // 150.45
   EXPECT_EQ(t[31], 28);         // 28.05
@@ -76,9 +76,8 @@ TEST_F(StartupTest, OldKernelEndsTheStartWithItsMessage) {
   host.Answer(MsgResult::OK);
   EXPECT_FALSE(Main(main, ""));
   ASSERT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(host.messages[0].text,
-            "Version of SV4200.DLL (2.2.9) is too old.\r\nUpdate with version 2.2.10");
-  EXPECT_EQ(host.messages[0].icon, MsgIcon::Critical);
+  EXPECT_EQ(std::tuple(host.messages[0].text, host.messages[0].icon),
+            std::tuple("Version of SV4200.DLL (2.2.9) is too old.\r\nUpdate with version 2.2.10", MsgIcon::Critical));
   EXPECT_TRUE(G().RGBtoGrey.empty()) << "nothing after the check ran";
 }
 
@@ -121,15 +120,12 @@ TEST_F(StartupTest, ComesUpWithoutHardwareAndABackgroundImage) {
   });
   ASSERT_TRUE(Main(main, "/3D"));
   EXPECT_TRUE(host.messages.empty());
-  EXPECT_TRUE(G().Use3D);
-  EXPECT_TRUE(main.FindMenu("mnuShowProfile")->visible);
-  EXPECT_EQ(made, 1);
-  EXPECT_TRUE(G().BackgroundValid);
-  EXPECT_EQ(main.ImageCount, 1);
-  EXPECT_EQ(main.ActiveChild(), nullptr) << "the background image stays hidden";
+  EXPECT_EQ(std::tuple(G().Use3D, main.FindMenu("mnuShowProfile")->visible), std::tuple(true, true));
+  // The background image is made and stays hidden.
+  EXPECT_EQ(std::tuple(made, G().BackgroundValid, main.ImageCount, main.ActiveChild()),
+            std::tuple(1, true, 1L, nullptr));
   // No such file in the program folder: the bare name stands.
-  EXPECT_EQ(G().IniFile, "SV4200_tester.ini");
-  EXPECT_FALSE(G().GrabberOK);
+  EXPECT_EQ(std::tuple(G().IniFile, G().GrabberOK), std::tuple("SV4200_tester.ini", false));
   bool sawUses = false;
   for (auto& s : host.status) sawUses = sawUses || s == "SV4200 uses SV4200_tester.ini";
   EXPECT_TRUE(sawUses);
@@ -142,9 +138,8 @@ TEST_F(StartupTest, SwitchesBAndResetAndTheIniBesideTheProgram) {
   test::WriteFile(host.programFolder + "/SV4200_tester.ini", "[Main]\r\nstate=0\r\n");
   host.store.SaveSetting("sv4200", "HARDWARE", "Grabber", "V1SW2000");
   ASSERT_TRUE(Main(main, "/BNOTHING /RESET"));
-  EXPECT_EQ(G().IniFile, host.programFolder + "/SV4200_tester.ini");
-  EXPECT_FALSE(G().BackgroundValid);
-  EXPECT_EQ(G().GrabberName, "");
+  EXPECT_EQ(std::tuple(G().IniFile, G().BackgroundValid, G().GrabberName),
+            std::tuple(host.programFolder + "/SV4200_tester.ini", false, ""));
 }
 
 TEST_F(StartupTest, ConfiguredInterfaceThatFailsIsReportedAndDropped) {
@@ -161,8 +156,8 @@ TEST_F(StartupTest, CommandLineFileOfAnUnbuiltKindIsRefused) {
   host.Answer(MsgResult::OK);
   ASSERT_TRUE(Main(main, "\"/data/run 1.sht\" /B"));
   ASSERT_EQ(host.messages.size(), 1u);
-  EXPECT_EQ(host.messages[0].text, "Can't open /data/run 1.sht at this time.");
-  EXPECT_EQ(host.messages[0].title, "Open");
+  EXPECT_EQ(std::tuple(host.messages[0].text, host.messages[0].title),
+            std::tuple("Can't open /data/run 1.sht at this time.", "Open"));
 }
 
 TEST_F(StartupTest, DebugModeComesFromTheUserStoreOfTheSlave) {
