@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <regex>
 #include <sstream>
+#include <tuple>
 
 #include "cli/batch.h"
 #include "cli/batch_host.h"
@@ -88,8 +89,7 @@ TEST(BatchHost, AnswersWithTheDefaultButton) {
   FileDialog dlg;
   dlg.filterIndex = 3;
   auto r = h.OpenFileDialog(dlg);
-  EXPECT_EQ(r.path, "");
-  EXPECT_EQ(r.filterIndex, 3);
+  EXPECT_EQ(std::tuple(r.path, r.filterIndex), std::tuple("", 3));
   EXPECT_EQ(h.SaveFileDialog(dlg).path, "");
   h.ShowStatus("quiet", -1);
   EXPECT_EQ(err.str().find("quiet"), std::string::npos);

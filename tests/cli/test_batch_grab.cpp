@@ -37,14 +37,8 @@ class GrabCommand : public BatchFixture {
     BatchFixture::SetUp();
     previousWriter_ = GrabWriter();
     GrabWriter() = [this](Form_Camera& image, const std::string& path, int filter) {
-      Written w;
-      w.path = path;
-      w.filter = filter;
-      w.width = image.ImageWidth();
-      w.height = image.ImageHeight();
-      w.bits = image.ImageBitsPerPixel();
-      w.pixels.assign(image.ImagePtr(), image.ImagePtr() + image.ImageBytes() / 2);
-      written.push_back(std::move(w));
+      written.push_back({path, filter, image.ImageWidth(), image.ImageHeight(), image.ImageBitsPerPixel(),
+                         {image.ImagePtr(), image.ImagePtr() + image.ImageBytes() / 2}});
       return path.find("unwritable") == std::string::npos;
     };
   }
@@ -85,9 +79,8 @@ TEST_F(GrabCommand, OneFrameFromTheSimulatedCameraAtTheGivenEnergy) {
   const std::string file = root + "/frame.tif";
   ASSERT_EQ(Run({"grab", "--out", file, "--filter", "2"}), 0) << err.str();
   ASSERT_EQ(written.size(), 1u);
-  EXPECT_EQ(written[0].path, file);
-  EXPECT_EQ(std::tuple(written[0].filter, written[0].width, written[0].height, written[0].bits),
-            std::tuple(2, kDummyWidth, kDummyHeight, kDummyBits));
+  EXPECT_EQ(std::tuple(written[0].path, written[0].filter, written[0].width, written[0].height, written[0].bits),
+            std::tuple(file, 2, kDummyWidth, kDummyHeight, kDummyBits));
   EXPECT_EQ(out.str(), file + ": 384 x 288, 12 bits, 1 frame from Dummy Grabber at 100 eV\n");
 
   ASSERT_EQ(Run({"grab", "--out", file, "--energy", "45"}), 0) << err.str();
@@ -120,8 +113,7 @@ TEST_F(GrabCommand, TheImageWriterWritesAFileThatReadsBack) {
   for (const std::string& file : {tif, b16}) {
     ImageFileInfo info;
     ASSERT_TRUE(ReadImageFileInfo(file, info)) << file;
-    EXPECT_EQ(info.width, kDummyWidth);
-    EXPECT_EQ(info.height, kDummyHeight);
+    EXPECT_EQ(std::tuple(info.width, info.height), std::tuple(kDummyWidth, kDummyHeight)) << file;
   }
 }
 

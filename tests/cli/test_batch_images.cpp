@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <tuple>
 #include <vector>
 
 #include "batch_fixture.h"
@@ -50,9 +51,8 @@ TEST_F(BatchImagesTest, ConvertTakesTheFilterFromTheExtensionOrTheOption) {
   EXPECT_NE(out.str().find("TIFF - 16 Bit"), std::string::npos);
   Form_Camera back(nullptr);
   ASSERT_TRUE(ImageOpenDo(back, root + "/out.t16"));
-  EXPECT_EQ(back.ImageWidth(), 5);
-  EXPECT_EQ(back.ImagePtr()[19], 19 * 200);
-  EXPECT_EQ(back.ImgDescription, "Ag(111)");
+  EXPECT_EQ(std::tuple(back.ImageWidth(), back.ImagePtr()[19], back.ImgDescription),
+            std::tuple(5L, 19 * 200, "Ag(111)"));
 
   ASSERT_EQ(Run({"image-convert", in, root + "/out.txt", "--filter", "11"}), 0) << err.str();
   std::ifstream f(root + "/out.txt");
