@@ -150,8 +150,7 @@ TEST_F(ScanWindowsTest, AWindowFollowingASpotToTheRightBorderSlidesAndKeepsItsWi
   ScanWindow w = At(80, 40, 20, 10);
   w.Mode = kModeStopAbs;
   WindowUpdateRect(w, kWidth, kHeight);
-  const WindowStepEnergy step{true, 100, 100, 1};
-  EXPECT_TRUE(WindowFollowStep(w, Spot(500, 0, 99, 40), step, kWidth, kHeight));
+  EXPECT_TRUE(WindowFollowStep(w, Spot(500, 0, 99, 40), {true, 100, 100, 1}, kWidth, kHeight));
   EXPECT_EQ(std::tuple(w.CenterX, w.CurX1, w.CurX2, w.W), std::tuple(99, 80, 99, 20));
 }
 

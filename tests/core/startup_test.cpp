@@ -24,12 +24,11 @@ TEST(CommandLine, SwitchesNeedTheirBlankExceptB) {
 }
 
 TEST(CommandLine, FirstWordLosesItsQuotes) {
-  EXPECT_EQ(FirstWord("\"/data/my file.tif\" /RESET"), "/data/my file.tif");
-  EXPECT_EQ(FirstWord("\"a.tif\""), "a.tif");
-  EXPECT_EQ(FirstWord("a.tif /B"), "a.tif");
+  for (auto [line, first] : {std::pair{"\"/data/my file.tif\" /RESET", "/data/my file.tif"},
+                             {"\"a.tif\"", "a.tif"}, {"a.tif /B", "a.tif"}, {"", ""},
+                             {"\"unclosed name", "\"unclosed"}})
+    EXPECT_EQ(FirstWord(line), first) << line;
   EXPECT_EQ(RestOfLine("a.tif /B"), "/B");
-  EXPECT_EQ(FirstWord(""), "");
-  EXPECT_EQ(FirstWord("\"unclosed name"), "\"unclosed");
   EXPECT_EQ(JoinArguments({"my file.tif", "/RESET"}), "\"my file.tif\" /RESET");
   EXPECT_EQ(FirstWord(JoinArguments({"my file.tif", "/RESET"})), "my file.tif");
 }

@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <filesystem>
+#include <tuple>
 
 #include "core/ini_profile.h"
 #include "core/platform/platform.h"
@@ -28,8 +29,7 @@ TEST(ProfileTextToInt, ReadsAsTheWindowsReaderDoes) {
 
 TEST(Profile, NamesCompareWithoutCase) {
   Profile p = Profile::Parse("[Main]\r\nLeft=5\r\n");
-  EXPECT_EQ(p.GetInt("MAIN", "left", 0), 5);
-  EXPECT_EQ(p.GetInt("main", "LEFT", 0), 5);
+  EXPECT_EQ(std::tuple(p.GetInt("MAIN", "left", 0), p.GetInt("main", "LEFT", 0)), std::tuple(5, 5));
   p.Set("mAiN", "LEFT", "7");
   // The existing line is changed and keeps its own spelling.
   EXPECT_EQ(p.Text(), "[Main]\r\nLeft=7\r\n");
@@ -38,22 +38,19 @@ TEST(Profile, NamesCompareWithoutCase) {
 
 TEST(Profile, MissingKeysGiveTheDefault) {
   Profile p = Profile::Parse("[A]\nx=1\nempty=\n");
-  EXPECT_EQ(p.GetInt("A", "y", 42), 42);
-  EXPECT_EQ(p.GetInt("B", "x", -1), -1);
-  EXPECT_EQ(p.GetString("A", "y", "def"), "def");
+  EXPECT_EQ(std::tuple(p.GetInt("A", "y", 42), p.GetInt("B", "x", -1), p.GetString("A", "y", "def")),
+            std::tuple(42, -1, "def"));
   EXPECT_FALSE(p.Get("A", "y").has_value());
   // A key with nothing behind "=" is there, but gives no number.
-  EXPECT_EQ(p.Get("A", "empty"), std::optional<std::string>(""));
-  EXPECT_EQ(p.GetString("A", "empty", "def"), "");
-  EXPECT_EQ(p.GetInt("A", "empty", 9), 9);
+  EXPECT_EQ(std::tuple(p.Get("A", "empty"), p.GetString("A", "empty", "def"), p.GetInt("A", "empty", 9)),
+            std::tuple(std::optional<std::string>(""), "", 9));
   EXPECT_EQ(Profile().GetInt("A", "x", 3), 3);
 }
 
 TEST(Profile, IntegerValuesReadLikeTheirText) {
   Profile p = Profile::Parse("[N]\na=12abc\nb=abc\ne=\"17\"\n");
-  EXPECT_EQ(p.GetInt("N", "a", 5), 12);
-  EXPECT_EQ(p.GetInt("N", "b", 5), 0);  // not a number: 0, not the default
-  EXPECT_EQ(p.GetInt("N", "e", 5), 17);
+  // Not a number: 0, not the default.
+  EXPECT_EQ(std::tuple(p.GetInt("N", "a", 5), p.GetInt("N", "b", 5), p.GetInt("N", "e", 5)), std::tuple(12, 0, 17));
 }
 
 TEST(Profile, BlanksAndQuotesAroundValues) {
@@ -66,14 +63,11 @@ TEST(Profile, BlanksAndQuotesAroundValues) {
       "q4=\"\n"
       "q5=\"a\" and \"b\"\n"
       "eq=a=b\n");
-  EXPECT_EQ(p.GetString("Sec", "key", ""), "some value");
-  EXPECT_EQ(p.GetString("Sec", " key ", ""), "some value");
-  EXPECT_EQ(p.GetString("Sec", "q1", ""), "  padded  ");
-  EXPECT_EQ(p.GetString("Sec", "q2", ""), "single");
-  EXPECT_EQ(p.GetString("Sec", "q3", ""), "\"unmatched");
-  EXPECT_EQ(p.GetString("Sec", "q4", ""), "\"");
-  EXPECT_EQ(p.GetString("Sec", "q5", ""), "a\" and \"b");  // the outer pair only
-  EXPECT_EQ(p.GetString("Sec", "eq", ""), "a=b");
+  // Of q5 only the outer pair goes.
+  for (auto [key, value] : {std::pair{"key", "some value"}, {" key ", "some value"}, {"q1", "  padded  "},
+                            {"q2", "single"}, {"q3", "\"unmatched"}, {"q4", "\""}, {"q5", "a\" and \"b"},
+                            {"eq", "a=b"}})
+    EXPECT_EQ(p.GetString("Sec", key, ""), value) << key;
 }
 
 TEST(Profile, ValuesAreCutAt255Characters) {
@@ -104,8 +98,7 @@ TEST(Profile, KeysBeforeTheFirstSectionBelongToNone) {
 
 TEST(Profile, RepeatedSectionsAreSearchedInOrder) {
   Profile p = Profile::Parse("[A]\nx=1\n[B]\n[a]\nx=2\ny=3\n");
-  EXPECT_EQ(p.GetInt("A", "x", 0), 1);
-  EXPECT_EQ(p.GetInt("A", "y", 0), 3);
+  EXPECT_EQ(std::tuple(p.GetInt("A", "x", 0), p.GetInt("A", "y", 0)), std::tuple(1, 3));
   EXPECT_EQ(p.Sections(), (std::vector<std::string>{"A", "B"}));
   EXPECT_EQ(p.Keys("A"), (std::vector<std::string>{"x", "y"}));
 }
@@ -210,9 +203,10 @@ TEST(ProfileFiles, BareNamesLiveInTheConfigFolder) {
   std::filesystem::remove_all(h.configFolder);
   EXPECT_TRUE(WritePrivateProfileString("Main", "state", "2", "SV4200.ini"));
   EXPECT_EQ(test::ReadFile(h.configFolder + "/SV4200.ini"), "[Main]\r\nstate=2\r\n");
-  EXPECT_EQ(GetPrivateProfileInt("MAIN", "STATE", 0, "SV4200.ini"), 2);
-  EXPECT_EQ(GetPrivateProfileString("Main", "missing", "d", "SV4200.ini"), "d");
-  EXPECT_EQ(GetPrivateProfileInt("Main", "state", 7, h.root + "/none.ini"), 7);
+  EXPECT_EQ(std::tuple(GetPrivateProfileInt("MAIN", "STATE", 0, "SV4200.ini"),
+                       GetPrivateProfileString("Main", "missing", "d", "SV4200.ini"),
+                       GetPrivateProfileInt("Main", "state", 7, h.root + "/none.ini")),
+            std::tuple(2, "d", 7));
 }
 
 }  // namespace
