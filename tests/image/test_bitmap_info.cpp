@@ -21,62 +21,49 @@ std::array<RGBQuad, 256> Palette(int type) {
 std::array<int, 3> Rgb(const RGBQuad& q) { return {q.rgbRed, q.rgbGreen, q.rgbBlue}; }
 using C = std::array<int, 3>;
 
-TEST(Palettes, WhiteIsTheIdentityRamp) {
-  const auto p = Palette(0);
-  for (int i : {0, 1, 64, 127, 128, 200, 254, 255}) EXPECT_EQ(Rgb(p[i]), (C{i, i, i})) << i;
+struct Entry {
+  int index;
+  C rgb;
+};
+void ExpectEntries(int type, std::initializer_list<Entry> entries) {
+  const auto p = Palette(type);
+  for (const Entry& e : entries) EXPECT_EQ(Rgb(p[size_t(e.index)]), e.rgb) << type << ":" << e.index;
 }
 
 TEST(Palettes, ColouredRampsRiseToHalfThenWashOutToWhite) {
-  // Green 0xFF00: half channel 127 for green, 0 for red and blue.
-  const auto g = Palette(2);
-  EXPECT_EQ(Rgb(g[0]), (C{0, 0, 0}));
-  EXPECT_EQ(Rgb(g[127]), (C{0, 127, 0}));
-  EXPECT_EQ(Rgb(g[128]), (C{2, 128, 2}));     // 255 / 128 = 1.99
-  EXPECT_EQ(Rgb(g[254]), (C{253, 254, 253}));  // 255 * 127 / 128 = 253.01
-  EXPECT_EQ(Rgb(g[255]), (C{255, 255, 255}));
-
-  // Orange 0x80FF: red 255 (half 127), green 128 (half 64), blue 0.
-  const auto o = Palette(3);
-  EXPECT_EQ(Rgb(o[64]), (C{64, 32, 0}));  // 64 * 64 / 127 = 32.25
-  EXPECT_EQ(Rgb(o[127]), (C{127, 64, 0}));
-  EXPECT_EQ(Rgb(o[128]), (C{128, 65, 2}));  // 64 + 191 / 128 = 65.49
-  EXPECT_EQ(Rgb(o[254]), (C{254, 254, 253}));  // 64 + 191 * 127 / 128 = 253.51
-  EXPECT_EQ(Rgb(o[255]), (C{255, 255, 255}));
-
+  // White is the identity ramp.
+  const auto p = Palette(0);
+  for (int i : {0, 1, 64, 127, 128, 200, 254, 255}) EXPECT_EQ(Rgb(p[i]), (C{i, i, i})) << i;
+  // Green 0xFF00: half channel 127 for green, 0 for red and blue; at 128
+  // 255 / 128 = 1.99, at 254 255 * 127 / 128 = 253.01.
+  ExpectEntries(2, {{0, {0, 0, 0}}, {127, {0, 127, 0}}, {128, {2, 128, 2}},
+                    {254, {253, 254, 253}}, {255, {255, 255, 255}}});
+  // Orange 0x80FF: red 255 (half 127), green 128 (half 64), blue 0. Green at
+  // 64: 64 * 64 / 127 = 32.25; at 128: 64 + 191 / 128 = 65.49; at 254:
+  // 64 + 191 * 127 / 128 = 253.51.
+  ExpectEntries(3, {{64, {64, 32, 0}}, {127, {127, 64, 0}}, {128, {128, 65, 2}},
+                    {254, {254, 254, 253}}, {255, {255, 255, 255}}});
   // Yellow 0xFFFF and blue 0xFF0000: the peak word is 0xBBGGRR.
-  EXPECT_EQ(Rgb(Palette(4)[127]), (C{127, 127, 0}));
-  EXPECT_EQ(Rgb(Palette(5)[127]), (C{0, 0, 127}));
-  EXPECT_EQ(Rgb(Palette(5)[128]), (C{2, 2, 128}));
+  ExpectEntries(4, {{127, {127, 127, 0}}});
+  ExpectEntries(5, {{127, {0, 0, 127}}, {128, {2, 2, 128}}});
 }
 
 TEST(Palettes, RainbowSegmentsOnSixthsOf256) {
   // Bounds 0, 43, 85, 128, 171 and the end at 256.
-  const auto r = Palette(1);
-  EXPECT_EQ(Rgb(r[0]), (C{0, 0, 0}));
-  EXPECT_EQ(Rgb(r[42]), (C{0, 0, 249}));     // blue rises: 42 / 43 * 255
-  EXPECT_EQ(Rgb(r[43]), (C{0, 0, 255}));     // green starts, blue stays
-  EXPECT_EQ(Rgb(r[84]), (C{0, 249, 255}));   // 41 / 42 * 255 = 248.9
-  EXPECT_EQ(Rgb(r[85]), (C{0, 255, 249}));   // blue falls: (127 - 85) / 43 * 255
-  EXPECT_EQ(Rgb(r[127]), (C{0, 255, 0}));
-  EXPECT_EQ(Rgb(r[128]), (C{0, 255, 0}));    // red starts
-  EXPECT_EQ(Rgb(r[170]), (C{249, 255, 0}));
-  EXPECT_EQ(Rgb(r[171]), (C{255, 252, 0}));  // green falls over 85 entries: 84 / 85 * 255
-  EXPECT_EQ(Rgb(r[255]), (C{255, 0, 0}));
+  // Blue rises (42 / 43 * 255 at 42); green starts at 43 (41 / 42 * 255 =
+  // 248.9 at 84); blue falls from 85 ((127 - 85) / 43 * 255); red starts at
+  // 128; green falls over 85 entries from 171 (84 / 85 * 255).
+  ExpectEntries(1, {{0, {0, 0, 0}}, {42, {0, 0, 249}}, {43, {0, 0, 255}}, {84, {0, 249, 255}},
+                    {85, {0, 255, 249}}, {127, {0, 255, 0}}, {128, {0, 255, 0}},
+                    {170, {249, 255, 0}}, {171, {255, 252, 0}}, {255, {255, 0, 0}}});
 }
 
 TEST(Palettes, ChartInterpolatesBetweenNodes) {
-  const auto c = Palette(6);
-  EXPECT_EQ(Rgb(c[0]), (C{255, 255, 255}));
-  EXPECT_EQ(Rgb(c[36]), (C{105, 166, 232}));
-  EXPECT_EQ(Rgb(c[72]), (C{3, 21, 132}));
-  EXPECT_EQ(Rgb(c[144]), (C{252, 240, 23}));
-  EXPECT_EQ(Rgb(c[216]), (C{202, 112, 23}));
-  // Half way to the second node: 180, 210.5, 243.5; ties go to the even value.
-  EXPECT_EQ(Rgb(c[18]), (C{180, 210, 244}));
-  // The last segment is 39 entries long.
-  EXPECT_EQ(Rgb(c[235]), (C{172, 59, 26}));
-  EXPECT_EQ(Rgb(c[254]), (C{142, 6, 29}));
-  EXPECT_EQ(Rgb(c[255]), (C{140, 3, 29}));
+  // The nodes; half way to the second one (180, 210.5, 243.5) ties go to
+  // the even value; the last segment is 39 entries long.
+  ExpectEntries(6, {{0, {255, 255, 255}}, {36, {105, 166, 232}}, {72, {3, 21, 132}},
+                    {144, {252, 240, 23}}, {216, {202, 112, 23}}, {18, {180, 210, 244}},
+                    {235, {172, 59, 26}}, {254, {142, 6, 29}}, {255, {140, 3, 29}}});
 }
 
 TEST(Palettes, TypesAreClampedAndNamed) {

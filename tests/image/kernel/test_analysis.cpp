@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "frames.h"
+
 #include <cstdint>
 #include <random>
 #include <string>
@@ -11,7 +13,8 @@
 namespace sv {
 namespace {
 
-using Frame = std::vector<uint16_t>;
+using test::Frame;
+using test::Random;
 
 Frame Ramp(FrameSize s, int channels = 1) {
   Frame f(s.Samples(channels));
@@ -19,20 +22,8 @@ Frame Ramp(FrameSize s, int channels = 1) {
   return f;
 }
 
-Frame Random(FrameSize s, int channels, uint32_t seed, uint16_t top = 4095) {
-  std::mt19937 gen(seed);
-  std::uniform_int_distribution<int> d(0, top);
-  Frame f(s.Samples(channels));
-  for (auto& v : f) v = uint16_t(d(gen));
-  return f;
-}
-
 // One channel of a colour frame as a grey frame.
-Frame Plane(const Frame& rgb, int c) {
-  Frame g(rgb.size() / 3);
-  for (size_t i = 0; i < g.size(); ++i) g[i] = rgb[3 * i + size_t(c)];
-  return g;
-}
+Frame Plane(const Frame& rgb, int c) { return test::Channel(rgb, c); }
 
 // A frame that holds `in` on the pixels marked '#' and `out` elsewhere.
 Frame Drawn(const std::vector<std::string>& rows, uint16_t in, uint16_t out) {
@@ -220,7 +211,7 @@ TEST(WindowAnalysis, BadInputIsRefusedAndTheResultKept) {
 
 TEST(WindowAccumulation, SumsFramesAndScalesDynamic) {
   const FrameSize s{7, 6};
-  const Frame a = Random(s, 1, 1), b = Random(s, 1, 2), c = Random(s, 1, 3);
+  const Frame a = Random(s, 1, 1, 4095), b = Random(s, 1, 2, 4095), c = Random(s, 1, 3, 4095);
   const WindowRect rect = WindowRect::FromSize(1, 2, 5, 3, kShapeEllipse);
   std::vector<uint32_t> buf(rect.Pixels(), 0xDEADBEEF);
   WindowAccumulator w = Accumulator(rect, buf);
@@ -318,7 +309,7 @@ TEST(WindowAccumulation, BadInputTouchesNothing) {
 
 TEST(WindowAccumulation, ColourTwinsAreThreeGreyRuns) {
   const FrameSize s{9, 7};
-  const Frame f0 = Random(s, 3, 10), f1 = Random(s, 3, 11);
+  const Frame f0 = Random(s, 3, 10, 4095), f1 = Random(s, 3, 11, 4095);
   for (int shape = kShapeRectangle; shape <= kShapeCircle; ++shape) {
     const WindowRect rect = WindowRect::FromSize(-1, 1, 8, 7, shape);
     RGBAnalysisResult direct, summed;
@@ -522,7 +513,7 @@ TEST(LineScan, BadLinesAreRefusedAndTouchNothing) {
 
 TEST(LineScan, ColourTwinsAreThreeGreyRuns) {
   const FrameSize s{9, 8};
-  const Frame f0 = Random(s, 3, 20), f1 = Random(s, 3, 21);
+  const Frame f0 = Random(s, 3, 20, 4095), f1 = Random(s, 3, 21, 4095);
   for (const LineAccumulator& shape :
        {Line(0, 0, 8, 7, 5), Line(8, 2, 0, 4, 3),
         Line(3, 7, 3, 0, 7)}) {

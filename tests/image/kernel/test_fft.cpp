@@ -50,12 +50,9 @@ TEST(FFTTransform, ASineShowsItsAmplitudeAndPhaseInItsBin) {
     if (k != 5 && k != 12) {
       EXPECT_NEAR(amp[k], 0.0, 1e-5) << "bin " << k;
     }
-}
-
-TEST(FFTTransform, TheAlternatingBinStandsAlone) {
-  std::vector<float> x = {1, -1, 1, -1, 1, -1, 1, -1};
-  std::vector<float> re(5), im(5);
-  ASSERT_TRUE(FFT(x, re, im, kFFTForward));
+  // The alternating bin stands alone.
+  std::vector<float> alt = {1, -1, 1, -1, 1, -1, 1, -1};
+  ASSERT_TRUE(FFT(alt, std::span(re).first(5), std::span(im).first(5), kFFTForward));
   EXPECT_NEAR(re[4], 1.0, 1e-6);
   for (size_t k = 0; k < 4; ++k) EXPECT_NEAR(std::hypot(re[k], im[k]), 0.0, 1e-6);
 }

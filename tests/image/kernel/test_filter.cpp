@@ -8,23 +8,14 @@
 #include <random>
 #include <vector>
 
+#include "frames.h"
+
 namespace sv {
 namespace {
 
-using Frame = std::vector<uint16_t>;
-
-Frame Random(FrameSize size, int channels, uint32_t seed, uint16_t top = 65535) {
-  std::mt19937 gen(seed);
-  Frame f(size.Samples(channels));
-  for (auto& v : f) v = uint16_t(gen() % (uint32_t(top) + 1));
-  return f;
-}
-
-Frame Channel(const Frame& rgb, int c) {
-  Frame out(rgb.size() / 3);
-  for (size_t i = 0; i < out.size(); ++i) out[i] = rgb[3 * i + size_t(c)];
-  return out;
-}
+using test::Channel;
+using test::Frame;
+using test::Random;
 
 // A record from the kernel rows given around the centre of the 7 x 7 grid.
 FilterRecord Record(std::initializer_list<std::initializer_list<int32_t>> rows, int32_t factor,

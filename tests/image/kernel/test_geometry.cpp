@@ -2,21 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <random>
-#include <vector>
+#include "frames.h"
 
 namespace sv {
 namespace {
 
-using Frame = std::vector<uint16_t>;
-
-Frame Random(FrameSize size, int channels, uint32_t seed) {
-  std::mt19937 gen(seed);
-  Frame f(size.Samples(channels));
-  for (auto& v : f) v = uint16_t(gen());
-  return f;
-}
+using test::Channel;
+using test::Frame;
+using test::Random;
 
 // Sample (x, y) numbered so that a misplaced pixel shows: 100 y + x.
 Frame Numbered(FrameSize size) {
@@ -24,12 +17,6 @@ Frame Numbered(FrameSize size) {
   for (long y = 0; y < size.height; ++y)
     for (long x = 0; x < size.width; ++x) f[size_t(y * size.width + x)] = uint16_t(100 * y + x);
   return f;
-}
-
-Frame Channel(const Frame& rgb, int c) {
-  Frame out(rgb.size() / 3);
-  for (size_t i = 0; i < out.size(); ++i) out[i] = rgb[3 * i + size_t(c)];
-  return out;
 }
 
 class GeometryIsa : public ::testing::TestWithParam<int> {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "frames.h"
 #include "kernel_paths.h"
 
 #include <algorithm>
@@ -20,31 +21,10 @@ namespace {
 class KernelImageMathPaths : public test::EveryPath {};
 SV_EVERY_PATH(KernelImageMathPaths);
 
-using Words = std::vector<uint16_t>;
-
-Words Random(size_t n, uint32_t seed, uint32_t mask = 0xFFFF) {
-  std::mt19937 rng(seed);
-  Words w(n);
-  for (auto& v : w) v = uint16_t(rng() & mask);
-  return w;
-}
-
-// One channel of a colour frame, and a colour frame from three channels.
-Words Channel(const Words& rgb, int c) {
-  Words out(rgb.size() / 3);
-  for (size_t i = 0; i < out.size(); ++i) out[i] = rgb[3 * i + size_t(c)];
-  return out;
-}
-
-Words Interleave(const Words& r, const Words& g, const Words& b) {
-  Words out(r.size() * 3);
-  for (size_t i = 0; i < r.size(); ++i) {
-    out[3 * i] = r[i];
-    out[3 * i + 1] = g[i];
-    out[3 * i + 2] = b[i];
-  }
-  return out;
-}
+using Words = test::Frame;
+using test::Channel;
+using test::Interleave;
+using test::Random;
 
 // A colour operation must equal its grey twin run on each channel.
 template <typename Colour, typename Grey>

@@ -67,22 +67,18 @@ TEST(KernelElements, ReadAndWriteEveryWidth) {
   const std::vector<float> f = {1.5f, -2.25f};
   EXPECT_EQ(SV_float_of(f.data(), 1), -2.25f);
   EXPECT_EQ(SV_float_of(std::span<const float>(f), 2), 0.0f);
-}
 
-TEST(KernelElements, FloatAtAnyByteOffset) {
+  // A float at any byte offset.
   std::vector<uint8_t> mem(7, 0);
   const float v = 3.75f;
   std::memcpy(mem.data() + 3, &v, 4);
   EXPECT_EQ(SV_float(mem.data(), 3), 3.75f);
   EXPECT_EQ(SV_float(ConstSamples8(mem), 3), 3.75f);
   EXPECT_EQ(SV_float(ConstSamples8(mem), 4), 0.0f);  // runs past the end
-}
 
-TEST(KernelElements, PointerOfInsideOnly) {
-  std::vector<uint16_t> w(4);
-  Samples16 s(w);
-  EXPECT_EQ(SV_pointer_of(s, 3), w.data() + 3);
-  EXPECT_EQ(SV_pointer_of(s, 4), nullptr);
+  // Pointers inside only.
+  EXPECT_EQ(SV_pointer_of(Samples16(w), 2), w.data() + 2);
+  EXPECT_EQ(SV_pointer_of(Samples16(w), 3), nullptr);
   EXPECT_EQ(SV_pointer_of(w.data(), 2), w.data() + 2);
   EXPECT_EQ(SV_pointer_of(static_cast<uint16_t*>(nullptr), 2), nullptr);
 }

@@ -186,17 +186,13 @@ TEST(TestImage, BitsLimitTheSamplesAndColourIsPhosphorGreen) {
 TEST(TestImage, BadParametersAreRefusedAndTouchNothing) {
   std::vector<uint16_t> f(kDummy.Pixels(), 0xABCD);
   for (double e : {0.0, -10.0, std::nan(""), double(INFINITY)}) EXPECT_FALSE(SV_test_image(kDummy, f, At(e)));
-  TestImageParams p = At(100);
-  p.Bits = 17;
-  EXPECT_FALSE(SV_test_image(kDummy, f, p));
-  p.Bits = 0;
-  EXPECT_FALSE(SV_test_image(kDummy, f, p));
-  p = At(100);
-  p.Noise = -1;
-  EXPECT_FALSE(SV_test_image(kDummy, f, p));
-  p.Time = std::nan("");
-  p.Noise = 3;
-  EXPECT_FALSE(SV_test_image(kDummy, f, p));
+  auto bits = [](int b) {
+    TestImageParams p = At(100);
+    p.Bits = b;
+    return p;
+  };
+  for (const TestImageParams& p : {bits(17), bits(0), At(100, 0, 1, -1), At(100, std::nan(""))})
+    EXPECT_FALSE(SV_test_image(kDummy, f, p));
   EXPECT_FALSE(SV_test_image({384, 289}, f, At(100)));
   EXPECT_FALSE(SV_test_image({0, 288}, f, At(100)));
   EXPECT_FALSE(SV_RGB_test_image(kDummy, f, At(100)));
