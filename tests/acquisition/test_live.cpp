@@ -80,9 +80,7 @@ TEST(TimerListTest, TicksInOrderAndAStoppedTimerMissesItsTurn) {
   EXPECT_EQ(timers.Interval(second), 20);
   timers.Fire();
   EXPECT_EQ(ticks, (std::vector<int>{1, 3}));
-  EXPECT_TRUE(timers.Running(first));
-  EXPECT_FALSE(timers.Running(third));
-  EXPECT_EQ(timers.Count(), 1u);
+  EXPECT_EQ(std::tuple(timers.Running(first), timers.Running(third), timers.Count()), std::tuple(true, false, size_t(1)));
 }
 
 TEST(FrameRateTest, OneDecimalAndHertz) {

@@ -290,9 +290,7 @@ TEST_F(FormWindowSetupTest, ScanReportsMovesAndCrossesTheMaximum) {
   EXPECT_NE(form.Report().find("\r\nWindow moved"), std::string::npos);
   EXPECT_EQ(WindowScanResultForm().Text_Result, form.Report());
   EXPECT_EQ(WindowScanResultForm().ImageForm, &image);
-  EXPECT_FALSE(host.busy);
-  EXPECT_EQ(host.status.front(), "Scanning...");
-  EXPECT_EQ(host.LastStatus(), "");
+  EXPECT_EQ(std::tuple(host.busy, host.status.front(), host.LastStatus()), std::tuple(false, "Scanning...", ""));
   // The cross: 5 pixels each side of (19, 18), in the window's colour.
   const auto& items = image.Overlay.Items();
   ASSERT_GE(items.size(), 2u);
@@ -533,8 +531,7 @@ TEST_F(WindowScanLiveTest, AveragingIsOfferedInPowersOfTwoAndAStoredOddValueShow
   ASSERT_TRUE(form.Visible());
   EXPECT_EQ(form.ImageForm, preview);
   EXPECT_TRUE(form.Ctl_Combo_Averaging.Enabled);
-  EXPECT_EQ(form.Combo_Averaging, -1);
-  EXPECT_EQ(form.Combo_AveragingText, "3");
+  EXPECT_EQ(std::tuple(form.Combo_Averaging, form.Combo_AveragingText), std::tuple(-1, "3"));
   for (auto [index, value] : {std::pair{0, 1}, std::pair{4, 16}, std::pair{13, 8192}}) {
     form.Combo_Averaging = index;
     form.Combo_Averaging_Click();

@@ -152,10 +152,9 @@ TEST_F(WindowFilesTest, KeysAreWrittenInTheirOrder) {
                                       "RGBColor", "Averaging", "Mode", "Threshold", "Select",
                                       "Plot", "N", "Sum.E", "Sum.E2", "Sum.X", "Sum.EX", "Sum.Y",
                                       "Sum.EY", "Sum.Energy1", "Sum.Energy2", "Locked"}));
-  EXPECT_EQ(out.GetString("Window", "Scan", ""), "-1");
-  EXPECT_EQ(out.GetString("Window8", "RGBColor", ""), "32768");
-  EXPECT_EQ(out.GetString("Window8", "W0", ""), "100.0");
-  EXPECT_EQ(out.GetString("Window8", "N", ""), "0.0");
+  EXPECT_EQ(std::tuple(out.GetString("Window", "Scan", ""), out.GetString("Window8", "RGBColor", ""),
+                       out.GetString("Window8", "W0", ""), out.GetString("Window8", "N", "")),
+            std::tuple("-1", "32768", "100.0", "0.0"));
 }
 
 TEST_F(WindowFilesTest, ShapeOnlyWithTheExtendedShapes) {
