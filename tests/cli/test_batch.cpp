@@ -26,6 +26,9 @@ TEST_F(BatchTest, HelpAndBadCommandLines) {
   EXPECT_NE(out.str().find("usage: svbatch"), std::string::npos);
   EXPECT_EQ(Run({"help"}), 0);
   EXPECT_EQ(out.str(), Usage());
+  for (const char* cmd : {"  grab --out FILE", "  grabbers ", "sheet-info", "sheet-export", "sheet-import",
+                          "sheet-convert"})
+    EXPECT_NE(out.str().find(cmd), std::string::npos) << cmd;
   EXPECT_EQ(Run({"frobnicate"}), 2);
   EXPECT_TRUE(out.str().empty());
   EXPECT_NE(err.str().find("unknown command frobnicate"), std::string::npos);

@@ -68,8 +68,6 @@ TEST_F(GrabbersCommand, ListsTheTableAndTheDevicesFound) {
 
   EXPECT_EQ(Run({"grabbers", "--all"}), 2);
   EXPECT_NE(err.str().find("grabbers takes no options"), std::string::npos);
-  EXPECT_EQ(Run({"help"}), 0);
-  EXPECT_NE(out.str().find("  grabbers "), std::string::npos);
 }
 
 TEST_F(GrabbersCommand, SettingsShowTheGrabbersKeys) {

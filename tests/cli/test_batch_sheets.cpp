@@ -121,9 +121,6 @@ TEST_F(BatchSheetsTest, BadFilesAndOptions) {
   EXPECT_EQ(Run({"sheet-import", "a", "b", "--as", "diagonal"}), 2);
   EXPECT_EQ(Run({"sheet-import", "a", "b", "--delimiter", "ab"}), 2);
   EXPECT_EQ(Run({"sheet-export", "a"}), 2);
-  ASSERT_EQ(Run({"help"}), 0);
-  for (const char* cmd : {"sheet-info", "sheet-export", "sheet-import", "sheet-convert"})
-    EXPECT_NE(out.str().find(cmd), std::string::npos) << cmd;
 }
 
 }  // namespace
