@@ -180,6 +180,10 @@ TEST_F(CameraTest, CreateImageCopiesTheSourceAndClearsTheComment) {
 // --- Display pipeline --------------------------------------------------------------
 
 TEST_F(CameraTest, PixelsReachTheBitmapBottomUpThroughTheTable) {
+  image.DrawCameraImage();  // no bitmap yet: nothing drawn
+  image.Update8BitImage();
+  image.RealizeLUT();
+  EXPECT_EQ(view.presents, 0);
   Ramp(3, 2, 8, 10, 10);  // 10 20 30 / 40 50 60, full range of 256 levels
   const uint8_t* bits = image.ImagePtr8();
   ASSERT_NE(bits, nullptr);
@@ -212,13 +216,6 @@ TEST_F(CameraTest, SetLutRebuildsOnlyWhenSomethingChanged) {
   image.SetLUT(true);
   EXPECT_EQ(image.LutBuilds(), builds + 3);  // forced
   EXPECT_EQ(image.LutTable()[0], 255);
-}
-
-TEST_F(CameraTest, NoBitmapNoDrawing) {
-  image.DrawCameraImage();
-  image.Update8BitImage();
-  image.RealizeLUT();
-  EXPECT_EQ(view.presents, 0);
 }
 
 TEST_F(CameraTest, PaletteTypeFillsTheHeaderAndRedraws) {

@@ -44,6 +44,17 @@ class ImageFilesTest : public ::testing::Test {
     for (size_t i = 0; i < src.size(); ++i) src[i] = uint16_t((i * 53 + i / 7) & 255);
     image.CreateImage(w, h, 8, src.data());
   }
+  // A small 8-bit TIFF whose directory entry of `tag` went through `patch`.
+  template <typename Patch>
+  std::string PatchedTiff(Form_Camera& out, const std::string& name, uint16_t tag, Patch patch) {
+    Mono(out, 4, 4, 8);
+    EXPECT_TRUE(ImageSaveDo(out, Path(name), 1));
+    std::string f = test::ReadFile(Path(name));
+    for (size_t e = 10; e < 10 + 12 * size_t(Word(f, 8)); e += 12)
+      if (Word(f, e) == tag) patch(&f[e]);
+    test::WriteFile(Path(name), f);
+    return Path(name);
+  }
   static std::vector<uint16_t> Samples(const Form_Camera& image) {
     const size_t n = size_t(image.ImageWidth() * image.ImageHeight() * (image.HasColors() ? 3 : 1));
     return std::vector<uint16_t>(image.ImagePtr(), image.ImagePtr() + n);
@@ -54,33 +65,47 @@ class ImageFilesTest : public ::testing::Test {
 
 // --- Round trips ---------------------------------------------------------------
 
-TEST_F(ImageFilesTest, SixteenBitFormatsKeepPixelsSizeDepthAndComment) {
+TEST_F(ImageFilesTest, RoundTripsKeepPixelsSizeDepthAndComment) {
   struct Case {
     int filter;
     long bits;
-    long expectBits;
-    bool comment;
+    bool colour;
+    const char* comment;
   };
-  // TIFF carries its depth as 16; B16 and ITEX get the depth their samples need.
-  for (const Case c : {Case{6, 16, 16, true}, Case{7, 12, 12, true}, Case{7, 16, 16, false},
-                       Case{8, 14, 14, true}}) {
-    SCOPED_TRACE(c.filter);
+  // TIFF carries its depth as 16; B16 and ITEX get the depth their samples
+  // need. The width is no multiple of four.
+  const char* leed = "LEED Cu(100) 112 eV";
+  for (const Case c : {Case{6, 16, false, leed}, Case{7, 12, false, leed}, Case{7, 16, false, ""},
+                       Case{8, 14, false, leed}, Case{1, 8, false, "grey"}, Case{2, 8, false, ""},
+                       Case{4, 8, false, ""}, Case{1, 8, true, ""}, Case{2, 8, true, ""},
+                       Case{6, 16, true, ""}}) {
+    SCOPED_TRACE(c.filter * 10 + c.colour);
     Form_Camera out;
-    Mono(out, 37, 23, c.bits);
-    if (c.comment) out.ImgDescription = "LEED Cu(100) 112 eV";
+    if (!c.colour) {
+      Mono(out, 37, 23, c.bits);
+    } else if (c.bits == 16) {
+      out.SetHasColors(true);
+      std::vector<uint16_t> src(37 * 23 * 3);
+      for (size_t i = 0; i < src.size(); ++i) src[i] = uint16_t(i * 1021);
+      out.CreateImage(37, 23, 16, src.data());
+    } else {
+      Colour(out, 37, 23);
+    }
+    out.ImgDescription = c.comment;
     out.Header.bmiHeader.biXPelsPerMeter = 3780;
     out.Header.bmiHeader.biYPelsPerMeter = 11811;
-    const std::string path = Path("a" + ImageFilterExtension(c.filter));
+    const std::string path = Path("a" + std::to_string(c.colour) + ImageFilterExtension(c.filter));
     ASSERT_TRUE(ImageSaveDo(out, path, c.filter));
-    EXPECT_EQ(out.Filename, path);
-    EXPECT_EQ(out.FileFilter, c.filter);
+    EXPECT_EQ(std::pair(out.Filename, out.FileFilter), std::pair(path, c.filter));
 
     Form_Camera in;
     ASSERT_TRUE(ImageOpenDo(in, path));
     EXPECT_TRUE(G().LoadOK);
-    EXPECT_FALSE(in.HasColors());
-    EXPECT_EQ(std::tuple(in.ImageWidth(), in.ImageHeight(), in.ImageBitsPerPixel()),
-              std::tuple(37, 23, c.expectBits));
+    EXPECT_EQ(in.HasColors(), c.colour);
+    EXPECT_EQ(std::tuple(in.ImageWidth(), in.ImageHeight()), std::tuple(37, 23));
+    if (!c.colour) {
+      EXPECT_EQ(in.ImageBitsPerPixel(), c.bits);
+    }
     EXPECT_EQ(Samples(in), Samples(out));
     EXPECT_EQ(in.ImgDescription, out.ImgDescription);
     EXPECT_EQ(in.Filename, path);
@@ -88,38 +113,6 @@ TEST_F(ImageFilesTest, SixteenBitFormatsKeepPixelsSizeDepthAndComment) {
     if (c.filter == 6) {
       EXPECT_EQ(std::pair(in.ImageXPelsPerMeter(), in.ImageYPelsPerMeter()), std::pair(3780L, 11811L));
     }
-  }
-}
-
-TEST_F(ImageFilesTest, EightBitAndColourFormatsKeepEverySample) {
-  struct Case {
-    int filter;
-    bool colour;
-  };
-  for (const Case c : {Case{1, false}, Case{2, false}, Case{4, false}, Case{1, true},
-                       Case{2, true}, Case{6, true}}) {
-    SCOPED_TRACE(c.filter * 10 + c.colour);
-    Form_Camera out;
-    if (!c.colour) {
-      Mono(out, 13, 9, 8);  // a width that is no multiple of four
-      out.ImgDescription = c.filter == 1 ? "grey" : "";
-    } else if (c.filter == 6) {  // 16-bit colour TIFF
-      out.SetHasColors(true);
-      std::vector<uint16_t> src(13 * 9 * 3);
-      for (size_t i = 0; i < src.size(); ++i) src[i] = uint16_t(i * 1021);
-      out.CreateImage(13, 9, 16, src.data());
-    } else {
-      Colour(out, 13, 9);
-    }
-    const std::string path = Path("b" + ImageFilterExtension(c.filter));
-    ASSERT_TRUE(ImageSaveDo(out, path, c.filter));
-    Form_Camera in;
-    ASSERT_TRUE(ImageOpenDo(in, path));
-    EXPECT_EQ(in.HasColors(), c.colour);
-    EXPECT_EQ(std::tuple(in.ImageWidth(), in.ImageHeight()), std::tuple(13, 9));
-    EXPECT_EQ(in.ImageBitsPerPixel(), c.colour ? in.ImageBitsPerPixel() : 8);
-    EXPECT_EQ(Samples(in), Samples(out));
-    EXPECT_EQ(in.ImgDescription, out.ImgDescription);
   }
 }
 
@@ -365,37 +358,22 @@ TEST_F(ImageFilesTest, AbsurdSizesAreRefusedBeforeAllocation) {
 }
 
 TEST_F(ImageFilesTest, CompressedTiffIsRefusedWithItsMessage) {
-  Form_Camera out;
-  Mono(out, 4, 4, 8);
-  ASSERT_TRUE(ImageSaveDo(out, Path("z.tif"), 1));
-  std::string f = test::ReadFile(Path("z.tif"));
-  for (size_t e = 10; e < 10 + 12 * size_t(Word(f, 8)); e += 12)
-    if (Word(f, e) == 259) f[e + 8] = 5;  // LZW
-  test::WriteFile(Path("z.tif"), f);
+  Form_Camera out, in;
+  const std::string path = PatchedTiff(out, "z.tif", 259, [](char* e) { e[8] = 5; });  // LZW
   host.Answer(MsgResult::OK);
-  Form_Camera in;
-  EXPECT_FALSE(ImageOpenDo(in, Path("z.tif")));
+  EXPECT_FALSE(ImageOpenDo(in, path));
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(host.messages[0].text, "Compressed files are not supported.");
   EXPECT_EQ(host.messages[0].title, "Open Image");
 }
 
 TEST_F(ImageFilesTest, UnknownTiffTagsGoToTheStatusLineAndTheLoadGoesOn) {
-  Form_Camera out;
-  Mono(out, 4, 4, 8);
-  ASSERT_TRUE(ImageSaveDo(out, Path("u.tif"), 1));
-  std::string f = test::ReadFile(Path("u.tif"));
   // ResolutionUnit becomes tag 999 with a value of 0xBEEF.
-  for (size_t e = 10; e < 10 + 12 * size_t(Word(f, 8)); e += 12)
-    if (Word(f, e) == 296) {
-      f[e] = char(999 & 0xFF);
-      f[e + 1] = char(999 >> 8);
-      f[e + 8] = char(0xEF);
-      f[e + 9] = char(0xBE);
-    }
-  test::WriteFile(Path("u.tif"), f);
-  Form_Camera in;
-  ASSERT_TRUE(ImageOpenDo(in, Path("u.tif")));
+  Form_Camera out, in;
+  const std::string path = PatchedTiff(out, "u.tif", 296, [](char* e) {
+    e[0] = char(999 & 0xFF), e[1] = char(999 >> 8), e[8] = char(0xEF), e[9] = char(0xBE);
+  });
+  ASSERT_TRUE(ImageOpenDo(in, path));
   EXPECT_EQ(Samples(in), Samples(out));
   EXPECT_NE(std::find(host.status.begin(), host.status.end(),
                       "Unknown Tag: ID = 999, Type = 3, Length = 1, Value = 0xBEEF"),

@@ -106,7 +106,7 @@ TEST(FilterRecordTest, LayoutAndKernelSize) {
   EXPECT_EQ(FilterKernelSize(g), 7);
 }
 
-TEST(FilterConvolution, BoxBlurWithReplicatedEdges) {
+TEST(FilterConvolution, BoxBlurWithReplicatedEdgesAndTheKernelAsWritten) {
   // One bright pixel in the middle of 3 x 3: every neighbourhood, the corners'
   // with their repeated edge pixels too, holds it exactly once.
   const FrameSize size{3, 3};
@@ -118,25 +118,23 @@ TEST(FilterConvolution, BoxBlurWithReplicatedEdges) {
   const Frame corner = {900, 0, 0, 0, 0, 0, 0, 0, 0};
   ASSERT_TRUE(SV_filter_3x3(size, corner, out, Record({{1, 1, 1}, {1, 1, 1}, {1, 1, 1}}, 9, 0), 16));
   EXPECT_EQ(out, (Frame{400, 200, 0, 200, 100, 0, 0, 0, 0}));
-}
 
-TEST(FilterConvolution, TheKernelIsLaidOverTheImageAsWritten) {
-  // Weight on the right-hand neighbour: each pixel takes the one to its
-  // right; the last column repeats itself.
-  const FrameSize size{4, 2};
-  const Frame src = {1, 2, 3, 4, 5, 6, 7, 8};
-  Frame out(8);
-  ASSERT_TRUE(SV_filter_3x3(size, src, out, Record({{0, 0, 0}, {0, 0, 1}, {0, 0, 0}}, 1, 0), 16));
-  EXPECT_EQ(out, (Frame{2, 3, 4, 4, 6, 7, 8, 8}));
-  // Weight on the line above: the first line repeats itself.
-  ASSERT_TRUE(SV_filter_3x3(size, src, out, Record({{0, 1, 0}, {0, 0, 0}, {0, 0, 0}}, 1, 0), 16));
-  EXPECT_EQ(out, (Frame{1, 2, 3, 4, 1, 2, 3, 4}));
-  // Three pixels to the left in the 7 x 7 corner row: the first column repeats.
+  // The kernel is laid over the image as written. Weight on the right-hand
+  // neighbour: each pixel takes the one to its right, the last column
+  // repeats itself; on the line above: the first line repeats itself; three
+  // pixels to the left in the 7 x 7 grid: the first column repeats.
+  const FrameSize four{4, 2};
+  const Frame src8 = {1, 2, 3, 4, 5, 6, 7, 8};
   FilterRecord far{};
   far.Factor = 1;
   far.Coefficients[3 * 7 + 0] = 1;
-  ASSERT_TRUE(SV_filter_7x7(size, src, out, far, 16));
-  EXPECT_EQ(out, (Frame{1, 1, 1, 1, 5, 5, 5, 5}));
+  Frame out8(8);
+  ASSERT_TRUE(SV_filter_3x3(four, src8, out8, Record({{0, 0, 0}, {0, 0, 1}, {0, 0, 0}}, 1, 0), 16));
+  EXPECT_EQ(out8, (Frame{2, 3, 4, 4, 6, 7, 8, 8}));
+  ASSERT_TRUE(SV_filter_3x3(four, src8, out8, Record({{0, 1, 0}, {0, 0, 0}, {0, 0, 0}}, 1, 0), 16));
+  EXPECT_EQ(out8, (Frame{1, 2, 3, 4, 1, 2, 3, 4}));
+  ASSERT_TRUE(SV_filter_7x7(four, src8, out8, far, 16));
+  EXPECT_EQ(out8, (Frame{1, 1, 1, 1, 5, 5, 5, 5}));
 }
 
 TEST(FilterConvolution, FactorRoundsToNearestEvenThenBias) {
