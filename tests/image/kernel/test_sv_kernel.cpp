@@ -81,6 +81,10 @@ TEST(KernelSetLut, LinearBetweenTheLimitsWithRoundingToEven) {
   for (auto [sample, entry] : {std::pair{0, 0}, {1, 1}, {128, 128}, {255, 254}, {256, 255}})
     EXPECT_EQ(full[size_t(sample)], entry) << sample;
   for (int s = 1; s < 65536; ++s) ASSERT_GE(full[s], full[s - 1]) << s;
+  // An upper limit at or below the lower one makes a step.
+  const auto equal = Lut(0.5f, 0.5f, 100, false), reversed = Lut(0.6f, 0.4f, 100, false);
+  EXPECT_EQ(std::tuple(equal[50], equal[51]), std::tuple(0, 255));
+  EXPECT_EQ(std::tuple(reversed[60], reversed[61], reversed[65535]), std::tuple(0, 255, 255));
 }
 
 TEST(KernelSetLut, InverseMirrorsEveryEntry) {
@@ -89,12 +93,6 @@ TEST(KernelSetLut, InverseMirrorsEveryEntry) {
   for (int s = 0; s < 65536; ++s) ASSERT_EQ(down[s], 255 - up[s]) << s;
   EXPECT_EQ(down[0], 255);
   EXPECT_EQ(down[65535], 0);
-}
-
-TEST(KernelSetLut, UpperLimitAtOrBelowLowerIsAStep) {
-  const auto equal = Lut(0.5f, 0.5f, 100, false), reversed = Lut(0.6f, 0.4f, 100, false);
-  EXPECT_EQ(std::tuple(equal[50], equal[51]), std::tuple(0, 255));
-  EXPECT_EQ(std::tuple(reversed[60], reversed[61], reversed[65535]), std::tuple(0, 255, 255));
 }
 
 TEST(KernelDisplay, ByteWidthPadsToFour) {
@@ -187,13 +185,10 @@ TEST_F(DisplayIsa, ATableChangedInPlaceIsSeen) {
 // The tables the image window builds take the arithmetic path, so the tests
 // above really compare it with the table reads.
 TEST(KernelDisplay, DisplayTablesRunAsArithmetic) {
-  for (long bits = 1; bits <= 16; ++bits) {
-    const long levels = 1L << bits;
-    EXPECT_TRUE(SV_display_table_is_linear(Lut(0.0f, 1.0f, levels, false).data())) << bits;
-    EXPECT_TRUE(SV_display_table_is_linear(Lut(0.0f, 1.0f, levels, true).data())) << bits;
-    EXPECT_TRUE(SV_display_table_is_linear(Lut(0.1234f, 0.8765f, levels, false).data())) << bits;
-    EXPECT_TRUE(SV_display_table_is_linear(Lut(0.02f, 0.03f, levels, true).data())) << bits;
-  }
+  for (long bits = 1; bits <= 16; ++bits)
+    for (auto [min, max, inverse] : {std::tuple{0.0f, 1.0f, false}, {0.0f, 1.0f, true},
+                                     {0.1234f, 0.8765f, false}, {0.02f, 0.03f, true}})
+      EXPECT_TRUE(SV_display_table_is_linear(Lut(min, max, 1L << bits, inverse).data())) << bits;
   EXPECT_TRUE(SV_display_table_is_linear(std::vector<uint8_t>(65536, 9).data()));
   std::vector<uint8_t> noise(65536);
   std::mt19937 rng(3);
