@@ -79,7 +79,7 @@ TEST_F(LutFormTest, InvalidLimitsAreReportedAndChangeNothing) {
   EXPECT_EQ(host.messages[4].text, "The lower limit must be below the upper limit.");
 }
 
-TEST_F(LutFormTest, LiveChangesWaitQuietlyForValidInput) {
+TEST_F(LutFormTest, LiveChangesAndSlidersWaitQuietlyForValidInput) {
   Form_LUT lut(&image);
   lut.Text_Max = "4";  // the user is typing "40"
   lut.Text_Min = "5";
@@ -88,10 +88,8 @@ TEST_F(LutFormTest, LiveChangesWaitQuietlyForValidInput) {
   lut.Text_Max = "40 %";
   EXPECT_TRUE(lut.Change());
   EXPECT_FLOAT_EQ(image.LUTmax, 0.4f);
-}
 
-TEST_F(LutFormTest, SlidersWriteTheTextsAndApply) {
-  Form_LUT lut(&image);
+  // Sliders write the texts and apply.
   lut.Text_Min = "12.34";
   lut.Slider_Min = 123;  // stands for the text already: the finer value stays
   lut.Slider_Max = 875;

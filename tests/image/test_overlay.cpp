@@ -45,7 +45,7 @@ TEST(Overlay, ItemsAreDrawnInOrder) {
   EXPECT_EQ(o.ItemCount(), 0);
 }
 
-TEST(Overlay, GripRectangleIsAFrameWithSevenPixelCorners) {
+TEST(Overlay, GripsAreSevenPixelSquaresAtTheCornersAndEnds) {
   Class_Overlay o;
   o.AddGriffRect(10, 20, 50, 60, 9, 1);
   RecordingPainter p;
@@ -56,14 +56,12 @@ TEST(Overlay, GripRectangleIsAFrameWithSevenPixelCorners) {
                          "grip 7,17 14,24", "grip 47,17 54,24", "grip 47,57 54,64",
                          "grip 7,57 14,64"}));
   for (int i = 4; i < 8; ++i) EXPECT_EQ(o.Items()[size_t(i)].type, 3);
-}
-
-TEST(Overlay, GripLineHasGripsAtBothEnds) {
-  Class_Overlay o;
-  o.AddGriffLine(0, 0, 100, 3);
-  RecordingPainter p;
-  o.Draw(p);
-  EXPECT_EQ(p.calls, (std::vector<std::string>{"grip -3,-3 4,4", "grip 97,0 104,7"}));
+  // A grip line has grips at both ends.
+  Class_Overlay line;
+  line.AddGriffLine(0, 0, 100, 3);
+  RecordingPainter q;
+  line.Draw(q);
+  EXPECT_EQ(q.calls, (std::vector<std::string>{"grip -3,-3 4,4", "grip 97,0 104,7"}));
 }
 
 TEST(Overlay, LineWidthsFollowTheZoomAndStayVisible) {

@@ -30,7 +30,7 @@ TEST(KernelPeekPoke, BytesAndUnalignedLittleEndianWords) {
   SV_poke_short(nullptr, 0, 1);
 }
 
-TEST(KernelElements, ShortOfIsUnsignedAndChecked) {
+TEST(KernelElements, ReadAndWriteEveryWidthCheckedAndUnsigned) {
   const std::vector<uint16_t> s = {0, 1, 32768, 65535};
   EXPECT_EQ(SV_short_of(s.data(), 3), 65535);  // never -1
   EXPECT_EQ(SV_short_of(s, 2), 32768);
@@ -43,9 +43,8 @@ TEST(KernelElements, ShortOfIsUnsignedAndChecked) {
   EXPECT_EQ(SV_short_of(s, size, 2, 0), 0);
   EXPECT_EQ(SV_short_of(s, size, 0, -1), 0);
   EXPECT_EQ(SV_short_of(ConstSamples16(s).first(3), size, 0, 0), 0);  // frame does not fit
-}
 
-TEST(KernelElements, ReadAndWriteEveryWidth) {
+  // Every width read and written, inside only.
   std::vector<uint8_t> b(3, 0);
   std::vector<uint16_t> w(3, 0);
   std::vector<int32_t> l(3, 0);
