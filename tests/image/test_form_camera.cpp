@@ -447,7 +447,7 @@ TEST_F(CameraInMainTest, OffersOnlyWhatItCanDo) {
 
 // --- Measuring polygon ------------------------------------------------------------------
 
-TEST_F(CameraTest, PointsGrowDeleteAndComeBack) {
+TEST_F(CameraTest, PointsGrowDeleteComeBackAndRewind) {
   EXPECT_EQ(image.AddPoint(0, 0), 0);
   EXPECT_EQ(image.AddPoint(3, 4), 1);
   EXPECT_EQ(image.AddPoint(3, 10), 2);
@@ -475,9 +475,8 @@ TEST_F(CameraTest, PointsGrowDeleteAndComeBack) {
   EXPECT_EQ(image.PointCount(), 0);
   EXPECT_EQ(image.CurrPolygon(), -1);
   EXPECT_EQ(image.DeletePoint(), -1);
-}
 
-TEST_F(CameraTest, CurrPolygonOnlyRewinds) {
+  // The current point only rewinds.
   for (int i = 0; i < 5; ++i) image.AddPoint(i, i);
   image.SetCurrPolygon(2);
   EXPECT_EQ(image.CurrPolygon(), 0);  // anything not above the count goes to the start
