@@ -13,6 +13,8 @@
 #include "app/app_environment.h"
 #include "app/genicam_dialog.h"
 #include "app/grabber_dialog.h"
+#include "app/hardware_dialogs.h"
+#include "app/line_tools.h"
 #include "app/live_views.h"
 #include "app/main_window.h"
 #include "app/qt_host.h"
@@ -21,6 +23,7 @@
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "core/startup.h"
+#include "hardware/hardware.h"
 #include "image/form_camera.h"
 #include "plot/form_plot.h"
 #include "plot/plot_documents.h"
@@ -102,12 +105,15 @@ int main(int argc, char** argv) {
     sv::RegisterGrabberCommands(main);
     sv::InstallLiveEnvironment();
     sv::RegisterLiveCommands(main);
+    sv::InstallHardwareEnvironment();
     sv::app::MainWindow window(main, &host);
     sv::app::InstallGrabberDialog(main, &window);
     sv::app::InstallGenICamDialog(main, &window);
     sv::app::InstallLiveViews(main, &window);
     sv::app::InstallDocumentDialogs(&window);
     sv::app::InstallWindowTools(main, &window);
+    sv::app::InstallHardwareDialogs(main, &window);
+    sv::app::InstallLineTools(main, &window);
 
     if (!sv::Main(main, sv::JoinArguments(args))) {
       exitCode = 1;

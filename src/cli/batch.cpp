@@ -7,9 +7,12 @@
 #include "acquisition/grabber.h"
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
+#include "cli/batch_devices.h"
 #include "cli/batch_grab.h"
 #include "cli/batch_host.h"
 #include "cli/batch_images.h"
+#include "cli/batch_lines.h"
+#include "cli/batch_links.h"
 #include "cli/batch_scan.h"
 #include "cli/batch_sheets.h"
 #include "core/globals.h"
@@ -91,7 +94,8 @@ std::string Usage() {
          "              Section/Key=value a line; a FILE without a folder is\n"
          "              looked for in the config folder\n"
          "  help        this text\n" +
-         GrabUsage() + ImageUsage() + SheetUsage() + ScanUsage();
+         GrabUsage() + ImageUsage() + SheetUsage() + ScanUsage() + LinesUsage() + DevicesUsage() +
+         LinksUsage();
 }
 
 int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -114,6 +118,12 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "sheet-export") return SheetExport(args, out, err);
   if (cmd == "sheet-import") return SheetImport(args, out, err);
   if (cmd == "sheet-convert") return SheetConvert(args, out, err);
+  if (cmd == "lines") return LinesCommand(args, out, err);
+  if (cmd == "devices") return DevicesCommand(args, out, err);
+  if (cmd == "ad-read") return AdReadCommand(args, out, err);
+  if (cmd == "da-set") return DaSetCommand(args, out, err);
+  if (cmd == "handshake-send") return HandshakeSendCommand(args, out, err);
+  if (cmd == "link-serve") return LinkServeCommand(args, out, err);
   return BadCommandLine(err, "unknown command " + cmd);
 }
 

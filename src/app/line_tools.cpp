@@ -1,0 +1,7 @@
+#include "app/line_tools.h"
+
+namespace sv::app {
+
+void InstallLineTools(MDIForm_Main&, QWidget*) {}
+
+}  // namespace sv::app

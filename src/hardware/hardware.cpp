@@ -1,0 +1,7 @@
+#include "hardware/hardware.h"
+
+namespace sv {
+
+void InstallHardwareEnvironment() {}
+
+}  // namespace sv
