@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -99,7 +100,60 @@ class IOBackend {
   // Reads back what was written.
   virtual long IO_PinOutStatus(long pin, bool& level) = 0;
   virtual std::string LastError() const { return {}; }
+
+  // The two IO_pin overloads are ambiguous for a bool variable (an lvalue
+  // binds to both): callers use these, which pick the one meant.
+  long IO_pin_get(long pin, bool& level) {
+    using Read = long (IOBackend::*)(long, bool&);
+    return (this->*static_cast<Read>(&IOBackend::IO_pin))(pin, level);
+  }
+  long IO_pin_set(long pin, bool level) {
+    using Write = long (IOBackend::*)(long, bool);
+    return (this->*static_cast<Write>(&IOBackend::IO_pin))(pin, level);
+  }
 };
+
+// --- The back-end choice ------------------------------------------------------
+
+// The load names of the kinds' dummies and of the Advantech card.
+inline constexpr const char* kDummyADName = "DummyAD";
+inline constexpr const char* kDummyDAName = "DummyDA";
+inline constexpr const char* kDummyIOName = "DummyIO";
+inline constexpr const char* kAdvantechName = "ADVANTECH PCI-1716";
+// User store (application key), section "Advantech", this key: the card's
+// device number shown in the Advantech row ("0" when unset).
+inline constexpr const char* kAdvantechSection = "Advantech";
+inline constexpr const char* kAdvantechDeviceKey = "DeviceNumber";
+
+// The support library of a name that makes a card class of its own (a name
+// ending in ".ocx" or the Advantech name): the name in lower case, or
+// "adsapi32.dll"; "" for every other name.
+std::string SupportLibraryOf(const std::string& name);
+// Whether a support library can be loaded; dlopen by default. Tests may
+// replace it.
+std::function<bool(const std::string& library)>& SupportLibraryProbe();
+
+// Makes the object for a name, as the Part's back-end choice says: a card
+// class behind a support library (none is built on this platform, so only the
+// message differs), the dummies, the Modbus TCP and link back-ends, and for
+// every other name the class that forwards to the kernel's device entries.
+// The object is not loaded yet. nullptr, with `error` telling why, when the
+// name makes nothing. An empty name makes nothing and says nothing.
+std::unique_ptr<ADBackend> MakeADBackend(const std::string& name, std::string& error);
+std::unique_ptr<DABackend> MakeDABackend(const std::string& name, std::string& error);
+std::unique_ptr<IOBackend> MakeIOBackend(const std::string& name, std::string& error);
+
+// A seam for tests: a factory here is asked first; what it returns (not
+// nullptr) is taken instead of the usual choice.
+struct BackendOverrides {
+  std::function<std::unique_ptr<ADBackend>(const std::string& name)> ad;
+  std::function<std::unique_ptr<DABackend>(const std::string& name)> da;
+  std::function<std::unique_ptr<IOBackend>(const std::string& name)> io;
+};
+BackendOverrides& TestBackends();
+
+// Upper-cased copy (the look-up's comparison).
+std::string UpperName(const std::string& text);
 
 // The back-ends of this platform that live in their own files. Each returns
 // nullptr when it cannot be made.

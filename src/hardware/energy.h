@@ -17,10 +17,14 @@ float DefaultDAGain(DALine which);
 // With isEnergy the value is in eV and the voltage is DAGain * energy +
 // DAOffset; the status field shows "0.0" + " eV". Otherwise the value is a
 // voltage, sent as it is, shown as "0.000" + " V". The voltage goes to
-// DA_set_voltage(DAChannel, voltage), or through the link when the D/A is the
-// link kind. Sets the present energy (G().ElectronEnergy) that the simulated
-// camera and the window tools read. Returns the status text shown; false in
-// `ok` when no D/A is ready or the write failed.
+// DA_set_voltage(DAChannel, voltage) of the slot (the link kind's back-end
+// takes it there too). The status text goes to the main window's energy
+// panel; the present energy (G().ElectronEnergy) that the simulated camera
+// and the window tools read becomes the energy (for a voltage: the energy on
+// the line in use, (V - DAOffset) / DAGain, when DAGain is not 0), with or
+// without a D/A. After a voltage written the DeviceMonitor, when set, gets
+// the volts ("#0.000000") and the value ("#0.000" + " eV" or " V"). Returns
+// the status text; false in `ok` when no D/A is ready or the write failed.
 std::string SetEnergy(float value, bool isEnergy, bool* ok = nullptr);
 // 0 when no A/D is ready; otherwise AD_get_voltage (or the link's read), with
 // `calibrated` as value * ADGain + ADOffset.

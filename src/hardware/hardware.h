@@ -18,8 +18,26 @@
 namespace sv {
 
 class MDIForm_Main;
+class Profile;
 
 inline constexpr int kADChannelMax = 8;
+
+// The default colour of A/D channel `channel` (0-based): the colour of the
+// scan window of the same number (the palette rule of Part 5.1).
+int32_t DefaultChannelColor(int channel);
+
+// The shutter record of Part 6.3, kept in the I/O section "DIO: " + name
+// with the keys named at each field. Its eighth field, "OpenLevel", is
+// HardwareGlobals::OpenLevel.
+struct ShutterControlRecord {
+  int32_t ShutterEnabled = 0;   // "Enabled"
+  int32_t ShutterWindow = 0;    // "Frame", 0-based
+  float Hysterese = 0.1f;       // "Hysterese"
+  float MinTimeRange = 1.0f;    // "MinTimeRange", seconds
+  int32_t CycleCount = 0;       // not stored
+  int32_t Cycles = 1;           // "Cycles"
+  int32_t TriggerSource = 0;    // "TriggerSource": 0 maximum, 1 minimum
+};
 
 // One A/D channel, in the order it is kept.
 struct ADChannel {
@@ -37,7 +55,8 @@ struct HardwareGlobals {
   int ADIndex = 0, DAIndex = 0, IOIndex = 0;
 
   // A/D: section "ADC: " + name.
-  std::array<ADChannel, kADChannelMax> ADChannels;
+  std::array<ADChannel, kADChannelMax> ADChannels = DefaultADChannels();
+  long ADBase = 0;          // "BaseAddress": base address or device number
   long ADChannelCount = 0;  // AD_channels, at most kADChannelMax used
   long ADRangeCount = 0;    // AD_Ranges
   int ADRange = 0;          // "Range"
@@ -50,6 +69,7 @@ struct HardwareGlobals {
   float ADOffset = 0, ADGain = 1;  // "Offset", "Gain"
 
   // D/A: section "DAC: " + name.
+  long DABase = 0;  // "BaseAddress"
   long DAChannelCount = 0;
   long DARangeCount = 0;
   int DARange = 0;  // "Range DA"
@@ -60,17 +80,26 @@ struct HardwareGlobals {
   int DAChannel = 0;
   float DAOffset = 0, DAGain = 0.01f;
   float LastVoltage = 0;  // what SetEnergy sent last
+  // The section lacked (part of) the calibration: the old keys or the
+  // defaults stand in, and "You should check the calibration of the
+  // D/A-Converter!" is shown once the D/A has come up.
+  bool DACalibrationCheck = false;
 
-  // I/O: the pin assignment made at its start, and the shutter's level.
+  // I/O: section "DIO: " + name; the pin assignment made at its start, and
+  // the shutter's level.
+  long IOBase = 0;  // "BaseAddress"
   int IOPinCount = 16;
   int ExtTriggerPin = 5;
   int SignalPin = 4;
   int ShutterPin = 6;
-  bool OpenLevel = true;  // the output level that opens the shutter
+  bool OpenLevel = false;  // "OpenLevel": true, output high opens the shutter; false, low does
+  ShutterControlRecord ShutterControl;
   bool ExtTriggerIgnored = false;  // a failed read was told once
 
   // User settings, section "Auger".
   int AugerDerivative = 0, AugerReverseScaling = 0;
+
+  static std::array<ADChannel, kADChannelMax> DefaultADChannels();
 };
 HardwareGlobals& HW();
 // Releases every object and starts afresh (tests, a second start).
@@ -91,12 +120,48 @@ void ADStop();
 // The text of the last start failure of a kind ("" when none).
 std::string LastStartError(DeviceKind kind);
 
+// The settings of each kind: its section "ADC: " + name (with the channel
+// sections "ADC: CH1" ...), "DAC: " + name, "DIO: " + name for the selected
+// name (G().ADName ...), and the user store's section "Auger" with the D/A.
+// A kind without a name reads its defaults and writes nothing. Key names:
+// "BaseAddress" (default 0) is this system's own, in each kind's section.
+void ReadIOSettings(const Profile& ini);
+void WriteIOSettings(Profile& ini);
+void ReadDASettings(const Profile& ini);
+void WriteDASettings(Profile& ini);
+void ReadADSettings(const Profile& ini);
+void WriteADSettings(Profile& ini);
+// The three at SettingsSlot::Interfaces in the order I/O, D/A, A/D; once.
+void RegisterHardwareSettings();
+
+// The exit sequence's step 7 from the I/O on: the shutter and trigger, the
+// I/O, the e-gun, the D/A, the calibration store, the A/D. The steps that
+// belong to other Parts plug in here so that the order holds whoever
+// registers first.
+struct HardwareExitSteps {
+  std::function<void()> shutterAndTrigger;  // Part 6.3
+  std::function<void()> eGun;               // Part 4.2
+  std::function<void()> calibrationStore;   // Part 2.5
+};
+HardwareExitSteps& ExitSteps();
+void RunHardwareExit();
+
 // Start-up's interface steps, the settings sections at the interfaces' place
 // in the order, the exit steps; may be called more than once.
 void InstallHardwareEnvironment();
 // Menu rules of the hardware on a main window: entries of an interface that
 // is off show "N/A" or hide.
+// Also puts RunHardwareExit at the end of the main window's exit step 7.
 void RegisterHardwareMenus(MDIForm_Main& main);
+// The setup entries' captions: "&I/O: " + what the table shows + "..." for an
+// interface that is up, "&I/O: N/A..." for one that is configured and off,
+// "&I/O..." with none; the same for "&D/A" and "&A/D".
+void RefreshHardwareMenus(MDIForm_Main& main);
+
+// Whether an interface is up: its object is there and its ready flag is set.
+bool ADReady();
+bool DAReady();
+bool IOReady();
 
 // Calls on the slot; a slot without an object returns -1.
 long AD_get(long channel, long& raw);
@@ -107,6 +172,9 @@ long DA_set_voltage(long channel, float volts);
 long IO_pin(long pin, bool& level);
 long IO_pin(long pin, bool level);
 long IO_PinOutStatus(long pin, bool& level);
+// The same two without the overloads' ambiguity for a bool variable.
+long IO_pin_get(long pin, bool& level);
+long IO_pin_set(long pin, bool level);
 
 // The external trigger line: a failed read is told once ("GetExtTrigger-
 // Function") and the pin counts as low for the rest of the session.
