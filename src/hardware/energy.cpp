@@ -1,7 +1,10 @@
 #include "hardware/energy.h"
 
 #include <cmath>
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 #include "core/globals.h"
 #include "core/mdi_main.h"
@@ -27,13 +30,43 @@ float DefaultDAGain(DALine which) {
 }
 
 std::string FormatFixed(double value, int decimals) {
+  // As the format strings of the original round: the value's 15 significant
+  // decimal digits, then half away from zero at the last place shown.
   if (!std::isfinite(value)) value = 0;
+  if (decimals < 0) decimals = 0;
+  if (decimals > 20) decimals = 20;
   char buf[64];
-  std::snprintf(buf, sizeof buf, "%.*f", decimals < 0 ? 0 : decimals, value);
-  std::string text = buf;
-  // No "-0.000": a value that rounds to zero shows without its sign.
-  if (!text.empty() && text[0] == '-' && text.find_first_not_of("-0.") == std::string::npos)
-    text.erase(0, 1);
+  std::snprintf(buf, sizeof buf, "%.14e", std::fabs(value));
+  // buf: d.dddddddddddddde[+-]XX
+  std::string digits;
+  for (const char* p = buf; *p && *p != 'e'; ++p)
+    if (*p != '.') digits += *p;
+  const int exponent = std::atoi(std::strchr(buf, 'e') + 1);
+  // The digit string stands for 0.digits * 10^(exponent + 1); keep those
+  // before the point plus `decimals` after it.
+  const int keep = exponent + 1 + decimals;
+  std::string kept;
+  if (keep < 0) {
+    kept = "0";
+  } else {
+    kept = digits.substr(0, size_t(std::min<int>(keep, int(digits.size()))));
+    while (int(kept.size()) < keep) kept += '0';
+    const bool up = keep < int(digits.size()) && digits[size_t(keep)] >= '5';
+    if (kept.empty()) kept = "0";
+    if (up) {
+      int i = int(kept.size()) - 1;
+      while (i >= 0 && kept[size_t(i)] == '9') kept[size_t(i--)] = '0';
+      if (i >= 0)
+        ++kept[size_t(i)];
+      else
+        kept.insert(kept.begin(), '1');
+    }
+  }
+  // kept holds the value times 10^decimals as an integer text.
+  while (int(kept.size()) <= decimals) kept.insert(kept.begin(), '0');
+  std::string text = kept.substr(0, kept.size() - size_t(decimals));
+  if (decimals > 0) text += "." + kept.substr(kept.size() - size_t(decimals));
+  if (value < 0 && kept.find_first_not_of('0') != std::string::npos) text.insert(text.begin(), '-');
   return text;
 }
 
