@@ -101,7 +101,7 @@ ModbusConfig ReadModbusConfig(const Profile& profile, DeviceKind kind) {
   c.CoilAddress = profile.GetInt(section, "CoilAddress", c.CoilAddress);
   c.Channels = profile.GetInt(section, kind == DeviceKind::IO ? "Pins" : "Channels", c.Channels);
   const std::string format = profile.GetString(section, "Format", "int16");
-  if (!ParseModbusFormat(format, c.Format)) c.FormatText = format.empty() ? " " : format;
+  if (!Trim(format).empty() && !ParseModbusFormat(format, c.Format)) c.FormatText = format;
   if (kind != DeviceKind::IO) {
     // Only the channels that exist; the count is checked when connecting.
     const int n = std::clamp(c.Channels, 0, 256);
