@@ -10,6 +10,7 @@
 
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
+#include "analysis/energy_hooks.h"
 #include "app/app_environment.h"
 #include "app/genicam_dialog.h"
 #include "app/grabber_dialog.h"
@@ -106,6 +107,8 @@ int main(int argc, char** argv) {
     sv::InstallLiveEnvironment();
     sv::RegisterLiveCommands(main);
     sv::InstallHardwareEnvironment();
+    sv::RegisterHardwareMenus(main);
+    sv::InstallEnergyHooks();
     sv::app::MainWindow window(main, &host);
     sv::app::InstallGrabberDialog(main, &window);
     sv::app::InstallGenICamDialog(main, &window);
