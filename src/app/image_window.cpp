@@ -12,6 +12,7 @@
 #include <QTimer>
 #include <QWheelEvent>
 
+#include "analysis/form_line_setup.h"
 #include "analysis/form_window_setup.h"
 #include "app/qt_overlay_painter.h"
 #include "core/globals.h"
@@ -223,6 +224,10 @@ bool ForWindowTool(const Form_Camera* form) {
   return form && form->mode() == kWindowSetupMode && WindowSetupForm().ImageForm == form;
 }
 
+bool ForLineTool(const Form_Camera* form) {
+  return form && form->mode() == kLineSetupMode && LineSetupForm().ImageForm == form;
+}
+
 }  // namespace
 
 void ImageWindow::MouseMoved(int x, int y) {
@@ -232,22 +237,35 @@ void ImageWindow::MouseMoved(int x, int y) {
     long ix = 0, iy = 0;
     const bool inside = ToolPoint(*form_, x, y, ix, iy);
     if (inside || toolDrag_) WindowSetupForm().Picture_MouseMove(ix, iy, toolDrag_);
+  } else if (ForLineTool(form_)) {
+    long ix = 0, iy = 0;
+    const bool inside = ToolPoint(*form_, x, y, ix, iy);
+    if (inside || toolDrag_) LineSetupForm().Picture_MouseMove(ix, iy, toolDrag_);
   }
 }
 
 void ImageWindow::MousePressed(int x, int y) {
-  if (!ForWindowTool(form_)) return;
+  const bool lines = ForLineTool(form_);
+  if (!ForWindowTool(form_) && !lines) return;
   long ix = 0, iy = 0;
   if (!ToolPoint(*form_, x, y, ix, iy)) return;
   toolDrag_ = true;
-  WindowSetupForm().Picture_MouseDown(ix, iy);
+  if (lines)
+    LineSetupForm().Picture_MouseDown(ix, iy);
+  else
+    WindowSetupForm().Picture_MouseDown(ix, iy);
 }
 
 void ImageWindow::MouseReleased(int x, int y) {
   if (!toolDrag_) return;
   toolDrag_ = false;
-  if (!ForWindowTool(form_)) return;
   long ix = 0, iy = 0;
+  if (ForLineTool(form_)) {
+    ToolPoint(*form_, x, y, ix, iy);
+    LineSetupForm().Picture_MouseUp(ix, iy);
+    return;
+  }
+  if (!ForWindowTool(form_)) return;
   ToolPoint(*form_, x, y, ix, iy);
   WindowSetupForm().Picture_MouseUp(ix, iy);
 }

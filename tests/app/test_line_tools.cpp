@@ -1,0 +1,174 @@
+// The line tools on the offscreen platform: a line drawn with the mouse on
+// the live picture of the dummy grabber is scanned, plotted in the profile
+// window and written into a worksheet.
+
+#include <QAction>
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTest>
+#include <deque>
+#include <memory>
+
+#include "acquisition/grabber.h"
+#include "acquisition/grabber_environment.h"
+#include "acquisition/live.h"
+#include "analysis/form_line_scan_plot.h"
+#include "analysis/form_line_setup.h"
+#include "app/app_environment.h"
+#include "app/image_window.h"
+#include "app/line_setup_dialog.h"
+#include "app/line_tools.h"
+#include "app/main_window.h"
+#include "core/globals.h"
+#include "core/mdi_main.h"
+#include "core/settings.h"
+#include "core/startup.h"
+#include "image/form_camera.h"
+#include "plot/plot_documents.h"
+#include "support/scripted_host.h"
+#include "worksheet/form_worksheet.h"
+#include "worksheet/worksheet_documents.h"
+
+using namespace sv;
+
+namespace {
+
+// Answers message boxes with their first button and notes them.
+class QueueHost : public test::ScriptedHost {
+ public:
+  std::vector<std::string> seen;
+  MsgResult MsgBox(const std::string& text, MsgButtons buttons, MsgIcon icon,
+                   const std::string& title) override {
+    seen.push_back(text);
+    const MsgResult r = buttons == MsgButtons::OK ? MsgResult::OK : MsgResult::Cancel;
+    messages.push_back({text, title, icon, buttons, r});
+    return r;
+  }
+};
+
+}  // namespace
+
+class TestLineTools : public QObject {
+  Q_OBJECT
+
+ private:
+  std::unique_ptr<QueueHost> host_;
+  std::unique_ptr<MDIForm_Main> main_;
+  std::unique_ptr<app::MainWindow> window_;
+
+  void DragOnPicture(Form_Camera* f, long x1, long y1, long x2, long y2) {
+    QWidget* picture = window_->ImageWindowFor(f->Handle())->Picture();
+    auto screen = [f](long x, long y) {
+      return QPoint(int(x * f->ZoomFactor() + f->ZoomOffsetX()),
+                    int(y * f->ZoomFactor() + f->ZoomOffsetY()));
+    };
+    auto send = [picture](QEvent::Type type, QPoint at, Qt::MouseButton button,
+                          Qt::MouseButtons buttons) {
+      QMouseEvent e(type, QPointF(at), QPointF(picture->mapToGlobal(at)), button, buttons,
+                    Qt::NoModifier);
+      QCoreApplication::sendEvent(picture, &e);
+    };
+    send(QEvent::MouseButtonPress, screen(x1, y1), Qt::LeftButton, Qt::LeftButton);
+    send(QEvent::MouseMove, screen((x1 + x2) / 2, (y1 + y2) / 2), Qt::NoButton, Qt::LeftButton);
+    send(QEvent::MouseMove, screen(x2, y2), Qt::NoButton, Qt::LeftButton);
+    send(QEvent::MouseButtonRelease, screen(x2, y2), Qt::LeftButton, Qt::NoButton);
+  }
+
+ private slots:
+  void init() {
+    ResetGlobals();
+    ResetLineGlobals();
+    host_ = std::make_unique<QueueHost>();
+    main_ = std::make_unique<MDIForm_Main>();
+    SetMainForm(main_.get());
+    RegisterImageDocuments(*main_);
+    RegisterWorksheetDocuments(*main_);
+    RegisterPlotDocuments(*main_);
+    app::InstallKernelEnvironment();
+    window_ = std::make_unique<app::MainWindow>(*main_);
+    app::InstallLineTools(*main_, window_.get());
+    QVERIFY(sv::Main(*main_, ""));
+  }
+
+  void cleanup() {
+    if (LineSetupForm().Visible()) LineSetupForm().Unload();
+    LineScanPlotForm().Hide();
+    LineScanPlotForm().Curves.clear();
+    GrabberClose();
+    GrabberUnload();
+    window_.reset();
+    main_.reset();
+    app::InstalledLineTools() = app::LineTools();
+    Environment() = StartupEnvironment();
+    ClearSettingsSections();
+    ResetGrabberGlobals();
+    ResetLiveGlobals();
+    ResetLineGlobals();
+    SetMainForm(nullptr);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    host_.reset();
+  }
+
+  void lineDrawnOnTheLivePictureIsScannedPlottedAndSheeted() {
+    InstallGrabberEnvironment();
+    RegisterGrabberCommands(*main_);
+    RegisterLiveCommands(*main_);
+    QVERIFY(StartGrabber("DummyGrb"));
+    main_->PrepareAllMenus();
+    window_->ToolbarAction("Preview")->trigger();
+    for (int i = 0; i < 2; ++i) host_->FireTimers();
+    Form_Camera* live = PreviewImage();
+    QVERIFY(live);
+    main_->SetActiveChild(live->Handle());
+    main_->PrepareMenu("mnuScan");
+    QAction* menu = window_->MenuAction("mnuLineSetup");
+    QVERIFY(menu);
+    menu->trigger();
+    app::LineTools& tools = app::InstalledLineTools();
+    QVERIFY(tools.setup && tools.setup->isVisible());
+    QCOMPARE(live->mode(), kLineSetupMode);
+    QCOMPARE(tools.setup->Tabs()->count(), kLineCount);
+
+    // A line across the middle of the picture, drawn with the mouse.
+    const long y = live->ImageHeight() / 2;
+    DragOnPicture(live, 20, y, 220, y + 40);
+    const ScanLine& l = LG().ScanLines[size_t(LineSetupForm().Tab)];
+    QVERIFY(l.X1 == 20 && l.Y1 == y && l.X2 == 220 && l.Y2 == y + 40);
+    QCOMPARE(tools.setup->TextX2()->text(), QString("220"));
+    QVERIFY(tools.setup->LengthLabel()->text().startsWith("Length = 20"));
+    bool drawn = false;  // the line on the overlay in its colour
+    for (const OverlayItem& i : live->Overlay.Items())
+      drawn = drawn || (i.type == 1 && i.x1 == 20 && i.y1 == y && i.colour == l.Color);
+    QVERIFY(drawn);
+
+    // One scan: the profile window shows 201 points.
+    QVERIFY(tools.setup->ScanButton()->isEnabled());
+    QTest::mouseClick(tools.setup->ScanButton(), Qt::LeftButton);
+    QCOMPARE(tools.setup->ScanButton()->text(), QString("&Scan"));
+    QVERIFY(tools.profile->isVisible());
+    QCOMPARE(tools.profile->Display().Points(), 201L);
+    const QImage shot = tools.profile->grab().toImage();
+    QVERIFY(!shot.isNull());
+
+    // And into a worksheet.
+    QVERIFY(tools.setup->SheetButton()->isEnabled());
+    QTest::mouseClick(tools.setup->SheetButton(), Qt::LeftButton);
+    Form_Worksheet* sheet = nullptr;
+    QCOMPARE(main_->SheetList.size(), size_t(1));
+    sheet = dynamic_cast<Form_Worksheet*>(main_->Child(main_->SheetList.front()));
+    QVERIFY(sheet);
+    QCOMPARE(sheet->Cols(), 3L);
+    QCOMPARE(QString::fromStdString(sheet->ColName(1)), QString("location"));
+    QCOMPARE(QString::fromStdString(sheet->ColName(2)), QString("intensity (a.u.)"));
+    QCOMPARE(sheet->Rows(), 202L);
+    QCOMPARE(sheet->Plots(), 1L);
+    QVERIFY2(host_->seen.empty(), host_->seen.empty() ? "" : host_->seen.front().c_str());
+  }
+};
+
+QTEST_MAIN(TestLineTools)
+#include "test_line_tools.moc"
