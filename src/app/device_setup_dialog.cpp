@@ -440,14 +440,17 @@ void IOSetupDialog::ShowTest(Form_IO_Test& test) {
   d.setWindowTitle(Q(test.Caption));
   auto* grid = new QGridLayout(&d);
   grid->addWidget(new QLabel("Outputs:", &d), 0, 0);
+  auto* status = new QLabel(&d);
+  status->setObjectName("Label_Status");
   for (long p = 0; p < test.PinsOut; ++p) {
     auto* check = new QCheckBox(QString::number(p), &d);
     check->setObjectName(QString("Check_Out_%1").arg(p));
     check->setChecked(test.Check_Out[size_t(p)]);
     grid->addWidget(check, 1 + int(p / 8), 1 + int(p % 8));
-    connect(check, &QCheckBox::toggled, &d, [&test, p](bool on) {
+    connect(check, &QCheckBox::toggled, &d, [&test, p, status](bool on) {
       test.Check_Out[size_t(p)] = on;
       test.Check_Out_Click(int(p));
+      status->setText(Q(test.Label_Status));
     });
   }
   const int inRow = 2 + int(test.PinsOut / 8);
@@ -461,8 +464,6 @@ void IOSetupDialog::ShowTest(Form_IO_Test& test) {
     grid->addWidget(l, inRow + 1 + int(p / 8), 1 + int(p % 8));
     inputs.push_back(l);
   }
-  auto* status = new QLabel(&d);
-  status->setObjectName("Label_Status");
   auto* read = Button(&d, "&Read", "Command_Read");
   auto show = [&] {
     for (size_t p = 0; p < inputs.size(); ++p)
