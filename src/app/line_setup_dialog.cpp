@@ -72,7 +72,9 @@ LineProfileWindow::LineProfileWindow(ProfileDisplay& display, QWidget* parent)
   auto_->setObjectName("Check_Auto");
   auto_->move(kMargin, kMargin);
   connect(auto_, &QCheckBox::toggled, this, [this](bool on) {
-    if (!loading_) display_.Check_Auto_Click(on);
+    if (loading_) return;
+    LG().PlotAuto = on ? 1 : 0;  // kept for the next profiles and in the settings
+    display_.Check_Auto_Click(on);
   });
   display_.SetView(this);
 }
@@ -93,12 +95,29 @@ void LineProfileWindow::Changed(const ProfileDisplay& d) {
   loading_ = false;
   setWindowTitle(Q(d.Caption));
   if (d.Visible() && !isVisible()) {
+    // Where it was last time; the first time at the right of the workbench.
+    const LineGlobals& g = LG();
+    if (g.PlotWidth > 0 && g.PlotHeight > 0) {
+      setGeometry(g.PlotLeft, g.PlotTop, g.PlotWidth, g.PlotHeight);
+    } else if (QWidget* p = parentWidget()) {
+      const QRect r = p->frameGeometry();
+      move(std::max(r.left(), r.right() - width() - 20), r.top() + 80);
+    }
     show();
     raise();
   } else if (!d.Visible() && isVisible()) {
+    KeepPlace();
     hide();
   }
   update();
+}
+
+void LineProfileWindow::KeepPlace() {
+  LineGlobals& g = LG();
+  g.PlotLeft = x();
+  g.PlotTop = y();
+  g.PlotWidth = width();
+  g.PlotHeight = height();
 }
 
 void LineProfileWindow::paintEvent(QPaintEvent*) {
@@ -145,6 +164,7 @@ void LineProfileWindow::paintEvent(QPaintEvent*) {
 }
 
 void LineProfileWindow::closeEvent(QCloseEvent* e) {
+  KeepPlace();
   display_.Hide();
   e->accept();
 }

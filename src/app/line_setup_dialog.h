@@ -39,6 +39,7 @@ class LineProfileWindow : public QWidget, public ProfileDisplay::View {
   void closeEvent(QCloseEvent*) override;
 
  private:
+  void KeepPlace();  // the window's place into the settings
   ProfileDisplay& display_;
   QCheckBox* auto_;
   bool loading_ = false;
