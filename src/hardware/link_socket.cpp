@@ -120,7 +120,10 @@ bool LinkClient::Open(const std::string& topic, std::string& error) {
   reader_ = LinkLineReader();
   updates_.clear();
   LinkMessage answer;
-  if (!Ask({LinkVerb::Connect, topic, ""}, answer, error)) return false;
+  if (!Ask({LinkVerb::Connect, topic, ""}, answer, error)) {
+    Fail();  // a refused topic leaves no half-open link
+    return false;
+  }
   return true;
 }
 

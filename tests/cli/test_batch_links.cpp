@@ -278,6 +278,7 @@ TEST_F(BatchLinksTest, LinkServeEndsAfterItsPokesAndOnSigterm) {
     DDESheetLink other;
     EXPECT_FALSE(other.Open("Sheet2", {"a"}, 1000, error));
     EXPECT_EQ(error, "unknown topic Excel|Sheet2");
+    EXPECT_FALSE(other.IsOpen());
     ::kill(excel.Pid(), SIGTERM);
     EXPECT_EQ(excel.Wait(), 0);
     EXPECT_FALSE(fs::exists(socket));
