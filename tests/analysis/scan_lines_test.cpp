@@ -310,3 +310,61 @@ TEST_F(CraftedImage, TheExperimentReadsSelectedLinesBelowTheirAveraging) {
 
 }  // namespace
 }  // namespace sv
+
+namespace sv {
+namespace {
+
+// The profile as the plain rule reads it: every point placed by LinePointAt,
+// every pixel across held at the frame's edge, the rounded mean across.
+std::vector<uint32_t> ReferenceProfile(const LineAccumulator& l, FrameSize size,
+                                       const std::vector<uint16_t>& image, int channels) {
+  auto roundDiv = [](long a, long n) {
+    return a >= 0 ? (2 * a + n) / (2 * n) : -((-2 * a + n) / (2 * n));
+  };
+  const long points = LinePoints(l.X1, l.Y1, l.X2, l.Y2), steps = points - 1;
+  const long dx = l.X2 - l.X1, dy = l.Y2 - l.Y1, half = l.Thickness / 2;
+  std::vector<uint32_t> out(size_t(points) * size_t(channels));
+  for (long i = 0; i < points; ++i) {
+    const LinePoint p = LinePointAt(l.X1, l.Y1, l.X2, l.Y2, i);
+    for (int c = 0; c < channels; ++c) {
+      uint64_t sum = 0;
+      for (long k = -half; k <= half; ++k) {
+        const long x = std::clamp(p.x + (steps ? roundDiv(-k * dy, steps) : 0), 0L, size.width - 1);
+        const long y = std::clamp(p.y + (steps ? roundDiv(k * dx, steps) : k), 0L, size.height - 1);
+        sum += image[size_t((y * size.width + x) * channels + c)];
+      }
+      out[size_t(c * points + i)] =
+          uint32_t((2 * sum + uint64_t(l.Thickness)) / (2 * uint64_t(l.Thickness)));
+    }
+  }
+  return out;
+}
+
+TEST(ScanLineKernel, EveryLineReadsAsThePlainRuleOnAnyFrame) {
+  const FrameSize size{61, 47};
+  uint32_t seed = 12345;
+  auto next = [&seed] { return seed = seed * 1664525u + 1013904223u; };
+  for (int channels : {1, 3}) {
+    std::vector<uint16_t> image(size_t(size.width * size.height * channels));
+    for (uint16_t& v : image) v = uint16_t(next() >> 16);
+    for (int n = 0; n < 400; ++n) {
+      LineAccumulator l;
+      l.X1 = long(next() % 61);
+      l.Y1 = long(next() % 47);
+      l.X2 = long(next() % 61);
+      l.Y2 = long(next() % 47);
+      const int thicknesses[] = {1, 3, 5, 7, 9, 15, 25, 33, 41};
+      l.Thickness = thicknesses[next() % 9];
+      std::vector<uint32_t> buffer(size_t(l.Points()) * size_t(channels));
+      l.Buffer = buffer;
+      const long points = channels == 3 ? SV_RGB_scan_line16(l, size, image, 0)
+                                        : SV_scan_line16(l, size, image, 0);
+      ASSERT_EQ(points, l.Points());
+      ASSERT_EQ(buffer, ReferenceProfile(l, size, image, channels))
+          << "(" << l.X1 << "," << l.Y1 << ")-(" << l.X2 << "," << l.Y2 << ") t " << l.Thickness;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace sv

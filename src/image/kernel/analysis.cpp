@@ -452,6 +452,21 @@ bool Inside(long x, long y, FrameSize size) {
   return x >= 0 && y >= 0 && x < size.width && y < size.height;
 }
 
+// The place along one axis of point i of a line: RoundDiv(i * d, n) kept by
+// steps, without a division a point. n is the line's step count.
+struct AxisStepper {
+  long q = 0, r = 0, inc = 0, twoN = 0;
+  AxisStepper(long d, long n) : r(n), inc(2 * std::labs(d)), twoN(2 * n) {}
+  // |d| <= n, so one step never carries more than one.
+  void Step() {
+    r += inc;
+    if (r >= twoN) {
+      r -= twoN;
+      ++q;
+    }
+  }
+};
+
 template <int C>
 long ScanLine(LineAccumulator& line, FrameSize size, ConstSamples16 image, long frame) {
   if (!Holds(image, size, C) || frame < 0) return -1;
@@ -466,27 +481,89 @@ long ScanLine(LineAccumulator& line, FrameSize size, ConstSamples16 image, long 
   // The perpendicular (-dy, dx), walked one pixel a step along its longer axis.
   const long half = line.Thickness / 2;
   const long t = line.Thickness;
-  std::vector<long> ox(static_cast<size_t>(t)), oy(static_cast<size_t>(t));
-  for (long k = -half; k <= half; ++k) {
-    ox[size_t(k + half)] = steps == 0 ? 0 : RoundDiv(-k * dy, steps);
-    oy[size_t(k + half)] = steps == 0 ? k : RoundDiv(k * dx, steps);
+  constexpr long kOnStack = 32;
+  long oxStack[kOnStack], oyStack[kOnStack];
+  std::vector<long> oxHeap, oyHeap;
+  long* ox = oxStack;
+  long* oy = oyStack;
+  if (t > kOnStack) {
+    oxHeap.resize(size_t(t));
+    oyHeap.resize(size_t(t));
+    ox = oxHeap.data();
+    oy = oyHeap.data();
   }
-  const long w = size.width;
-  for (long i = 0; i < points; ++i) {
-    const LinePoint p = LinePointAt(line.X1, line.Y1, line.X2, line.Y2, i);
-    uint64_t sum[C] = {};
-    for (long k = 0; k < t; ++k) {
-      const long x = std::clamp(p.x + ox[size_t(k)], 0L, w - 1);
-      const long y = std::clamp(p.y + oy[size_t(k)], 0L, size.height - 1);
-      const uint16_t* s = image.data() + (size_t(y) * size_t(w) + size_t(x)) * C;
-      for (int c = 0; c < C; ++c) sum[c] += s[c];
+  long minOx = 0, maxOx = 0, minOy = 0, maxOy = 0;
+  for (long k = -half; k <= half; ++k) {
+    const long a = steps == 0 ? 0 : RoundDiv(-k * dy, steps);
+    const long b = steps == 0 ? k : RoundDiv(k * dx, steps);
+    ox[k + half] = a;
+    oy[k + half] = b;
+    minOx = std::min(minOx, a);
+    maxOx = std::max(maxOx, a);
+    minOy = std::min(minOy, b);
+    maxOy = std::max(maxOy, b);
+  }
+  const long w = size.width, h = size.height;
+  // Every point lies in the box of the ends: when the box widened by the
+  // pixels across stays in the frame, no pixel needs holding at an edge.
+  const bool within = std::min(line.X1, line.X2) + minOx >= 0 &&
+                      std::max(line.X1, line.X2) + maxOx < w &&
+                      std::min(line.Y1, line.Y2) + minOy >= 0 &&
+                      std::max(line.Y1, line.Y2) + maxOy < h;
+  std::vector<ptrdiff_t> offHeap;
+  ptrdiff_t offStack[kOnStack];
+  ptrdiff_t* off = offStack;
+  if (t > kOnStack) {
+    offHeap.resize(size_t(t));
+    off = offHeap.data();
+  }
+  for (long k = 0; k < t; ++k) off[k] = (ptrdiff_t(oy[k]) * w + ox[k]) * C;
+  // The rounded mean (2 sum + t) / 2t through a multiply: exact while
+  // (2 sum + t) * 2t stays below 2^40, which holds for t below 2048.
+  const uint64_t twoT = 2 * uint64_t(t);
+  const bool multiply = t < 2048;
+  const uint64_t reciprocal = (uint64_t(1) << 40) / twoT + 1;
+  auto mean = [&](uint64_t sum) {
+    const uint64_t x = 2 * sum + uint64_t(t);
+    return uint32_t(multiply ? (x * reciprocal) >> 40 : x / twoT);
+  };
+  const long sx = dx < 0 ? -1 : 1, sy = dy < 0 ? -1 : 1;
+  const uint16_t* pixels = image.data();
+  uint32_t* cells = line.Buffer.data();
+  // The walk along the line; T is the thickness when the compiler may know
+  // it (0: only at run time).
+  auto walk = [&]<long T>() {
+    const long across = T > 0 ? T : t;
+    AxisStepper ax(dx, steps), ay(dy, steps);
+    for (long i = 0; i < points; ++i) {
+      const long px = line.X1 + sx * ax.q, py = line.Y1 + sy * ay.q;
+      uint64_t sum[C] = {};
+      if (within) {
+        const uint16_t* s = pixels + (size_t(py) * size_t(w) + size_t(px)) * C;
+        for (long k = 0; k < across; ++k)
+          for (int c = 0; c < C; ++c) sum[c] += s[off[k] + c];
+      } else {
+        for (long k = 0; k < across; ++k) {
+          const long x = std::clamp(px + ox[k], 0L, w - 1);
+          const long y = std::clamp(py + oy[k], 0L, h - 1);
+          const uint16_t* s = pixels + (size_t(y) * size_t(w) + size_t(x)) * C;
+          for (int c = 0; c < C; ++c) sum[c] += s[c];
+        }
+      }
+      for (int c = 0; c < C; ++c) {
+        // t is odd, so the mean never ends in a half.
+        uint32_t& cell = cells[size_t(c) * size_t(points) + size_t(i)];
+        cell = start ? mean(sum[c]) : cell + mean(sum[c]);
+      }
+      ax.Step();
+      ay.Step();
     }
-    for (int c = 0; c < C; ++c) {
-      // t is odd, so the mean never ends in a half.
-      const uint32_t mean = uint32_t((2 * sum[c] + uint64_t(t)) / (2 * uint64_t(t)));
-      uint32_t& cell = line.Buffer[size_t(c) * size_t(points) + size_t(i)];
-      cell = start ? mean : cell + mean;
-    }
+  };
+  switch (t) {
+    case 1: walk.template operator()<1>(); break;
+    case 3: walk.template operator()<3>(); break;
+    case 5: walk.template operator()<5>(); break;
+    default: walk.template operator()<0>(); break;
   }
   line.Length = points;
   line.Frames = start ? 1 : line.Frames + 1;
