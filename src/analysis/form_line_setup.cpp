@@ -411,6 +411,7 @@ void Form_LineSetup::Command_Scan() {
     host().DoEvents();
     image = Image();
   } while (image && !stopPressed_ && (Check_AutoScale || ScanHeld));
+  if (stopPressed_) Status("");  // a stopped scan leaves no rate behind
   LineBufferFree(l);
   scanning_ = false;
   stopPressed_ = false;
@@ -484,7 +485,10 @@ void Form_LineSetup::Command_ScanT() {
     if (elapsed > 0) Label_Status = OneDecimal(double(row) * 1000.0 / double(elapsed)) + " Hz";
     Changed();
     host().DoEvents();
-    if (stopPressed_) break;
+    if (stopPressed_) {
+      Status("");
+      break;
+    }
     if (row >= rows) {
       LG().StopCode = kErrImageFull;
       host().MsgBox(ErrorText(kErrImageFull), MsgButtons::OK, MsgIcon::Exclamation, kProfileTName);
