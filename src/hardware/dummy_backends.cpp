@@ -26,11 +26,18 @@ long Class_AD_Dummy::AD_dll_date(std::string& date) {
 
 long Class_AD_Dummy::AD_get(long channel, long& raw) {
   if (channel < 0 || channel >= kChannels) return -1;
-  const uint32_t counter = host().TimeGetTime();
-  const double phase = double(counter & 2047u) / 2047.0;
-  // 3.1415 as the original has it, not pi.
-  const double volts = std::sin(2.0 * phase * 3.1415) * 10.0;
-  raw = std::lrint((volts + double(offset_)) / double(gain_));
+  const uint32_t phaseCount = host().TimeGetTime() & 2047u;
+  // Readings within one millisecond give the same value: the last is kept.
+  if (phaseCount != lastPhase_ || gain_ != lastGain_ || offset_ != lastOffset_) {
+    const double phase = double(phaseCount) / 2047.0;
+    // 3.1415 as the original has it, not pi.
+    const double volts = std::sin(2.0 * phase * 3.1415) * 10.0;
+    lastRaw_ = std::lrint((volts + double(offset_)) / double(gain_));
+    lastPhase_ = phaseCount;
+    lastGain_ = gain_;
+    lastOffset_ = offset_;
+  }
+  raw = lastRaw_;
   return 0;
 }
 

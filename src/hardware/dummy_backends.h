@@ -44,6 +44,10 @@ class Class_AD_Dummy : public ADBackend {
   float gain_ = 20.0f / 65535.0f;
   float offset_ = 10.0f;
   long averaging_ = 1;
+  // The last reading, by the counter's phase it was made at.
+  uint32_t lastPhase_ = UINT32_MAX;
+  float lastGain_ = 0, lastOffset_ = 0;
+  long lastRaw_ = 0;
 };
 
 // Two channels "DA_1", "DA_2", one range -10..+10 V; every write succeeds.

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,12 +37,16 @@ std::string FormatFixed(double value, int decimals) {
   if (decimals < 0) decimals = 0;
   if (decimals > 20) decimals = 20;
   char buf[64];
-  std::snprintf(buf, sizeof buf, "%.14e", std::fabs(value));
+  const auto [end, ec] =
+      std::to_chars(buf, buf + sizeof buf - 1, std::fabs(value), std::chars_format::scientific, 14);
+  *(ec == std::errc() ? end : buf) = '\0';
   // buf: d.dddddddddddddde[+-]XX
   std::string digits;
-  for (const char* p = buf; *p && *p != 'e'; ++p)
+  const char* p = buf;
+  for (; *p && *p != 'e'; ++p)
     if (*p != '.') digits += *p;
-  const int exponent = std::atoi(std::strchr(buf, 'e') + 1);
+  const int exponent = *p ? std::atoi(p + 1) : 0;
+  if (digits.empty()) digits = "0";
   // The digit string stands for 0.digits * 10^(exponent + 1); keep those
   // before the point plus `decimals` after it.
   const int keep = exponent + 1 + decimals;
