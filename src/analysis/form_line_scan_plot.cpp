@@ -15,7 +15,6 @@ constexpr int32_t kRed = 0x0000FF, kGreen = 0x00FF00, kBlue = 0xFF0000;
 void ProfileDisplay::SetRange(float lutMin, float lutMax) {
   LutMin = lutMin;
   LutMax = lutMax;
-  Auto = false;
   UpdateRange();
   UpdateLabels();
   Changed();

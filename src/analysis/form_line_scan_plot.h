@@ -37,7 +37,7 @@ class ProfileDisplay {
   float RangeMin = 0, RangeMax = 0;
   float LutMin = 0, LutMax = 1;  // fractions of Dynamic
 
-  // LUTmin, LUTmax as fractions of the level count; also turns Auto off.
+  // LUTmin, LUTmax as fractions of the level count: the range while Auto is off.
   void SetRange(float lutMin, float lutMax);
   void Check_Auto_Click(bool on);
   // The most points of any curve.

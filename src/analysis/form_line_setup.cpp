@@ -673,6 +673,10 @@ void RegisterLineCommands(MDIForm_Main& main) {
     Form_LineSetup& form = LineSetupForm();
     if (form.Visible() && form.ImageForm == &image) form.AutoScan();
   };
+  // The profile window follows the LUT limits of the line tool's image.
+  LineScanPlotRange() = [](float lutMin, float lutMax) {
+    if (LineScanPlotForm().Visible()) LineScanPlotForm().SetRange(lutMin, lutMax);
+  };
   main.exitHooks.unloadTools.push_back([] {
     if (LineSetupForm().Visible()) LineSetupForm().Unload();
     LineScanPlotForm().Hide();

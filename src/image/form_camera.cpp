@@ -308,6 +308,12 @@ void Form_Camera::SetLUT(bool force) {
   SV_set_lut(LUTmin, LUTmax, levels, 65536, LutTable_.data(), LUTinverse);
   ++lutBuilds_;
   Update8BitImage();
+  if (mode_ == 4 && LineScanPlotRange()) LineScanPlotRange()(LUTmin, LUTmax);
+}
+
+std::function<void(float, float)>& LineScanPlotRange() {
+  static std::function<void(float, float)> hook;
+  return hook;
 }
 
 bool Form_Camera::DisplayMatches() const {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -243,6 +244,10 @@ class Form_Camera : public ChildDocument {
   long CurrPolygon_ = -1;
   std::vector<Point> PointList_;
 };
+
+// Told by SetLUT when the table was rebuilt on an image whose mode is 4: the
+// line tool's profile window follows the LUT limits. Empty: nobody.
+std::function<void(float lutMin, float lutMax)>& LineScanPlotRange();
 
 // Makes a new image document through the main window.
 Form_Camera* NewImage(MDIForm_Main& main);

@@ -169,7 +169,12 @@ TEST_F(FormLineSetupTest, TheRangeFollowsTheLutAndTheTopShowsMaxAndOverload) {
   form().Command_Scan();
   Form_LineScanPlot& plot = LineScanPlotForm();
   EXPECT_EQ(plot.Label_Overload, kOverloadText);
-  plot.SetRange(0.0f, 0.5f);
+  // A LUT change on the tool's image reaches the window; Auto keeps its own range.
+  image->LUTmax = 0.5f;
+  image->SetLUT();
+  EXPECT_EQ(plot.LutMax, 0.5f);
+  EXPECT_EQ(plot.RangeMax, 4095.0f);
+  plot.Check_Auto_Click(false);
   EXPECT_EQ(std::tuple(plot.RangeMin, plot.RangeMax), std::tuple(0.0f, 2048.0f));
   EXPECT_EQ(plot.Label_Max, "Max = 4095");
   plot.SetRange(0.0f, 1.0f);
