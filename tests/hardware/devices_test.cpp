@@ -338,3 +338,47 @@ TEST_F(DevicesTest, SetupEntriesShowTheInterfaceOrNA) {
 
 }  // namespace
 }  // namespace sv::test
+
+namespace sv::test {
+namespace {
+
+TEST_F(DevicesTest, StartUpBringsTheInterfacesUpAndExitTakesThemDown) {
+  Environment() = StartupEnvironment();
+  InstallHardwareEnvironment();
+  for (const auto& [key, name] : {std::pair{"I/O-Converter", "dummyio"},
+                                  {"D/A-Converter", "P1000.ocx"},
+                                  {"A/D-Converter", "Ax5621AD"}})
+    host.store.SaveSetting("sv4200", "HARDWARE", key, name);
+  WriteFile(host.programFolder + "/SV4200_tester.ini", "[DIO: DummyIO]\r\nOpenLevel=1\r\n");
+  MDIForm_Main main;
+  SetMainForm(&main);
+  RegisterHardwareMenus(main);
+  host.Answer(MsgResult::OK);
+  host.Answer(MsgResult::OK);
+  ASSERT_TRUE(Main(main, "/B"));
+  EXPECT_EQ(host.MessageTexts(), (std::vector<std::string>{
+                                     "Cannot initialize D/A-Interface\r\nD/A-Converter:P1000.ocx",
+                                     "Cannot initialize A/D-Interface\r\nA/D-Converter:Ax5621AD"}));
+  EXPECT_EQ(G().IOName, "DummyIO");
+  EXPECT_NE(G().IOOK, 0);
+  EXPECT_EQ(G().DAOK | G().ADOK, 0);
+  EXPECT_EQ(G().DAName, "P1000.ocx");  // kept for the next start
+  bool shutter = true;
+  ASSERT_EQ(IO_pin_get(6, shutter), 0);
+  EXPECT_FALSE(shutter);  // closed: high opens it
+  EXPECT_NE(std::find(host.status.begin(), host.status.end(), "I/O initializing..."), host.status.end());
+  EXPECT_EQ(main.FindMenu("mnuDASetup")->caption, "&D/A: N/A...");
+  // Exit: the sections are written, then the interfaces go.
+  host.Answer(MsgResult::OK);
+  ASSERT_TRUE(main.QueryUnload());
+  EXPECT_FALSE(IOReady());
+  const std::string ini = ReadFile(host.programFolder + "/SV4200_tester.ini");
+  EXPECT_NE(ini.find("[DIO: DummyIO]"), std::string::npos) << ini;
+  EXPECT_NE(ini.find("[DAC: P1000.ocx]"), std::string::npos) << ini;
+  EXPECT_EQ(host.store.GetSetting("sv4200", "HARDWARE", "I/O-Converter", ""), "DummyIO");
+  SetMainForm(nullptr);
+  Environment() = StartupEnvironment();
+}
+
+}  // namespace
+}  // namespace sv::test
