@@ -32,7 +32,7 @@ struct FixedDriver {
 };
 
 // The drivers the workbench knows by name. The SensiCam has a stem for each
-// family of the original platform; this one runs its drivers in a protected
+// family of Windows; this one runs its drivers in a protected
 // kernel, so the NT stem is the one kept.
 const FixedDriver kFixedDrivers[] = {
     {kDriverNone, "", "(none)"},

@@ -20,7 +20,7 @@ const char* const kScanKey = "Scan";
 
 std::string SectionOf(int n) { return kSection + std::to_string(n + 1); }
 
-// A single as the profile reader of the original took it: the leading number
+// A single as the Windows profile reader takes it: the leading number
 // of the text (blanks, sign, digits, a point, digits, an exponent), 0 when
 // there is none or it lies beyond the range of a single, either way. A decimal comma
 // counts as a point.

@@ -14,7 +14,7 @@ namespace sv {
 
 enum class MsgIcon { None, Critical, Question, Exclamation, Information };
 enum class MsgButtons { OK, OKCancel, AbortRetryIgnore, YesNoCancel, YesNo, RetryCancel };
-// Numbered as the message box of the original platform numbers them.
+// Numbered as the Windows message box numbers them.
 enum class MsgResult { OK = 1, Cancel = 2, Abort = 3, Retry = 4, Ignore = 5, Yes = 6, No = 7 };
 
 const char* ToString(MsgIcon icon);

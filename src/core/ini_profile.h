@@ -60,7 +60,7 @@ class Profile {
 
 // The profile calls by file name, each reading (and writing) the file anew.
 // A bare file name, without any folder, stands for the per-user config folder,
-// as the original platform put such files in its own folder.
+// as Windows puts such files in its own folder.
 std::string ResolveProfilePath(const std::string& file);
 int GetPrivateProfileInt(const std::string& section, const std::string& key, int def,
                          const std::string& file);

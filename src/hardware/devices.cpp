@@ -147,7 +147,7 @@ std::unique_ptr<Backend> Make(DeviceKind kind, const std::string& name, std::str
         error = "the support library " + library + " of " + name + " cannot be loaded";
         return nullptr;
       }
-      // The card classes of the original (PC20, PCI300, AD_USB, NIDAQ,
+      // The card classes of Windows (PC20, PCI300, AD_USB, NIDAQ,
       // PCI1716) are not part of this system: the creation fails and counts
       // as no device.
       error = "no class for " + name + " is built on this platform";

@@ -30,7 +30,7 @@ long Class_AD_Dummy::AD_get(long channel, long& raw) {
   // Readings within one millisecond give the same value: the last is kept.
   if (phaseCount != lastPhase_ || gain_ != lastGain_ || offset_ != lastOffset_) {
     const double phase = double(phaseCount) / 2047.0;
-    // 3.1415 as the original has it, not pi.
+    // The constant is 3.1415, not pi: the dummy's curve is defined so.
     const double volts = std::sin(2.0 * phase * 3.1415) * 10.0;
     lastRaw_ = std::lrint((volts + double(offset_)) / double(gain_));
     lastPhase_ = phaseCount;

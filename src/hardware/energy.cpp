@@ -31,7 +31,7 @@ float DefaultDAGain(DALine which) {
 }
 
 std::string FormatFixed(double value, int decimals) {
-  // As the format strings of the original round: the value's 15 significant
+  // As Windows format strings round: the value's 15 significant
   // decimal digits, then half away from zero at the last place shown.
   if (!std::isfinite(value)) value = 0;
   if (decimals < 0) decimals = 0;

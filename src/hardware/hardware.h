@@ -23,10 +23,10 @@ class Profile;
 inline constexpr int kADChannelMax = 8;
 
 // The default colour of A/D channel `channel` (0-based): the colour of the
-// scan window of the same number (the palette rule of Part 5.1).
+// scan window of the same number.
 int32_t DefaultChannelColor(int channel);
 
-// The shutter record of Part 6.3, kept in the I/O section "DIO: " + name
+// The shutter record, kept in the I/O section "DIO: " + name
 // with the keys named at each field. Its eighth field, "OpenLevel", is
 // HardwareGlobals::OpenLevel.
 struct ShutterControlRecord {
@@ -136,12 +136,12 @@ void RegisterHardwareSettings();
 
 // The exit sequence's step 7 from the I/O on: the shutter and trigger, the
 // I/O, the e-gun, the D/A, the calibration store, the A/D. The steps that
-// belong to other Parts plug in here so that the order holds whoever
+// belong to other subsystems plug in here so that the order holds whoever
 // registers first.
 struct HardwareExitSteps {
-  std::function<void()> shutterAndTrigger;  // Part 6.3
-  std::function<void()> eGun;               // Part 4.2
-  std::function<void()> calibrationStore;   // Part 2.5
+  std::function<void()> shutterAndTrigger;  // the trigger and shutter tools
+  std::function<void()> eGun;               // the e-gun dialog
+  std::function<void()> calibrationStore;   // the intensity calibrations
 };
 HardwareExitSteps& ExitSteps();
 void RunHardwareExit();

@@ -82,7 +82,7 @@ TEST_F(ScanWindowsTest, ACopyCarriesTheRecordButNoBuffer) {
   EXPECT_EQ(b.BufferBytes, 5 * 6 * 4 * 3);
   b = c;  // the assigned-to window gives up its own buffer
   EXPECT_EQ(b.BufferBytes, 0);
-  EXPECT_EQ(a.BufferBytes, 5 * 6 * 4);  // the original keeps its own
+  EXPECT_EQ(a.BufferBytes, 5 * 6 * 4);  // the source keeps its own
   // A move takes the buffer along, and the kernel's view of it.
   const uint32_t* data = a.Buffer.data();
   ScanWindow moved = std::move(a);
