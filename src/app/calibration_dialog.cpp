@@ -12,16 +12,11 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "app/form_binding.h"
+
 namespace sv::app {
 
 namespace {
-
-QString Q(const std::string& s) { return QString::fromStdString(s); }
-
-void SetText(QLineEdit* e, const std::string& text) {
-  const QString t = Q(text);
-  if (e->text() != t) e->setText(t);
-}
 
 QLineEdit* Field(QWidget* parent, const QString& name) {
   auto* e = new QLineEdit(parent);

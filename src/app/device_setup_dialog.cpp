@@ -16,12 +16,11 @@
 #include <vector>
 
 #include "app/calibration_dialog.h"
+#include "app/form_binding.h"
 
 namespace sv::app {
 
 namespace {
-
-QString Q(const std::string& s) { return QString::fromStdString(s); }
 
 void Fill(QComboBox* combo, const std::vector<std::string>& items, int current) {
   QStringList list;
@@ -34,11 +33,6 @@ void Fill(QComboBox* combo, const std::vector<std::string>& items, int current) 
   }
   combo->setCurrentIndex(list.isEmpty() ? -1 : current);
   combo->setEnabled(!list.isEmpty());
-}
-
-void SetText(QLineEdit* e, const std::string& text) {
-  const QString t = Q(text);
-  if (e->text() != t) e->setText(t);
 }
 
 QPushButton* Button(QWidget* parent, const QString& caption, const char* name) {

@@ -15,6 +15,7 @@
 #include <QTabBar>
 #include <QVBoxLayout>
 
+#include "app/form_binding.h"
 #include "app/qt_overlay_painter.h"
 #include "analysis/window_tools.h"
 
@@ -24,37 +25,6 @@ namespace {
 
 Form_LineSetup::View g_noSetupView;
 ProfileDisplay::View g_noProfileView;
-
-QString Q(const std::string& s) { return QString::fromStdString(s); }
-
-void Apply(QWidget* w, const Form_LineSetup::Control& c) {
-  if (w->isEnabled() != c.Enabled) w->setEnabled(c.Enabled);
-  if (w->isVisibleTo(w->parentWidget()) != c.Visible) w->setVisible(c.Visible);
-}
-
-void SetText(QLineEdit* e, const std::string& text) {
-  const QString t = Q(text);
-  if (e->text() != t) e->setText(t);
-}
-
-int KeyCode(int qtKey) {
-  switch (qtKey) {
-    case Qt::Key_Left: return Form_LineSetup::kKeyLeft;
-    case Qt::Key_Up: return Form_LineSetup::kKeyUp;
-    case Qt::Key_Right: return Form_LineSetup::kKeyRight;
-    case Qt::Key_Down: return Form_LineSetup::kKeyDown;
-    case Qt::Key_F5: return Form_LineSetup::kKeyF5;
-    default: return 0;
-  }
-}
-
-int ShiftState(Qt::KeyboardModifiers m) {
-  int s = 0;
-  if (m & Qt::ShiftModifier) s |= Form_LineSetup::kShift;
-  if (m & Qt::ControlModifier) s |= Form_LineSetup::kCtrl;
-  if (m & Qt::AltModifier) s |= 4;
-  return s;
-}
 
 constexpr int kMargin = 6;
 

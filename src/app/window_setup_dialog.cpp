@@ -13,6 +13,7 @@
 #include <QTabBar>
 #include <QVBoxLayout>
 
+#include "app/form_binding.h"
 #include "app/move_window_dialog.h"
 #include "app/qt_overlay_painter.h"
 #include "app/window_result_window.h"
@@ -24,39 +25,6 @@ namespace {
 
 // What the presenter is left with once the dialog has gone.
 Form_WindowSetup::View g_noSetupView;
-
-QString Q(const std::string& s) { return QString::fromStdString(s); }
-
-void Apply(QWidget* w, const Form_WindowSetup::Control& c) {
-  if (w->isEnabled() != c.Enabled) w->setEnabled(c.Enabled);
-  if (w->isVisibleTo(w->parentWidget()) != c.Visible) w->setVisible(c.Visible);
-}
-
-void SetText(QLineEdit* e, const std::string& text) {
-  // Only a real change is written: the cursor stays where the user typed.
-  const QString t = Q(text);
-  if (e->text() != t) e->setText(t);
-}
-
-// The key codes and shift state the presenter takes.
-int KeyCode(int qtKey) {
-  switch (qtKey) {
-    case Qt::Key_Left: return Form_WindowSetup::kKeyLeft;
-    case Qt::Key_Up: return Form_WindowSetup::kKeyUp;
-    case Qt::Key_Right: return Form_WindowSetup::kKeyRight;
-    case Qt::Key_Down: return Form_WindowSetup::kKeyDown;
-    case Qt::Key_F5: return Form_WindowSetup::kKeyF5;
-    default: return 0;
-  }
-}
-
-int ShiftState(Qt::KeyboardModifiers m) {
-  int s = 0;
-  if (m & Qt::ShiftModifier) s |= Form_WindowSetup::kShift;
-  if (m & Qt::ControlModifier) s |= Form_WindowSetup::kCtrl;
-  if (m & Qt::AltModifier) s |= 4;
-  return s;
-}
 
 QColor ColourOf(int32_t bgr) { return ColourFromBGR(bgr); }
 
