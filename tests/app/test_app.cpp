@@ -56,33 +56,15 @@
 #include "image/kernel/test_image.h"
 #include "plot/form_plot.h"
 #include "plot/plot_documents.h"
+#include "support/queue_host.h"
 #include "support/scripted_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
 
 using namespace sv;
+using sv::test::QueueHost;
 
 namespace {
-
-// Answers message boxes from its own queue and notes the ones nobody
-// scripted, so that a Qt test can check them.
-class QueueHost : public test::ScriptedHost {
- public:
-  std::deque<MsgResult> queue;
-  std::vector<std::string> unscripted;
-  MsgResult MsgBox(const std::string& text, MsgButtons buttons, MsgIcon icon,
-                   const std::string& title) override {
-    MsgResult r = buttons == MsgButtons::OK ? MsgResult::OK : MsgResult::Cancel;
-    if (!queue.empty()) {
-      r = queue.front();
-      queue.pop_front();
-    } else {
-      unscripted.push_back(text);
-    }
-    messages.push_back({text, title, icon, buttons, r});
-    return r;
-  }
-};
 
 QColor PaletteColour(const Form_Camera& f, int index) {
   const RGBQuad& q = f.Header.bmiColors[index];

@@ -25,33 +25,11 @@
 #include "core/startup.h"
 #include "hardware/hardware.h"
 #include "image/form_camera.h"
+#include "support/queue_host.h"
 #include "support/scripted_host.h"
 
 using namespace sv;
-
-namespace {
-
-// Answers message boxes from its own queue and notes the ones nobody
-// scripted, so that a Qt test can check them.
-class QueueHost : public test::ScriptedHost {
- public:
-  std::deque<MsgResult> queue;
-  std::vector<std::string> unscripted;
-  MsgResult MsgBox(const std::string& text, MsgButtons buttons, MsgIcon icon,
-                   const std::string& title) override {
-    MsgResult r = buttons == MsgButtons::OK ? MsgResult::OK : MsgResult::Cancel;
-    if (!queue.empty()) {
-      r = queue.front();
-      queue.pop_front();
-    } else {
-      unscripted.push_back(text);
-    }
-    messages.push_back({text, title, icon, buttons, r});
-    return r;
-  }
-};
-
-}  // namespace
+using sv::test::QueueHost;
 
 class TestHardwareDialogs : public QObject {
   Q_OBJECT

@@ -29,28 +29,13 @@
 #include "core/startup.h"
 #include "image/form_camera.h"
 #include "plot/plot_documents.h"
+#include "support/queue_host.h"
 #include "support/scripted_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
 
 using namespace sv;
-
-namespace {
-
-// Answers message boxes with their first button and notes them.
-class QueueHost : public test::ScriptedHost {
- public:
-  std::vector<std::string> seen;
-  MsgResult MsgBox(const std::string& text, MsgButtons buttons, MsgIcon icon,
-                   const std::string& title) override {
-    seen.push_back(text);
-    const MsgResult r = buttons == MsgButtons::OK ? MsgResult::OK : MsgResult::Cancel;
-    messages.push_back({text, title, icon, buttons, r});
-    return r;
-  }
-};
-
-}  // namespace
+using sv::test::QueueHost;
 
 class TestLineTools : public QObject {
   Q_OBJECT
@@ -166,7 +151,8 @@ class TestLineTools : public QObject {
     QCOMPARE(QString::fromStdString(sheet->ColName(2)), QString("intensity (a.u.)"));
     QCOMPARE(sheet->Rows(), 202L);
     QCOMPARE(sheet->Plots(), 1L);
-    QVERIFY2(host_->seen.empty(), host_->seen.empty() ? "" : host_->seen.front().c_str());
+    QVERIFY2(host_->unscripted.empty(),
+             host_->unscripted.empty() ? "" : host_->unscripted.front().c_str());
   }
 };
 
