@@ -12,6 +12,7 @@
 #include "acquisition/live.h"
 #include "analysis/energy_hooks.h"
 #include "app/app_environment.h"
+#include "app/experiment_dialog.h"
 #include "app/genicam_dialog.h"
 #include "app/grabber_dialog.h"
 #include "app/hardware_dialogs.h"
@@ -19,6 +20,7 @@
 #include "app/live_views.h"
 #include "app/main_window.h"
 #include "app/qt_host.h"
+#include "app/soft_trigger_dialog.h"
 #include "app/window_setup_dialog.h"
 #include "app/worksheet_dialogs.h"
 #include "core/globals.h"
@@ -117,6 +119,8 @@ int main(int argc, char** argv) {
     sv::app::InstallWindowTools(main, &window);
     sv::app::InstallHardwareDialogs(main, &window);
     sv::app::InstallLineTools(main, &window);
+    sv::app::InstallExperimentDialog(main, &window);
+    sv::app::InstallSoftTriggerDialog(main, &window);
 
     if (!sv::Main(main, sv::JoinArguments(args))) {
       exitCode = 1;

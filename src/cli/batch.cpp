@@ -8,6 +8,7 @@
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
 #include "cli/batch_devices.h"
+#include "cli/batch_experiment.h"
 #include "cli/batch_grab.h"
 #include "cli/batch_host.h"
 #include "cli/batch_images.h"
@@ -15,6 +16,7 @@
 #include "cli/batch_links.h"
 #include "cli/batch_scan.h"
 #include "cli/batch_sheets.h"
+#include "cli/batch_trigger.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "core/settings.h"
@@ -95,7 +97,7 @@ std::string Usage() {
          "              looked for in the config folder\n"
          "  help        this text\n" +
          GrabUsage() + ImageUsage() + SheetUsage() + ScanUsage() + LinesUsage() + DevicesUsage() +
-         LinksUsage();
+         LinksUsage() + ExperimentUsage() + TriggerUsage();
 }
 
 int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -124,6 +126,9 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "da-set") return DaSetCommand(args, out, err);
   if (cmd == "handshake-send") return HandshakeSendCommand(args, out, err);
   if (cmd == "link-serve") return LinkServeCommand(args, out, err);
+  if (cmd == "swp-info") return SwpInfoCommand(args, out, err);
+  if (cmd == "swp-check") return SwpCheckCommand(args, out, err);
+  if (cmd == "trigger-wait") return TriggerWaitCommand(args, out, err);
   return BadCommandLine(err, "unknown command " + cmd);
 }
 

@@ -1,0 +1,17 @@
+// Polynomial least squares in double precision.
+#pragma once
+
+#include <span>
+#include <vector>
+
+namespace sv {
+
+// Fits c0 + c1 x + ... + c_degree x^degree to the points (x, y) through the
+// normal equations of the power sums of x. Returns 0 when all went well, a
+// non-zero code otherwise (too few points, a singular system).
+int PolFit_BAS(std::span<const double> x, std::span<const double> y, int degree,
+               std::vector<double>& coefficients);
+// The polynomial at x, by Horner's rule.
+double PolyValue(double x, int degree, std::span<const double> coefficients);
+
+}  // namespace sv
