@@ -6,6 +6,7 @@
 #include <QClipboard>
 #include <QCursor>
 #include <QDir>
+#include <QEventLoop>
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QInputDialog>
@@ -156,6 +157,19 @@ void QtHost::ShowStatus(const std::string& text, int progress) {
 }
 
 void QtHost::DoEvents() { QCoreApplication::processEvents(); }
+
+void QtHost::WaitForEvents(int maxMs) {
+  maxMs = std::clamp(maxMs, 0, kMaxWaitPollMs);
+  if (maxMs == 0 || !QCoreApplication::instance()) {
+    DoEvents();
+    return;
+  }
+  // The single-shot timer wakes the loop when nothing else comes first.
+  QTimer wake;
+  wake.setSingleShot(true);
+  wake.start(maxMs);
+  QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+}
 void QtHost::Beep() { QApplication::beep(); }
 
 void QtHost::SetBusy(bool busy) {

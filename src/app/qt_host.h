@@ -43,6 +43,8 @@ class QtHost : public Host {
 
   void ShowStatus(const std::string& text, int progress) override;
   void DoEvents() override;
+  // Waits in Qt's loop for the next event, at most `maxMs`.
+  void WaitForEvents(int maxMs) override;
   void Beep() override;
   void SetBusy(bool busy) override;
   std::string ClipboardText() override;

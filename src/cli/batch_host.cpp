@@ -1,5 +1,8 @@
 #include "cli/batch_host.h"
 
+#include <poll.h>
+
+#include <algorithm>
 #include <csignal>
 
 #include "core/platform/platform.h"
@@ -63,6 +66,20 @@ void BatchHost::ShowStatus(const std::string& text, int progress) {
   err_ << text;
   if (progress >= 0) err_ << " (" << progress << "%)";
   err_ << "\n";
+}
+
+void BatchHost::DoEvents() {
+  if (stopAction_ && StopRequested()) stopAction_();
+}
+
+void BatchHost::WaitForEvents(int maxMs) {
+  int sleepMs = std::clamp(maxMs, 0, kMaxWaitPollMs);
+  const int due = Timers().FireDue(TimeGetTime());
+  if (due >= 0) sleepMs = std::min(sleepMs, due);
+  // A signal (Ctrl-C) ends the sleep early.
+  if (sleepMs > 0 && !StopRequested()) ::poll(nullptr, 0, sleepMs);
+  Timers().FireDue(TimeGetTime());
+  DoEvents();
 }
 
 uint32_t BatchHost::TimeGetTime() { return platform::MonotonicMilliseconds(); }

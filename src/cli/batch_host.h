@@ -2,6 +2,7 @@
 // default button, dialogs are cancelled, status lines are shown only when asked.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -23,7 +24,13 @@ class BatchHost : public Host {
   FileDialogResult OpenFileDialog(const FileDialog& dlg) override;
   FileDialogResult SaveFileDialog(const FileDialog& dlg) override;
   void ShowStatus(const std::string& text, int progress) override;
-  void DoEvents() override {}
+  void DoEvents() override;
+  // Sleeps until a timer of the host is due, a signal comes, or `maxMs` pass;
+  // runs the due timers and, after Ctrl-C, the stop action.
+  void WaitForEvents(int maxMs) override;
+  // What Ctrl-C does to a running wait (typically: set its stop word). Runs
+  // at each yield while the request stands.
+  void SetStopAction(std::function<void()> action) { stopAction_ = std::move(action); }
   void Beep() override {}
   void SetBusy(bool) override {}
   std::string ClipboardText() override { return clipboard_; }
@@ -44,6 +51,7 @@ class BatchHost : public Host {
   bool verbose_;
   std::string clipboard_;
   std::unique_ptr<UserStore> store_;
+  std::function<void()> stopAction_;
 };
 
 // The default button of each set: OK, Yes, or the first one.

@@ -19,7 +19,7 @@ Host& host() {
 
 int TimerList::Start(int intervalMs, std::function<void()> tick) {
   const int id = next_++;
-  timers_[id] = Entry{intervalMs, std::move(tick)};
+  timers_[id] = Entry{intervalMs, std::move(tick), 0, false};
   return id;
 }
 
@@ -39,6 +39,32 @@ void TimerList::Fire() {
     auto tick = it->second.tick;  // the tick may stop its own timer
     if (tick) tick();
   }
+}
+
+int TimerList::FireDue(uint32_t now) {
+  std::vector<int> ids;
+  for (auto& [id, entry] : timers_) {
+    if (!entry.armed) {
+      entry.due = now + static_cast<uint32_t>(entry.intervalMs < 0 ? 0 : entry.intervalMs);
+      entry.armed = true;
+    }
+    if (static_cast<int32_t>(now - entry.due) >= 0) ids.push_back(id);
+  }
+  for (int id : ids) {
+    auto it = timers_.find(id);
+    if (it == timers_.end()) continue;
+    it->second.due = now + static_cast<uint32_t>(it->second.intervalMs < 0 ? 0 : it->second.intervalMs);
+    auto tick = it->second.tick;  // the tick may stop its own timer
+    if (tick) tick();
+  }
+  int next = -1;
+  for (const auto& [id, entry] : timers_) {
+    if (!entry.armed) return 0;  // started by a tick just now
+    int32_t left = static_cast<int32_t>(entry.due - now);
+    if (left < 0) left = 0;
+    if (next < 0 || left < next) next = left;
+  }
+  return next;
 }
 
 void SetHost(Host* h) { g_host = h; }

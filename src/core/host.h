@@ -12,6 +12,9 @@
 
 namespace sv {
 
+// The longest a wait sleeps between two looks at what it waits for.
+inline constexpr int kMaxWaitPollMs = 10;
+
 enum class MsgIcon { None, Critical, Question, Exclamation, Information };
 enum class MsgButtons { OK, OKCancel, AbortRetryIgnore, YesNoCancel, YesNo, RetryCancel };
 // Numbered as the Windows message box numbers them.
@@ -58,6 +61,11 @@ class TimerList {
   // Runs every timer once, in the order they were started. A tick may start
   // or stop timers; one stopped during the round does not run.
   void Fire();
+  // Runs each timer whose interval has passed by `now` (the host clock), once,
+  // however many ticks fell due: a timer is first due one interval after the
+  // first call that sees it. Returns the ms until the next is due, -1 with
+  // no timers.
+  int FireDue(uint32_t now);
   bool Running(int id) const { return timers_.count(id) > 0; }
   int Interval(int id) const;
   size_t Count() const { return timers_.size(); }
@@ -66,6 +74,8 @@ class TimerList {
   struct Entry {
     int intervalMs;
     std::function<void()> tick;
+    uint32_t due = 0;
+    bool armed = false;  // `due` is set
   };
   std::map<int, Entry> timers_;
   int next_ = 1;
@@ -88,6 +98,13 @@ class Host {
   virtual void ShowStatus(const std::string& text, int progress) = 0;
   // Lets pending events run; long loops call it at their named points.
   virtual void DoEvents() = 0;
+  // A wait's yield: lets events run and sleeps until one comes or `maxMs`
+  // (a poll period, at most kMaxWaitPollMs) has passed, whichever is first;
+  // never spins. The default only lets pending events run.
+  virtual void WaitForEvents(int maxMs) {
+    (void)maxMs;
+    DoEvents();
+  }
   virtual void Beep() = 0;
   virtual void SetBusy(bool busy) = 0;
   virtual std::string ClipboardText() = 0;

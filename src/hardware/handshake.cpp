@@ -5,10 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <thread>
 
 #include "core/error_table.h"
 #include "core/globals.h"
@@ -22,6 +20,8 @@ namespace sv {
 namespace {
 
 constexpr long kStopWriteFailed = 9999;
+// The lines are files another program makes and removes: look often.
+constexpr int kHandshakePollMs = 2;
 
 std::string WithSlash(std::string folder) {
   folder = platform::NativePath(folder);
@@ -63,10 +63,7 @@ bool WaitFor(Line line, bool wanted, uint32_t waitMs, const long* stopCode) {
 
 }  // namespace
 
-void YieldBriefly() {
-  host().DoEvents();
-  std::this_thread::sleep_for(std::chrono::milliseconds(2));
-}
+void YieldBriefly() { host().WaitForEvents(kHandshakePollMs); }
 
 bool WriteLineFile(const std::string& path, const std::string& text) {
   std::FILE* f = std::fopen(path.c_str(), "wb");

@@ -101,8 +101,9 @@ class DataLinkServer {
   int32_t TimeOutMs = 10000;
 };
 
-// Shared by the waits of this file and of the links: yields once and rests
-// a moment so that a poll loop does not spin.
+// Shared by the waits of this file and of the links: one yield that lets
+// events run and sleeps until the next or a short poll period, so that a
+// poll loop does not spin.
 void YieldBriefly();
 
 // Writes `text` plus a line end into `path`, replacing the content, and

@@ -114,6 +114,28 @@ FileDialogResult ScriptedHost::OpenFileDialog(const FileDialog& dlg) {
 
 FileDialogResult ScriptedHost::SaveFileDialog(const FileDialog& dlg) { return OpenFileDialog(dlg); }
 
+void ScriptedHost::WaitForEvents(int maxMs) {
+  clock += static_cast<uint32_t>(maxMs > 0 ? maxMs : 0);
+  ++waits;
+  if (onWait) onWait();
+  for (;;) {
+    // The earliest due action first; equal times in the order given.
+    auto due = script.end();
+    for (auto it = script.begin(); it != script.end(); ++it) {
+      if (static_cast<int32_t>(clock - it->time) < 0) continue;
+      if (due == script.end() || static_cast<int32_t>(it->time - due->time) < 0) due = it;
+    }
+    if (due == script.end()) return;
+    auto action = std::move(due->action);
+    script.erase(due);
+    if (action) action();
+  }
+}
+
+void ScriptedHost::At(uint32_t time, std::function<void()> action) {
+  script.push_back({time, std::move(action)});
+}
+
 void ScriptedHost::ShowStatus(const std::string& text, int) { status.push_back(text); }
 
 std::vector<std::string> ScriptedHost::MessageTexts() const {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -90,6 +91,19 @@ class ScriptedHost : public Host {
   int64_t FreeDiskSpace(const std::string&) override { return freeDisk; }
   ScreenSize Screen() override { return screen; }
 
+  // Simulated waits: each WaitForEvents moves `clock` on by its period
+  // (without sleeping), counts itself in `waits`, runs `onWait`, then every
+  // scripted action whose time the clock has reached, in time order.
+  void WaitForEvents(int maxMs) override;
+  int waits = 0;
+  std::function<void()> onWait;
+  // Runs `action` in the first wait that brings the clock to `time` or past
+  // it (across the 32-bit wrap, for times less than 2^31 ms ahead).
+  void At(uint32_t time, std::function<void()> action);
+  // The same, `ms` after the present clock.
+  void After(uint32_t ms, std::function<void()> action) { At(clock + ms, std::move(action)); }
+  size_t PendingActions() const { return script.size(); }
+
   // Timers run only when the test says: every running timer ticks once.
   void FireTimers() { Timers().Fire(); }
   size_t RunningTimers() { return Timers().Count(); }
@@ -103,6 +117,11 @@ class ScriptedHost : public Host {
   std::deque<std::optional<std::string>> inputs;
   std::deque<std::string> files;
   std::deque<int> fileFilters;
+  struct Scripted {
+    uint32_t time;
+    std::function<void()> action;
+  };
+  std::vector<Scripted> script;  // in the order given
 };
 
 // Reads a whole file ("" when missing) and writes one.

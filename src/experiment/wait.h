@@ -1,0 +1,33 @@
+// The waits of a run: for an event (a trigger), for a span (the dwell, the
+// delay before the first step, the step interval), always breakable by the
+// stop word. They read only the host's millisecond clock, compared across its
+// 32-bit wrap, and yield through the host between two looks, so that a wait
+// sleeps instead of spinning.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+namespace sv {
+
+// Why a wait ended.
+enum class WaitEnd {
+  Done,     // what it waited for came
+  Stopped,  // the stop word was set
+  Elapsed,  // its time passed
+};
+
+// The period a wait sleeps between two looks, at most.
+inline constexpr int kWaitPollMs = 10;
+
+// Looks at `done` until it is true, StopCode() is set, or `timeoutMs` (0: no
+// limit) have passed since `start` (a host clock tick). `done` is asked
+// first: what is already there ends the wait without a yield.
+WaitEnd WaitUntil(const std::function<bool()>& done, uint32_t start, uint32_t timeoutMs);
+// The same, timed from now.
+WaitEnd WaitUntil(const std::function<bool()>& done, uint32_t timeoutMs = 0);
+// Waits until `ms` have passed since `start`, or StopCode() is set. A span
+// already over returns Elapsed at once; ms of 0 or below too.
+WaitEnd WaitSince(uint32_t start, int32_t ms);
+
+}  // namespace sv
