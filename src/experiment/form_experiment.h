@@ -1,0 +1,194 @@
+// The experiment tool: Form_Experiment holds the definition of a run as the
+// dialog shows it (type, time and energy limits, user sweep, windows, lines,
+// A/D channels, trigger, shutter), turns it into the shared definition with
+// Command_Accept (columns of the run's worksheet and its two plots), and
+// starts the run. A presenter: it talks only to the host; a Qt dialog binds
+// to it through its View.
+#pragma once
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "analysis/scan_lines.h"
+#include "analysis/scan_windows.h"
+#include "experiment/experiment_settings.h"
+#include "hardware/hardware.h"
+
+namespace sv {
+
+class Form_Plot;
+class Form_Worksheet;
+class MDIForm_Main;
+
+inline constexpr const char* kItExperimentTitle = "I(t) Experiment";
+inline constexpr const char* kRestartQuestion =
+    "You have to Restart the experiment after this edit. Proceed anyway?";
+inline constexpr const char* kNothingToScanText = "Nothing to scan for.";
+inline constexpr const char* kOpenSweepTitle = "Open Sweep File";
+inline constexpr const char* kSweepFilter = "Sweep Files (*.swp)|*.swp|All Files (*.*)|*.*||";
+inline constexpr const char* kIntensityAxis = "intensity (a.u.)";
+inline constexpr const char* kVoltageAxis = "voltage (V)";
+
+// The run itself; filled by the run's code. Bit 0 of `flags`: a fresh start;
+// bit 1: one step only. Does nothing until filled.
+std::function<void(int flags)>& ExperimentDoHook();
+// Label_Shutter's click: the shutter dialog. Does nothing until filled.
+std::function<void()>& ShutterDialogHook();
+
+// The trigger lists. Sources 0 to 3 read "N/A" without a ready I/O.
+std::vector<std::string> TriggerModeList();
+std::vector<std::string> TriggerSourceList(bool ioReady);
+
+// "Cannot analyse Window #" n " in Follow Mode, ..." CR "Window is disabled."
+std::string WindowRefusedText(int n);
+// The column names of a definition, in their order (without the index column).
+std::vector<std::string> ExperimentColumnNames(const ExperimentSettings& es,
+                                               const std::string& unit);
+// The intensity unit: "I", or the calibration's unit text.
+std::string IntensityUnit();
+
+class Form_Experiment {
+ public:
+  class View {
+   public:
+    virtual ~View() = default;
+    virtual void Changed(const Form_Experiment&) {}
+    // The worksheet's window place, when it has a window (Unload keeps it).
+    virtual bool ReadSheetPlace(ExperimentWindowPlace&) { return false; }
+  };
+  struct Control {
+    bool Enabled = true;
+    bool Visible = true;
+  };
+  // The text fields that are checked when left.
+  enum Field { tStart, tStop, tStep, DwellTime, EStart, EStop, EStep };
+
+  Form_Experiment();
+  ~Form_Experiment();
+  Form_Experiment(const Form_Experiment&) = delete;
+  Form_Experiment& operator=(const Form_Experiment&) = delete;
+  void SetView(View* view) { view_ = view ? view : &nullView_; }
+
+  // Opening: the controls from the definition, the status line shows the
+  // default worksheet path, the two timers run. Closing keeps the sheet's
+  // place, frees the window buffers and stops the timers.
+  void Load();
+  void Unload();
+  bool Visible() const { return visible_; }
+  // The controls back from the definition (Load and Command_Cancel).
+  void LoadControls();
+
+  std::string Caption = "I(E)-Experiment";
+  int Option_Experiment = kExperimentIE;  // 0 I(t), 1 I(E)
+  void Option_Experiment_Click(int index);
+
+  // Seconds for the times, eV for the energies.
+  std::string Text_tStart, Text_tStop, Text_tStep, Text_DwellTime;
+  std::string Text_EStart, Text_EStop, Text_EStep;
+  std::string& Text(Field f);
+  // A field typed in.
+  void Text_Change();
+  // A field left: a value out of its limits beeps and the held value comes
+  // back. False when it was refused.
+  bool Text_LostFocus(Field f);
+
+  bool Check_UserSweep = false;
+  std::string Text_File;                // the file's name without its folder
+  std::vector<std::string> List_Sweep;  // the sweep points as text
+  int List_SweepIndex = -1;
+  void Check_UserSweep_Click();
+  // Empties the list, reads the file; on success keeps the name, else
+  // clears name and list. True on success.
+  bool OpenSweepFile(const std::string& name);
+  // The open dialog, then OpenSweepFile.
+  void SweepFileOpen();
+  const std::string& SweepPath() const { return sweepPath_; }
+  Control Picture_UserSweep, Picture_SweepTime, Picture_SweepEnergy;
+
+  std::array<bool, kWindowCount> Check_Window{};
+  std::array<int, kWindowCount> Combo_Plot{};  // list index = the window's Plot
+  std::array<Control, kWindowCount> Ctl_Check_Window;
+  bool Check_WScan = false;
+  std::array<bool, kLineCount> Check_Line{}, Check_LPlot{};
+  std::array<Control, kLineCount> Ctl_Check_Line;
+  bool Check_LScan = false;
+  std::array<bool, kADChannelMax> Check_AD{}, Check_ADPlot{};
+  std::array<Control, kADChannelMax> Ctl_Check_AD;
+  std::array<std::string, kADChannelMax> Label_AD;  // channel names
+  bool Check_SaveXY = false;
+  bool Check_ShutterControl = false;
+  std::array<bool, kWindowCount> Option_ShutterControl{};
+  bool Check_AutoSave = false, Check_OnlineExport = false, Check_UpdateWorksheet = false;
+  // The DDE export of rows; plain fields the run reads.
+  bool Check_DDE = false;
+  std::string Text_DDE, Text_DDELinkTopic;
+  // Any check or list above changed by the user.
+  void Control_Click() { Text_Change(); }
+
+  std::string Label_WScans, Label_LScans, Label_ADScans, Label_avmax;
+  std::string Label_TriggerStatus, Label_U;
+  std::string Label_Shutter = "Shutter...";
+  void Label_Shutter_Click();
+
+  std::vector<std::string> Combo_TriggerModeList, Combo_TriggerSourceList;
+  int Combo_TriggerMode = 0, Combo_TriggerSource = 4;
+  void Combo_TriggerMode_Click();
+  void Combo_TriggerSource_Click();
+
+  Control Ctl_Command_Accept, Ctl_Command_Cancel, Ctl_Command_New;
+  std::array<Control, 3> Ctl_Command_Start;  // "Start", continue, "Step"
+  bool AcceptPending() const { return Ctl_Command_Accept.Enabled; }
+
+  void Command_Accept();
+  void Command_Cancel();
+  void Command_New();
+  // index 0 "Start", 1 continue after a stop, 2 "Step".
+  void Command_Start(int index = 0);
+
+  // The two idle timers; public so that hosts without a loop can tick them.
+  void Timer_Trigger();
+  void Timer_ADScan();
+
+  // The run's documents; null while there are none.
+  Form_Worksheet* Worksheet() const;
+  Form_Plot* IntensityPlot() const;
+  Form_Plot* ADPlot() const;
+  long ColumnCount = 0;  // data columns a row must have
+  // Makes the sheet of the run when there is none (a window of the main
+  // window when one is there, else the tool's own).
+  Form_Worksheet* EnsureWorksheet();
+  void RemovePlots();
+
+ private:
+  void Changed() { view_->Changed(*this); }
+  void SetEditState(bool pending);
+  void ShowPictures();
+  void FillTriggerLists();
+  std::string HeldText(Field f) const;
+  bool ParseField(Field f, double& value) const;
+  void AcceptWindows(bool ie, long width, long height, bool& needIPlot);
+  void AcceptLines();
+  void AcceptChannels(bool& needADPlot);
+  void BuildColumns(Form_Worksheet& sheet);
+  void BuildPlots(Form_Worksheet& sheet, bool needIPlot, bool needADPlot);
+  Form_Plot* NewPlot(Form_Worksheet& sheet);
+
+  View nullView_;
+  View* view_ = &nullView_;
+  bool visible_ = false;
+  std::string sweepPath_;
+  long sheetHandle_ = 0;  // the sheet's window, 0 for the tool's own
+  std::unique_ptr<Form_Worksheet> ownSheet_;
+  long iPlotHandle_ = 0, adPlotHandle_ = 0;
+  bool restart_ = false;  // an accepted edit needs a fresh start
+  int triggerTimer_ = 0, adTimer_ = 0;
+};
+Form_Experiment& ExperimentForm();
+
+// mnuExperiment on a main window: opens the tool (the view shows it).
+void RegisterExperimentForm(MDIForm_Main& main, std::function<void()> show);
+
+}  // namespace sv
