@@ -134,7 +134,7 @@ bool OpenSweepFileDo(const std::string& name, int type, std::vector<std::string>
   std::error_code ec;
   std::ifstream in;
   if (!std::filesystem::is_directory(path, ec)) in.open(path, std::ios::binary);
-  if (!in) {
+  if (!in.is_open()) {
     message = "Cannot open " + path;
     return false;
   }
