@@ -1,13 +1,13 @@
 #include "experiment/form_experiment.h"
 
+#include "experiment/sweep_file.h"
+#include "experiment/trigger.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-
-#include <unistd.h>
 
 #include "acquisition/grabber.h"
 #include "acquisition/grabber_environment.h"
@@ -25,13 +25,18 @@ namespace sv {
 
 namespace {
 
-constexpr double kMaxSeconds = 86400;
-constexpr double kMinEnergy = 5, kMaxEnergy = 1000;
+constexpr double kMaxSeconds = kSweepTimeMax;
+constexpr double kMinEnergy = kSweepEnergyMin, kMaxEnergy = kSweepEnergyMax;
 constexpr int kTriggerInterval = 200;  // ms
 constexpr int kADScanInterval = 500;   // ms
 
 // The shortest text that reads back to the value ("60", "0.5", "20").
 std::string NumberText(double value) {
+  char buf[64];
+  auto r = std::to_chars(buf, buf + sizeof buf, value);
+  return std::string(buf, r.ptr);
+}
+std::string NumberText(float value) {
   char buf[64];
   auto r = std::to_chars(buf, buf + sizeof buf, value);
   return std::string(buf, r.ptr);
@@ -56,46 +61,6 @@ std::string BaseName(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-// Reads a sweep file: numbers separated by line ends or commas, each checked
-// against the type's range. Good values go into `list` as text; the first
-// bad one is told with the title "Open Sweep File" and ends the reading.
-bool ReadSweepList(const std::string& path, bool timeSweep, std::vector<std::string>& list) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    host().MsgBox("Cannot open " + path, MsgButtons::OK, MsgIcon::Exclamation, kOpenSweepTitle);
-    return false;
-  }
-  std::string all((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  size_t pos = 0;
-  long index = 0;
-  while (pos <= all.size()) {
-    size_t next = all.find_first_of(",\r\n", pos);
-    if (next == std::string::npos) next = all.size();
-    std::string token = all.substr(pos, next - pos);
-    pos = next + 1;
-    const size_t a = token.find_first_not_of(" \t");
-    if (a == std::string::npos) continue;
-    token = token.substr(a, token.find_last_not_of(" \t") - a + 1);
-    char* end = nullptr;
-    const double v = std::strtod(token.c_str(), &end);
-    if (end == token.c_str() || *end != '\0' || !std::isfinite(v)) {
-      host().MsgBox("'" + token + "' is not a number", MsgButtons::OK, MsgIcon::Exclamation,
-                    kOpenSweepTitle);
-      return false;
-    }
-    const bool good = timeSweep ? (v >= 0 && v <= kMaxSeconds) : (v >= kMinEnergy && v <= kMaxEnergy);
-    if (!good) {
-      const std::string text = timeSweep ? "Time[" + std::to_string(index) + "] = " + NumberText(v) + " s is out of range"
-                                         : "Energy[" + std::to_string(index) + "] = " + NumberText(v) + " eV is out of range";
-      host().MsgBox(text, MsgButtons::OK, MsgIcon::Exclamation, kOpenSweepTitle);
-      return false;
-    }
-    list.push_back(NumberText(v));
-    ++index;
-  }
-  return true;
-}
-
 Form_Camera* CalibrationImage() { return HasHost() ? PreviewImage(MainForm()) : nullptr; }
 
 int ChannelCount() {
@@ -113,19 +78,6 @@ std::function<void(int)>& ExperimentDoHook() {
 std::function<void()>& ShutterDialogHook() {
   static std::function<void()> hook = [] {};
   return hook;
-}
-
-std::vector<std::string> TriggerModeList() {
-  return {"(disabled)", "Trigger Start of Sweep", "Trigger every Step of Sweep"};
-}
-
-std::vector<std::string> TriggerSourceList(bool ioReady) {
-  std::vector<std::string> list = {"EXT. TRIGGER: low", "EXT. TRIGGER: high",
-                                   "EXT. TRIGGER: low -> high", "EXT. TRIGGER: high -> low",
-                                   "Manual Control", "DDE Trigger", "File Trigger"};
-  if (!ioReady)
-    for (int i = 0; i < 4; ++i) list[size_t(i)] = "N/A";
-  return list;
 }
 
 std::string WindowRefusedText(int n) {
@@ -224,8 +176,9 @@ void Form_Experiment::LoadControls() {
   List_SweepIndex = -1;
   sweepPath_ = es.SweepFile;
   Text_File = BaseName(sweepPath_);
-  if (!sweepPath_.empty() && !ReadSweepList(sweepPath_, Option_Experiment == kExperimentIt, List_Sweep))
-    List_Sweep.clear();
+  std::string message;
+  if (!sweepPath_.empty() && !OpenSweepFileDo(sweepPath_, Option_Experiment, List_Sweep, message))
+    List_Sweep.clear();  // a file gone since is told when it is opened again
   Check_UserSweep = es.UserSweep != 0 && !List_Sweep.empty();
 
   for (int i = 0; i < kWindowCount; ++i) {
@@ -265,8 +218,8 @@ void Form_Experiment::LoadControls() {
 }
 
 void Form_Experiment::FillTriggerLists() {
-  Combo_TriggerModeList = TriggerModeList();
-  Combo_TriggerSourceList = TriggerSourceList(IOReady());
+  Combo_TriggerModeList = TriggerModeTexts();
+  Combo_TriggerSourceList = TriggerSourceTexts();
   const int32_t mode = ES().TriggerMode, source = ES().TriggerSource;
   Combo_TriggerMode = mode >= 0 && mode < int(Combo_TriggerModeList.size()) ? mode : 0;
   Combo_TriggerSource = source >= 0 && source < int(Combo_TriggerSourceList.size()) ? source : -1;
@@ -306,9 +259,9 @@ std::string Form_Experiment::HeldText(Field f) const {
     case tStop: return NumberText(es.tStop / 1000.0);
     case tStep: return NumberText(es.tStep / 1000.0);
     case DwellTime: return NumberText(double(es.DwellTime) / 1000.0);
-    case EStart: return NumberText(double(es.EStart));
-    case EStop: return NumberText(double(es.EStop));
-    case EStep: return NumberText(double(es.EStep));
+    case EStart: return NumberText(es.EStart);
+    case EStop: return NumberText(es.EStop);
+    case EStep: return NumberText(es.EStep);
   }
   return "";
 }
@@ -361,37 +314,16 @@ void Form_Experiment::Option_Experiment_Click(int index) {
 // --- The user sweep -----------------------------------------------------------------
 
 bool Form_Experiment::OpenSweepFile(const std::string& name) {
-  List_Sweep.clear();
   List_SweepIndex = -1;
-  const bool ok = !name.empty() && ReadSweepList(name, Option_Experiment == kExperimentIt, List_Sweep);
-  if (ok) {
-    sweepPath_ = name;
-    Text_File = BaseName(name);
-  } else {
-    sweepPath_.clear();
-    Text_File.clear();
-    List_Sweep.clear();
-  }
+  const bool ok = sv::OpenSweepFile(name, Option_Experiment, List_Sweep, sweepPath_, Text_File);
   Text_Change();
   return ok;
 }
 
 void Form_Experiment::SweepFileOpen() {
-  FileDialog dlg;
-  dlg.title = kOpenSweepTitle;
-  dlg.filter = kSweepFilter;
-  dlg.fileName = sweepPath_;
-  FileDialogResult r = host().OpenFileDialog(dlg);
-  if (r.path.empty()) return;
-  std::string path = r.path;
-  if (BaseName(path).find('.') == std::string::npos && path.find_first_of("/\\") == std::string::npos) {
-    // A bare name is taken in the present folder.
-    char cwd[4096];
-    std::string folder = getcwd(cwd, sizeof cwd) ? cwd : ".";
-    if (folder.back() != '/') folder += '/';
-    path = folder + path;
-  }
-  OpenSweepFile(path);
+  List_SweepIndex = -1;
+  sv::SweepFileOpen(Option_Experiment, List_Sweep, sweepPath_, Text_File);
+  Text_Change();
 }
 
 void Form_Experiment::Check_UserSweep_Click() {

@@ -27,8 +27,6 @@ inline constexpr const char* kItExperimentTitle = "I(t) Experiment";
 inline constexpr const char* kRestartQuestion =
     "You have to Restart the experiment after this edit. Proceed anyway?";
 inline constexpr const char* kNothingToScanText = "Nothing to scan for.";
-inline constexpr const char* kOpenSweepTitle = "Open Sweep File";
-inline constexpr const char* kSweepFilter = "Sweep Files (*.swp)|*.swp|All Files (*.*)|*.*||";
 inline constexpr const char* kIntensityAxis = "intensity (a.u.)";
 inline constexpr const char* kVoltageAxis = "voltage (V)";
 
@@ -37,10 +35,6 @@ inline constexpr const char* kVoltageAxis = "voltage (V)";
 std::function<void(int flags)>& ExperimentDoHook();
 // Label_Shutter's click: the shutter dialog. Does nothing until filled.
 std::function<void()>& ShutterDialogHook();
-
-// The trigger lists. Sources 0 to 3 read "N/A" without a ready I/O.
-std::vector<std::string> TriggerModeList();
-std::vector<std::string> TriggerSourceList(bool ioReady);
 
 // "Cannot analyse Window #" n " in Follow Mode, ..." CR "Window is disabled."
 std::string WindowRefusedText(int n);
