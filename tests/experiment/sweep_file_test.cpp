@@ -76,13 +76,6 @@ TEST(SweepText, ReadingRules) {
   }
 }
 
-TEST(SweepText, AppendsToWhatTheListHolds) {
-  List list{"7"};
-  std::string message;
-  EXPECT_TRUE(ReadSweepText("8", kExperimentIE, list, message));
-  EXPECT_EQ(list, (List{"7", "8"}));
-}
-
 TEST(SweepText, AHugeFileIsReadWhole) {
   std::string text;
   const int n = 200000;
