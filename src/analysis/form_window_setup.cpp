@@ -867,6 +867,7 @@ void Form_WindowSetup::Picture_MouseUp(long x, long y) {
 // --- Wiring -----------------------------------------------------------------------------
 
 void RegisterWindowCommands(MDIForm_Main& main) {
+  RegisterWindowSettings();
   MDIForm_Main* m = &main;
   main.SetCommand("mnuWindowSetup", [m](int) {
     auto* image = dynamic_cast<Form_Camera*>(m->ActiveChild());

@@ -125,6 +125,7 @@ Form_Experiment& ExperimentForm() {
 }
 
 void RegisterExperimentForm(MDIForm_Main& main, std::function<void()> show) {
+  RegisterExperimentSettings();
   main.SetCommand("mnuExperiment", [show](int) {
     Form_Experiment& form = ExperimentForm();
     if (!form.Visible()) form.Load();
