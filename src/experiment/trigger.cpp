@@ -73,7 +73,7 @@ std::string TriggerModeText(int mode) {
   return kModeTexts[mode];
 }
 
-std::vector<std::string> TriggerModeList() {
+std::vector<std::string> TriggerModeTexts() {
   return std::vector<std::string>(std::begin(kModeTexts), std::end(kModeTexts));
 }
 
@@ -83,7 +83,7 @@ std::string TriggerSourceText(int source) {
   return kSourceTexts[source];
 }
 
-std::vector<std::string> TriggerSourceList() {
+std::vector<std::string> TriggerSourceTexts() {
   std::vector<std::string> list;
   for (int s = 0; s < kTriggerSourceCount; ++s) list.push_back(TriggerSourceText(s));
   return list;

@@ -31,12 +31,12 @@ inline constexpr const char* kTriggerFileName = "~Trigger.tmp";
 // The texts of Combo_TriggerMode: "(disabled)", "Trigger Start of Sweep",
 // "Trigger every Step of Sweep"; "" for other values.
 std::string TriggerModeText(int mode);
-std::vector<std::string> TriggerModeList();
+std::vector<std::string> TriggerModeTexts();
 // The texts of Combo_TriggerSource as they are shown now: the four
 // EXT. TRIGGER entries read "N/A" while the I/O is not ready; "" for values
 // outside the list.
 std::string TriggerSourceText(int source);
-std::vector<std::string> TriggerSourceList();
+std::vector<std::string> TriggerSourceTexts();
 
 // host().TempPath() + "~Trigger.tmp".
 std::string TriggerFilePath();
