@@ -22,6 +22,9 @@ void TakeUpdate(const std::string& item, const std::string& value) {
     if (DDEParseNumber(value, number)) f.DDECounter = RoundEven(number);
     if (f.OnCounterUpdate) f.OnCounterUpdate();
   } else if (item == kItemADTrigger) {
+    // Only a change arms the trigger: a peer that sends the same count again
+    // must not re-arm one that has already fired.
+    if (value == f.Text_AD_TrigCount) return;
     f.Text_AD_TrigCount = value;
     if (DDEParseNumber(value, number)) f.DDETriggerCount = RoundEven(number);
   } else if (item == kItemADCmd) {
