@@ -26,6 +26,7 @@
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "core/startup.h"
+#include "experiment/shutter.h"
 #include "hardware/hardware.h"
 #include "image/form_camera.h"
 #include "plot/form_plot.h"
@@ -109,6 +110,7 @@ int main(int argc, char** argv) {
     sv::InstallLiveEnvironment();
     sv::RegisterLiveCommands(main);
     sv::InstallHardwareEnvironment();
+    sv::InstallShutter();
     sv::RegisterHardwareMenus(main);
     sv::InstallEnergyHooks();
     sv::app::MainWindow window(main, &host);

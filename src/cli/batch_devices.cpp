@@ -8,6 +8,7 @@
 #include "core/globals.h"
 #include "core/ini_profile.h"
 #include "core/settings.h"
+#include "experiment/shutter.h"
 #include "hardware/energy.h"
 #include "hardware/hardware.h"
 
@@ -49,6 +50,7 @@ class DeviceSession {
     g.UserIniName = host_.UserName();
     g.IniFile = ini.empty() ? FormIniFile(host_.ProgramFolder(), g.UserIniName) : ini;
     InstallHardwareEnvironment();
+    InstallShutter();
     ReadSettings(nullptr);
   }
   ~DeviceSession() {

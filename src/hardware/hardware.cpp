@@ -133,7 +133,7 @@ bool IOStart(std::string& name) {
   hw.SignalPin = 4;
   hw.ShutterPin = 6;
   hw.ExtTriggerIgnored = false;
-  hw.IO->IO_pin_set(long(hw.ShutterPin), !hw.OpenLevel);
+  hw.IO->IO_pin_set(long(hw.ShutterPin), hw.ShutterControl.OpenLevel == 0);
   // 6.
   ShowStatus("");
   G().IOOK = -1;

@@ -26,18 +26,21 @@ inline constexpr int kADChannelMax = 8;
 // scan window of the same number.
 int32_t DefaultChannelColor(int channel);
 
-// The shutter record, kept in the I/O section "DIO: " + name
-// with the keys named at each field. Its eighth field, "OpenLevel", is
-// HardwareGlobals::OpenLevel.
+// The shutter record: eight 32-bit fields in this order, copied as one block
+// by the shutter dialog. Kept in the section "ShutterControl" with the keys
+// named at each field, whichever I/O interface is configured.
 struct ShutterControlRecord {
   int32_t ShutterEnabled = 0;   // "Enabled"
   int32_t ShutterWindow = 0;    // "Frame", 0-based
-  float Hysterese = 0.1f;       // "Hysterese"
+  float Hysterese = 0.1f;       // "Hysterese", intensity units
   float MinTimeRange = 1.0f;    // "MinTimeRange", seconds
-  int32_t CycleCount = 0;       // not stored
+  int32_t CycleCount = 0;       // not stored: extrema found so far
   int32_t Cycles = 1;           // "Cycles"
+  int32_t OpenLevel = 0;        // "OpenLevel": non-zero, output high opens the shutter; 0, low does
   int32_t TriggerSource = 0;    // "TriggerSource": 0 maximum, 1 minimum
 };
+static_assert(sizeof(ShutterControlRecord) == 32, "eight 32-bit fields");
+inline constexpr const char* kShutterSection = "ShutterControl";
 
 // One A/D channel, in the order it is kept.
 struct ADChannel {
@@ -85,14 +88,13 @@ struct HardwareGlobals {
   // D/A-Converter!" is shown once the D/A has come up.
   bool DACalibrationCheck = false;
 
-  // I/O: section "DIO: " + name; the pin assignment made at its start, and
-  // the shutter's level.
+  // I/O: section "DIO: " + name; the pin assignment made at its start. The
+  // shutter's level is ShutterControl.OpenLevel.
   long IOBase = 0;  // "BaseAddress"
   int IOPinCount = 16;
   int ExtTriggerPin = 5;
   int SignalPin = 4;
   int ShutterPin = 6;
-  bool OpenLevel = false;  // "OpenLevel": true, output high opens the shutter; false, low does
   ShutterControlRecord ShutterControl;
   bool ExtTriggerIgnored = false;  // a failed read was told once
 
@@ -123,7 +125,9 @@ std::string LastStartError(DeviceKind kind);
 // The settings of each kind: its section "ADC: " + name (with the channel
 // sections "ADC: CH1" ...), "DAC: " + name, "DIO: " + name for the selected
 // name (G().ADName ...), and the user store's section "Auger" with the D/A.
-// A kind without a name reads its defaults and writes nothing. Key names:
+// A kind without a name reads its defaults and writes nothing; the I/O's
+// shutter record (section "ShutterControl") is read and written whatever
+// interface is configured. Key names:
 // "BaseAddress" (default 0) is this system's own, in each kind's section.
 void ReadIOSettings(const Profile& ini);
 void WriteIOSettings(Profile& ini);

@@ -67,36 +67,35 @@ std::string UserApp() { return UserStoreApp(host().ExeName(), G().SlaveMode); }
 
 void ReadIOSettings(const Profile& ini) {
   HardwareGlobals& hw = HW();
-  const std::string s = IOSection(G().IOName);
-  const bool named = !G().IOName.empty();
+  // The shutter record, whichever interface is configured.
   ShutterControlRecord& sc = hw.ShutterControl;
   sc = ShutterControlRecord();
+  const char* k = kShutterSection;
+  sc.ShutterEnabled = ini.GetInt(k, "Enabled", 0);
+  sc.ShutterWindow = ini.GetInt(k, "Frame", 0);
+  sc.Hysterese = SingleOr(ini, k, "Hysterese", 0.1f);
+  sc.MinTimeRange = SingleOr(ini, k, "MinTimeRange", 1.0f);
+  sc.Cycles = ini.GetInt(k, "Cycles", 1);
+  sc.OpenLevel = ini.GetInt(k, "OpenLevel", 0);
+  sc.TriggerSource = ini.GetInt(k, "TriggerSource", 0);
   hw.IOBase = 0;
-  hw.OpenLevel = false;
-  if (!named) return;
-  hw.IOBase = ini.GetInt(s, kBaseKey, 0);
-  sc.ShutterEnabled = ini.GetInt(s, "Enabled", 0);
-  sc.ShutterWindow = ini.GetInt(s, "Frame", 0);
-  sc.Hysterese = SingleOr(ini, s, "Hysterese", 0.1f);
-  sc.MinTimeRange = SingleOr(ini, s, "MinTimeRange", 1.0f);
-  sc.Cycles = ini.GetInt(s, "Cycles", 1);
-  hw.OpenLevel = ini.GetInt(s, "OpenLevel", 0) != 0;
-  sc.TriggerSource = ini.GetInt(s, "TriggerSource", 0);
+  if (G().IOName.empty()) return;
+  hw.IOBase = ini.GetInt(IOSection(G().IOName), kBaseKey, 0);
 }
 
 void WriteIOSettings(Profile& ini) {
-  if (G().IOName.empty()) return;
   const HardwareGlobals& hw = HW();
-  const std::string s = IOSection(G().IOName);
   const ShutterControlRecord& sc = hw.ShutterControl;
-  ini.SetInt(s, kBaseKey, hw.IOBase);
-  ini.SetInt(s, "Enabled", sc.ShutterEnabled);
-  ini.SetInt(s, "Frame", sc.ShutterWindow);
-  ini.Set(s, "Hysterese", SingleText(sc.Hysterese));
-  ini.Set(s, "MinTimeRange", SingleText(sc.MinTimeRange));
-  ini.SetInt(s, "Cycles", sc.Cycles);
-  ini.SetInt(s, "OpenLevel", hw.OpenLevel ? 1 : 0);
-  ini.SetInt(s, "TriggerSource", sc.TriggerSource);
+  const char* k = kShutterSection;
+  ini.SetInt(k, "Enabled", sc.ShutterEnabled);
+  ini.SetInt(k, "Frame", sc.ShutterWindow);
+  ini.Set(k, "Hysterese", SingleText(sc.Hysterese));
+  ini.Set(k, "MinTimeRange", SingleText(sc.MinTimeRange));
+  ini.SetInt(k, "Cycles", sc.Cycles);
+  ini.SetInt(k, "OpenLevel", sc.OpenLevel);
+  ini.SetInt(k, "TriggerSource", sc.TriggerSource);
+  if (G().IOName.empty()) return;
+  ini.SetInt(IOSection(G().IOName), kBaseKey, hw.IOBase);
 }
 
 // --- D/A ----------------------------------------------------------------------------

@@ -255,7 +255,7 @@ TEST_F(DevicesTest, DummyDAAndIO) {
 
 TEST_F(DevicesTest, IOStartClosesTheShutter) {
   for (bool openLevel : {false, true}) {
-    HW().OpenLevel = openLevel;
+    HW().ShutterControl.OpenLevel = openLevel ? 1 : 0;
     ASSERT_TRUE(Start(DeviceKind::IO, "DummyIO"));
     bool level = openLevel;
     ASSERT_EQ(IO_pin_get(6, level), 0);
@@ -349,7 +349,7 @@ TEST_F(DevicesTest, StartUpBringsTheInterfacesUpAndExitTakesThemDown) {
                                   {"D/A-Converter", "P1000.ocx"},
                                   {"A/D-Converter", "Ax5621AD"}})
     host.store.SaveSetting("sv4200", "HARDWARE", key, name);
-  WriteFile(host.programFolder + "/SV4200_tester.ini", "[DIO: DummyIO]\r\nOpenLevel=1\r\n");
+  WriteFile(host.programFolder + "/SV4200_tester.ini", "[ShutterControl]\r\nOpenLevel=1\r\n");
   MDIForm_Main main;
   SetMainForm(&main);
   RegisterHardwareMenus(main);

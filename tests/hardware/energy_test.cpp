@@ -163,7 +163,7 @@ TEST_F(EnergyTest, SectionsGoRoundTheFile) {
   G().ADName = "DummyAD";
   HardwareGlobals& hw = HW();
   hw.IOBase = 0x2A0;
-  hw.OpenLevel = true;
+  hw.ShutterControl.OpenLevel = 1;
   hw.ShutterControl.ShutterEnabled = 1;
   hw.ShutterControl.ShutterWindow = 3;
   hw.ShutterControl.Hysterese = 0.35f;
@@ -202,6 +202,9 @@ TEST_F(EnergyTest, SectionsGoRoundTheFile) {
   }();
   const std::string text = ini.Text();
   EXPECT_NE(text.find("[DIO: DummyIO]"), std::string::npos);
+  // The shutter record has its own section.
+  EXPECT_NE(text.find("[ShutterControl]"), std::string::npos);
+  EXPECT_FALSE(ini.Get("DIO: DummyIO", "OpenLevel"));
   EXPECT_NE(text.find("GainLEED=0.0123"), std::string::npos);
   EXPECT_NE(text.find("[ADC: CH3]"), std::string::npos);
   EXPECT_NE(text.find("ChannelName=Sample current"), std::string::npos);
@@ -211,7 +214,7 @@ TEST_F(EnergyTest, SectionsGoRoundTheFile) {
   ReadDASettings(back);
   ReadADSettings(back);
   EXPECT_EQ(hw.IOBase, 0x2A0);
-  EXPECT_TRUE(hw.OpenLevel);
+  EXPECT_EQ(hw.ShutterControl.OpenLevel, 1);
   EXPECT_EQ(hw.ShutterControl.ShutterEnabled, 1);
   EXPECT_EQ(hw.ShutterControl.ShutterWindow, 3);
   EXPECT_FLOAT_EQ(hw.ShutterControl.Hysterese, 0.35f);
