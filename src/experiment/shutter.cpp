@@ -1,8 +1,12 @@
 #include "experiment/shutter.h"
 
 #include <functional>
+#include <string>
 #include <utility>
 
+#include "core/globals.h"
+#include "core/startup.h"
+#include "experiment/experiment_settings.h"
 #include "hardware/hardware.h"
 
 namespace sv {
@@ -43,6 +47,15 @@ void InstallShutter() {
   std::function<void()>& step = ExitSteps().shutterAndTrigger;
   if (step.target<ShutterExit>()) return;
   step = ShutterExit{std::move(step)};
+  // The I/O start may take back a trigger on a line that is not there; the
+  // definition's trigger follows what it leaves.
+  std::function<bool(const std::string&)>& io = Environment().ioInit;
+  io = [start = std::move(io)](const std::string& name) {
+    const bool ok = start ? start(name) : false;
+    ES().TriggerMode = G().TriggerMode;
+    ES().TriggerSource = G().TriggerSource;
+    return ok;
+  };
 }
 
 }  // namespace sv

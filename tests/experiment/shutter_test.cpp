@@ -9,6 +9,8 @@
 
 #include "core/globals.h"
 #include "core/mdi_main.h"
+#include "core/startup.h"
+#include "experiment/experiment_settings.h"
 #include "experiment/form_soft_trigger.h"
 #include "experiment/shutter.h"
 #include "hardware/hardware.h"
@@ -55,6 +57,26 @@ TEST_F(ShutterTest, TheOpenLevelDecidesThePinLevel) {
     EXPECT_FALSE(ShutterIsOpen());
     IOStop();
   }
+}
+
+TEST_F(ShutterTest, AFailedIOStartTakesTheDefinitionsPinTriggerBack) {
+  const StartupEnvironment saved = Environment();
+  InstallHardwareEnvironment();
+  InstallShutter();
+  ResetExperimentSettings();
+  G().TriggerMode = ES().TriggerMode = 1;
+  G().TriggerSource = ES().TriggerSource = 2;
+  EXPECT_FALSE(Environment().ioInit("NoSuchCard"));
+  EXPECT_EQ(ES().TriggerMode, 0);
+  EXPECT_EQ(ES().TriggerSource, 4);
+  // A trigger that needs no pin stays.
+  G().TriggerMode = ES().TriggerMode = 2;
+  G().TriggerSource = ES().TriggerSource = 6;
+  EXPECT_FALSE(Environment().ioInit("NoSuchCard"));
+  EXPECT_EQ(ES().TriggerMode, 2);
+  EXPECT_EQ(ES().TriggerSource, 6);
+  Environment() = saved;
+  ResetExperimentSettings();
 }
 
 TEST_F(ShutterTest, WithoutAReadyIONothingIsWritten) {
