@@ -1,24 +1,14 @@
 // The waits of a run: for an event (a trigger), for a span (the dwell, the
-// delay before the first step, the step interval), always breakable by the
-// stop word. They read only the host's millisecond clock, compared across its
-// 32-bit wrap, and yield through the host between two looks, so that a wait
-// sleeps instead of spinning.
+// delay before the first step, the step interval), broken by the run's stop
+// word. They are the workbench's one wait (hardware/wait.h).
 #pragma once
 
 #include <cstdint>
 #include <functional>
 
+#include "hardware/wait.h"
+
 namespace sv {
-
-// Why a wait ended.
-enum class WaitEnd {
-  Done,     // what it waited for came
-  Stopped,  // the stop word was set
-  Elapsed,  // its time passed
-};
-
-// The period a wait sleeps between two looks, at most.
-inline constexpr int kWaitPollMs = 10;
 
 // Looks at `done` until it is true, StopCode() is set, or `timeoutMs` (0: no
 // limit) have passed since `start` (a host clock tick). `done` is asked

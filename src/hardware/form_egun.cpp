@@ -9,6 +9,7 @@
 #include "hardware/energy.h"
 #include "hardware/form_fields.h"
 #include "hardware/hardware.h"
+#include "hardware/wait.h"
 #include "image/kernel/numbers.h"
 
 namespace sv {
@@ -17,21 +18,9 @@ namespace {
 
 constexpr const char* kSection = "eGun";
 // Event pumps without the clock moving after which a settle wait gives up.
-constexpr long kStalledClockPumps = 100000;
-
 void SettleWait(int ms) {
   if (ms <= 0 || !HasHost()) return;
-  const uint32_t start = host().TimeGetTime();
-  uint32_t last = start;
-  long still = 0;
-  for (;;) {
-    const uint32_t now = host().TimeGetTime();
-    if (SV_SubTime(now, start) >= ms) return;
-    still = now == last ? still + 1 : 0;
-    if (still > kStalledClockPumps) return;
-    last = now;
-    host().DoEvents();
-  }
+  WaitWhile(nullptr, nullptr, host().TimeGetTime(), static_cast<uint32_t>(ms));
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "core/host.h"
 #include "core/platform/platform.h"
 #include "core/settings.h"
+#include "hardware/wait.h"
 #include "image/kernel/numbers.h"
 
 namespace sv {
@@ -52,18 +53,14 @@ bool Remove(const std::string& path) {
 // is set (false).
 template <typename Line>
 bool WaitFor(Line line, bool wanted, uint32_t waitMs, const long* stopCode) {
-  const uint32_t start = host().TimeGetTime();
-  for (;;) {
-    if (line() == wanted) return true;
-    if (stopCode && *stopCode != 0) return false;
-    if (SV_SubTime(host().TimeGetTime(), start) >= static_cast<int32_t>(waitMs)) return false;
-    YieldBriefly();
-  }
+  if (waitMs == 0) return line() == wanted;  // no time to wait: one look
+  const WaitEnd end = WaitWhile([&] { return line() == wanted; },
+                                [stopCode] { return stopCode && *stopCode != 0; },
+                                host().TimeGetTime(), waitMs, kHandshakePollMs);
+  return end == WaitEnd::Done;
 }
 
 }  // namespace
-
-void YieldBriefly() { host().WaitForEvents(kHandshakePollMs); }
 
 bool WriteLineFile(const std::string& path, const std::string& text) {
   std::FILE* f = std::fopen(path.c_str(), "wb");
@@ -199,13 +196,12 @@ bool DataLinkServer::Transmit(const std::string& text) {
 bool DataLinkServer::TimeOut(long ms) {
   if (!NRFD()) return false;
   ShowStatus("Waiting for RFD...");
-  const uint32_t until = SV_AddTime(host().TimeGetTime(), static_cast<int32_t>(ms));
-  while (NRFD()) {
-    if (SV_SubTime(host().TimeGetTime(), until) >= 0) {
-      ShowStatus("Time Out");
-      return true;
-    }
-    YieldBriefly();
+  const bool fell = ms > 0 && WaitWhile([this] { return !NRFD(); }, nullptr, host().TimeGetTime(),
+                                        static_cast<uint32_t>(ms), kHandshakePollMs) ==
+                                  WaitEnd::Done;
+  if (!fell && NRFD()) {
+    ShowStatus("Time Out");
+    return true;
   }
   ShowStatus("");
   return false;

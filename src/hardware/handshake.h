@@ -101,11 +101,6 @@ class DataLinkServer {
   int32_t TimeOutMs = 10000;
 };
 
-// Shared by the waits of this file and of the links: one yield that lets
-// events run and sleeps until the next or a short poll period, so that a
-// poll loop does not spin.
-void YieldBriefly();
-
 // Writes `text` plus a line end into `path`, replacing the content, and
 // closes the file; false when it cannot be written.
 bool WriteLineFile(const std::string& path, const std::string& text);
