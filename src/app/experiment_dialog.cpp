@@ -10,14 +10,17 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMdiSubWindow>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
 #include <vector>
 
 #include "app/form_binding.h"
+#include "app/main_window.h"
 #include "core/mdi_main.h"
 #include "experiment/form_experiment.h"
+#include "worksheet/form_worksheet.h"
 
 namespace sv::app {
 
@@ -53,6 +56,19 @@ class ExperimentDialog : public QDialog, public Form_Experiment::View {
     f.Unload();
   }
   void Changed(const Form_Experiment&) override { LoadControls(); }
+  // The place of the run's sheet window in the workbench, in pixels.
+  bool ReadSheetPlace(ExperimentWindowPlace& place) override {
+    auto* window = dynamic_cast<MainWindow*>(parentWidget());
+    const Form_Worksheet* sheet = ExperimentForm().Worksheet();
+    QMdiSubWindow* sub = window && sheet ? window->SubWindowFor(sheet->Handle()) : nullptr;
+    if (!sub) return false;
+    const QRect r = sub->geometry();
+    place.Left = r.x();
+    place.Top = r.y();
+    place.Width = r.width();
+    place.Height = r.height();
+    return true;
+  }
 
  protected:
   void reject() override {

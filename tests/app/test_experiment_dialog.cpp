@@ -129,10 +129,14 @@ class TestExperimentDialog : public QObject {
     QVERIFY(Child<QPushButton>("Command_Start(0)")->isEnabled());
     QCOMPARE(Child<QLabel>("Label_WScans")->text(), QString("1 window(s)"));
 
-    // Closing stops the timers.
+    // Closing stops the timers and keeps the sheet window's place.
+    ExperimentWindowPlaces().Sheet = ExperimentWindowPlace();
+    const bool sheetWindow = main_->SheetList.size() > 0;
     dialog->reject();
     QVERIFY(!ExperimentForm().Visible());
     QCOMPARE(host_->RunningTimers(), size_t(0));
+    QVERIFY(sheetWindow);
+    QVERIFY(ExperimentWindowPlaces().Sheet.Width > 0);
   }
 };
 
