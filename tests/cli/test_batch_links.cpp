@@ -13,6 +13,7 @@
 #include <iostream>
 #include <thread>
 
+#include "batch_child.h"
 #include "batch_fixture.h"
 #include "core/globals.h"
 #include "hardware/dde.h"
@@ -26,70 +27,7 @@ namespace fs = std::filesystem;
 using test::ReadFile;
 using test::WriteFile;
 
-// svbatch in a child process, its standard output on a pipe.
-class Child {
- public:
-  explicit Child(std::vector<std::string> args) {
-    int fds[2];
-    if (::pipe(fds) != 0) return;
-    std::cout.flush();
-    std::cerr.flush();
-    pid_ = ::fork();
-    if (pid_ == 0) {
-      ::dup2(fds[1], STDOUT_FILENO);
-      ::close(fds[0]);
-      ::close(fds[1]);
-      const int code = RunBatch(args, std::cout, std::cerr);
-      std::cout.flush();
-      ::_exit(code);
-    }
-    ::close(fds[1]);
-    out_ = fds[0];
-  }
-  ~Child() {
-    if (pid_ > 0 && !exited_) {
-      ::kill(pid_, SIGKILL);
-      ::waitpid(pid_, nullptr, 0);
-    }
-    if (out_ >= 0) ::close(out_);
-  }
-  pid_t Pid() const { return pid_; }
-  // The next line of output, "" when none comes within 10 s.
-  std::string Line() {
-    for (;;) {
-      const size_t lf = buffer_.find('\n');
-      if (lf != std::string::npos) {
-        std::string line = buffer_.substr(0, lf);
-        buffer_.erase(0, lf + 1);
-        return line;
-      }
-      pollfd p{out_, POLLIN, 0};
-      if (::poll(&p, 1, 10000) <= 0) return "";
-      char buf[4096];
-      const ssize_t n = ::read(out_, buf, sizeof buf);
-      if (n <= 0) return "";
-      buffer_.append(buf, static_cast<size_t>(n));
-    }
-  }
-  // The exit code, or -1 when the child does not end within 10 s.
-  int Wait() {
-    for (int i = 0; i < 2000; ++i) {
-      int status = 0;
-      if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-        exited_ = true;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return -1;
-  }
-
- private:
-  pid_t pid_ = -1;
-  int out_ = -1;
-  bool exited_ = false;
-  std::string buffer_;
-};
+using Child = test::BatchChild;
 
 class BatchLinksTest : public BatchFixture {
  protected:
@@ -219,16 +157,16 @@ TEST_F(BatchLinksTest, BadCommandLines) {
 TEST_F(BatchLinksTest, LinkServeAnswersTakesPokesPushesAndDiesCleanly) {
   Child server({"link-serve", "Bench|Control", "--item", "Label_AD_get_voltage=1,5", "--advise",
                 "Label_AD_get_stress_counter=7,8", "--interval", "10"});
-  ASSERT_EQ(server.Line(), "ready");
+  ASSERT_EQ(server.OutLine(), "ready");
   std::string error;
   ASSERT_TRUE(DDE_AD_open("Bench", 1000, error)) << error;
   ASSERT_TRUE(DDE_DA_open("Bench", 1000, error)) << error;
   float volts = 0;
   ASSERT_TRUE(DDE_AD_get_voltage(volts, error)) << error;
   EXPECT_FLOAT_EQ(volts, 1.5f);
-  EXPECT_EQ(server.Line(), "REQUEST Label_AD_get_voltage");
+  EXPECT_EQ(server.OutLine(), "REQUEST Label_AD_get_voltage");
   ASSERT_TRUE(DDE_DA_set_voltage(2.5f, error)) << error;
-  EXPECT_EQ(server.Line(), "POKE DA_set_voltage 2.5");
+  EXPECT_EQ(server.OutLine(), "POKE DA_set_voltage 2.5");
   // The pushed counter arrives at a poll.
   ASSERT_TRUE(Eventually([] { return DDEForm().DDECounter == 8; }));
 
@@ -244,7 +182,7 @@ TEST_F(BatchLinksTest, LinkServeAnswersTakesPokesPushesAndDiesCleanly) {
 
 TEST_F(BatchLinksTest, AStoppedPeerRunsIntoTheTimeOut) {
   Child server({"link-serve", "Frozen|Control", "--item", "Label_AD_get_voltage=1"});
-  ASSERT_EQ(server.Line(), "ready");
+  ASSERT_EQ(server.OutLine(), "ready");
   std::string error;
   ASSERT_TRUE(DDE_AD_open("Frozen", 200, error)) << error;
   ::kill(server.Pid(), SIGSTOP);
@@ -262,19 +200,19 @@ TEST_F(BatchLinksTest, LinkServeEndsAfterItsPokesAndOnSigterm) {
   ASSERT_TRUE(LinkSocketPath("Excel", socket, error));
   {
     Child excel({"link-serve", "Excel|Tabelle1", "--count", "2"});
-    ASSERT_EQ(excel.Line(), "ready");
+    ASSERT_EQ(excel.OutLine(), "ready");
     EXPECT_TRUE(fs::exists(socket));
     DDESheetLink sheet;
     ASSERT_TRUE(sheet.Open("", {"time (s)", "I1"}, 1000, error)) << error;
     ASSERT_TRUE(sheet.Row(1, 2, "0.5\t100", error)) << error;
-    EXPECT_EQ(excel.Line(), "POKE Z1S1:Z1S2 time (s)\\tI1");
-    EXPECT_EQ(excel.Line(), "POKE Z2S1:Z2S2 0.5\\t100");
+    EXPECT_EQ(excel.OutLine(), "POKE Z1S1:Z1S2 time (s)\\tI1");
+    EXPECT_EQ(excel.OutLine(), "POKE Z2S1:Z2S2 0.5\\t100");
     EXPECT_EQ(excel.Wait(), 0);
     EXPECT_FALSE(fs::exists(socket));
   }
   {
     Child excel({"link-serve", "Excel|Tabelle1"});
-    ASSERT_EQ(excel.Line(), "ready");
+    ASSERT_EQ(excel.OutLine(), "ready");
     DDESheetLink other;
     EXPECT_FALSE(other.Open("Sheet2", {"a"}, 1000, error));
     EXPECT_EQ(error, "unknown topic Excel|Sheet2");
