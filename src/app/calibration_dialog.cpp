@@ -103,10 +103,7 @@ DACalibrationDialog::DACalibrationDialog(Form_DACalibration& form, QWidget* pare
   picture_ = new CalibrationPicture(this);
 
   auto button = [this](const QString& caption, const char* name) {
-    auto* b = new QPushButton(caption, this);
-    b->setObjectName(name);
-    b->setAutoDefault(false);
-    return b;
+    return CommandButton(this, caption, name);
   };
   auto* acceptButton = button("&Accept", "Command_Accept");
   auto* defaultButton = button("&Default", "Command_Default");

@@ -35,13 +35,6 @@ void Fill(QComboBox* combo, const std::vector<std::string>& items, int current) 
   combo->setEnabled(!list.isEmpty());
 }
 
-QPushButton* Button(QWidget* parent, const QString& caption, const char* name) {
-  auto* b = new QPushButton(caption, parent);
-  b->setObjectName(name);
-  b->setAutoDefault(false);
-  return b;
-}
-
 QDialogButtonBox* OkCancel(QDialog* d) {
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, d);
   buttons->button(QDialogButtonBox::Ok)->setObjectName("Command_OK");
@@ -109,13 +102,13 @@ ADSetupDialog::ADSetupDialog(QWidget* parent) : QDialog(parent) {
 
   calibrationOn_ = new QCheckBox("&Use calibration", this);
   calibrationOn_->setObjectName("Check_Calibration");
-  calibration_ = Button(this, "&Calibration...", "Command_Calibration");
+  calibration_ = CommandButton(this, "&Calibration...", "Command_Calibration");
   calibrationValues_ = new QLabel(this);
   calibrationValues_->setObjectName("Label_Calibration");
   detector_ = new QCheckBox("Auger &detector signal on channel:", this);
   detector_->setObjectName("Check_DetectorSignal");
   augerChannel_ = Combo(this, "Combo_AugerADChannel");
-  auto* test = Button(this, "&Test...", "Command_Test");
+  auto* test = CommandButton(this, "&Test...", "Command_Test");
 
   auto* form = new QFormLayout;
   form->addRow("&Interface:", name_);
@@ -223,7 +216,7 @@ void ADSetupDialog::ShowTest(Form_TestAD& test) {
   volts->setObjectName("Label_Voltage");
   auto* status = new QLabel(Q(test.Label_Status), &d);
   status->setObjectName("Label_Status");
-  auto* read = Button(&d, "&Read", "Command_Read");
+  auto* read = CommandButton(&d, "&Read", "Command_Read");
   auto* close = new QDialogButtonBox(QDialogButtonBox::Close, &d);
   connect(close, &QDialogButtonBox::rejected, &d, &QDialog::reject);
   connect(read, &QPushButton::clicked, &d, [&] {
@@ -274,8 +267,8 @@ DASetupDialog::DASetupDialog(QWidget* parent) : QDialog(parent) {
     grid->addWidget(channel, 0, 1);
     grid->addWidget(new QLabel("Energy range:", group), 1, 0);
     grid->addWidget(range, 1, 1, 1, 3);
-    auto* calButton = Button(group, "&Calibration...", cal);
-    auto* editButton = Button(group, "&Limits...", edit);
+    auto* calButton = CommandButton(group, "&Calibration...", cal);
+    auto* editButton = CommandButton(group, "&Limits...", edit);
     grid->addWidget(calButton, 0, 2);
     grid->addWidget(editButton, 0, 3);
     grid->setColumnStretch(1, 1);
@@ -285,7 +278,7 @@ DASetupDialog::DASetupDialog(QWidget* parent) : QDialog(parent) {
       line("LEED / RHEED energy", channelLEED_, rangeLEED_, "Command_CalLEED", "Command_EditLEED");
   auto [auger, augerButtons] =
       line("Auger mesh energy", channelAUGER_, rangeAUGER_, "Command_CalAUGER", "Command_EditAUGER");
-  auto* test = Button(this, "&Test...", "Command_Test");
+  auto* test = CommandButton(this, "&Test...", "Command_Test");
 
   auto* form = new QFormLayout;
   form->addRow("&Interface:", name_);
@@ -354,8 +347,8 @@ void DASetupDialog::ShowTest(Form_TestDA& test) {
   volts->setObjectName("Text_Voltage");
   auto* raw = new QLineEdit(Q(test.Text_Raw), &d);
   raw->setObjectName("Text_Raw");
-  auto* setVolts = Button(&d, "Set &Voltage", "Command_SetVoltage");
-  auto* setRaw = Button(&d, "Set &Raw", "Command_SetRaw");
+  auto* setVolts = CommandButton(&d, "Set &Voltage", "Command_SetVoltage");
+  auto* setRaw = CommandButton(&d, "Set &Raw", "Command_SetRaw");
   auto* status = new QLabel(Q(test.Label_Status), &d);
   status->setObjectName("Label_Status");
   auto* close = new QDialogButtonBox(QDialogButtonBox::Close, &d);
@@ -400,7 +393,7 @@ IOSetupDialog::IOSetupDialog(QWidget* parent) : QDialog(parent) {
   setWindowTitle(kIOSetupTitle);
   setModal(true);
   name_ = Combo(this, "Combo_Name");
-  auto* test = Button(this, "&Test...", "Command_Test");
+  auto* test = CommandButton(this, "&Test...", "Command_Test");
   auto* form = new QFormLayout;
   form->addRow("&Interface:", name_);
   auto* bottom = new QHBoxLayout;
@@ -458,7 +451,7 @@ void IOSetupDialog::ShowTest(Form_IO_Test& test) {
     grid->addWidget(l, inRow + 1 + int(p / 8), 1 + int(p % 8));
     inputs.push_back(l);
   }
-  auto* read = Button(&d, "&Read", "Command_Read");
+  auto* read = CommandButton(&d, "&Read", "Command_Read");
   auto show = [&] {
     for (size_t p = 0; p < inputs.size(); ++p)
       inputs[p]->setText(QString::number(p) + ": " + Q(test.Label_In[p]));

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QLineEdit>
+#include <QPushButton>
 #include <QString>
 #include <QWidget>
 #include <string>
@@ -15,6 +16,15 @@ inline QString Q(const std::string& s) { return QString::fromStdString(s); }
 inline void SetText(QLineEdit* e, const std::string& text) {
   const QString t = Q(text);
   if (e->text() != t) e->setText(t);
+}
+
+// A command button named after the presenter's command; Enter does not
+// press it by itself.
+inline QPushButton* CommandButton(QWidget* parent, const QString& caption, const char* name) {
+  auto* b = new QPushButton(caption, parent);
+  b->setObjectName(name);
+  b->setAutoDefault(false);
+  return b;
 }
 
 // A presenter's control state (Enabled, Visible) on its widget.

@@ -184,10 +184,7 @@ LineSetupDialog::LineSetupDialog(QWidget* parent) : QDialog(parent) {
   enabled_->setObjectName("Check_Enabled");
 
   auto button = [this](const QString& caption, const char* name) {
-    auto* b = new QPushButton(caption, this);
-    b->setObjectName(name);
-    b->setAutoDefault(false);
-    return b;
+    return CommandButton(this, caption, name);
   };
   scan_ = button("&Scan", "Command_Scan");
   scanT_ = button("Profile(&t)", "Command_ScanT");

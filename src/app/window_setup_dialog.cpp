@@ -78,10 +78,7 @@ WindowSetupDialog::WindowSetupDialog(QWidget* parent) : QDialog(parent) {
   checkLock_->setObjectName("Check_Lock");
 
   auto button = [this](const QString& caption, const char* name) {
-    auto* b = new QPushButton(caption, this);
-    b->setObjectName(name);
-    b->setAutoDefault(false);
-    return b;
+    return CommandButton(this, caption, name);
   };
   scan_ = button("&Scan", "Command_Scan");
   grab_ = button("&Grab", "Command_Grab");

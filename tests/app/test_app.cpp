@@ -56,6 +56,7 @@
 #include "image/kernel/test_image.h"
 #include "plot/form_plot.h"
 #include "plot/plot_documents.h"
+#include "picture_mouse.h"
 #include "support/queue_host.h"
 #include "support/scripted_host.h"
 #include "worksheet/form_worksheet.h"
@@ -135,26 +136,6 @@ class TestWorkbench : public QObject {
     main_->PrepareMenu("mnuScan");
     if (QAction* setup = window_->MenuAction("mnuWindowSetup")) setup->trigger();
     return tools;
-  }
-
-  // Presses at image pixel (x1, y1), drags to (x2, y2) and lets go on the
-  // picture of `f`.
-  void DragOnPicture(Form_Camera* f, long x1, long y1, long x2, long y2) {
-    QWidget* picture = window_->ImageWindowFor(f->Handle())->Picture();
-    auto screen = [f](long x, long y) {
-      return QPoint(int(x * f->ZoomFactor() + f->ZoomOffsetX()),
-                    int(y * f->ZoomFactor() + f->ZoomOffsetY()));
-    };
-    auto send = [picture](QEvent::Type type, QPoint at, Qt::MouseButton button,
-                          Qt::MouseButtons buttons) {
-      QMouseEvent e(type, QPointF(at), QPointF(picture->mapToGlobal(at)), button, buttons,
-                    Qt::NoModifier);
-      QCoreApplication::sendEvent(picture, &e);
-    };
-    send(QEvent::MouseButtonPress, screen(x1, y1), Qt::LeftButton, Qt::LeftButton);
-    send(QEvent::MouseMove, screen((x1 + x2) / 2, (y1 + y2) / 2), Qt::NoButton, Qt::LeftButton);
-    send(QEvent::MouseMove, screen(x2, y2), Qt::NoButton, Qt::LeftButton);
-    send(QEvent::MouseButtonRelease, screen(x2, y2), Qt::LeftButton, Qt::NoButton);
   }
 
   // Overlay lines of one colour that pass through (x, y).
@@ -1101,7 +1082,7 @@ class TestWorkbench : public QObject {
     G().ElectronEnergy = 100.0f;
     const SpotPlace spot = SpotPosition(1, 0, 100.0, {kDummyWidth, kDummyHeight});
     const long x1 = long(spot.x) - 20, y1 = long(spot.y) - 15;
-    DragOnPicture(live, x1, y1, x1 + 40, y1 + 30);
+    test::DragOnPicture(*window_, live, x1, y1, x1 + 40, y1 + 30);
     const int n = WG().CurrentWindow;
     QVERIFY(n >= 0);
     const ScanWindow& w = WG().ScanWindows[size_t(n)];
@@ -1159,7 +1140,7 @@ class TestWorkbench : public QObject {
     const SpotPlace at150 = SpotPosition(1, 0, 150.0, size);
     // Wide enough for the spot at both energies.
     const long x1 = long(at150.x) - 20, y1 = long(at100.y) - 15;
-    DragOnPicture(live, x1, y1, long(at100.x) + 20, y1 + 30);
+    test::DragOnPicture(*window_, live, x1, y1, long(at100.x) + 20, y1 + 30);
 
     QComboBox* mode = tools.setup->ComboMode();
     mode->setCurrentIndex(kModeRepeat);
@@ -1298,7 +1279,7 @@ class TestWorkbench : public QObject {
     main_->PrepareMenu("mnuScan");
     window_->MenuAction("mnuWindowSetup")->trigger();
     QVERIFY(tools.setup->isVisible());
-    DragOnPicture(live, width / 4, height / 4, width / 4 + 40, height / 4 + 30);
+    test::DragOnPicture(*window_, live, width / 4, height / 4, width / 4 + 40, height / 4 + 30);
     QVERIFY(WG().CurrentWindow >= 0);
     host_->FireTimers();
     QTest::keyClick(tools.setup, Qt::Key_F5);

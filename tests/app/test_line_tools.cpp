@@ -29,6 +29,7 @@
 #include "core/startup.h"
 #include "image/form_camera.h"
 #include "plot/plot_documents.h"
+#include "picture_mouse.h"
 #include "support/queue_host.h"
 #include "support/scripted_host.h"
 #include "worksheet/form_worksheet.h"
@@ -44,24 +45,6 @@ class TestLineTools : public QObject {
   std::unique_ptr<QueueHost> host_;
   std::unique_ptr<MDIForm_Main> main_;
   std::unique_ptr<app::MainWindow> window_;
-
-  void DragOnPicture(Form_Camera* f, long x1, long y1, long x2, long y2) {
-    QWidget* picture = window_->ImageWindowFor(f->Handle())->Picture();
-    auto screen = [f](long x, long y) {
-      return QPoint(int(x * f->ZoomFactor() + f->ZoomOffsetX()),
-                    int(y * f->ZoomFactor() + f->ZoomOffsetY()));
-    };
-    auto send = [picture](QEvent::Type type, QPoint at, Qt::MouseButton button,
-                          Qt::MouseButtons buttons) {
-      QMouseEvent e(type, QPointF(at), QPointF(picture->mapToGlobal(at)), button, buttons,
-                    Qt::NoModifier);
-      QCoreApplication::sendEvent(picture, &e);
-    };
-    send(QEvent::MouseButtonPress, screen(x1, y1), Qt::LeftButton, Qt::LeftButton);
-    send(QEvent::MouseMove, screen((x1 + x2) / 2, (y1 + y2) / 2), Qt::NoButton, Qt::LeftButton);
-    send(QEvent::MouseMove, screen(x2, y2), Qt::NoButton, Qt::LeftButton);
-    send(QEvent::MouseButtonRelease, screen(x2, y2), Qt::LeftButton, Qt::NoButton);
-  }
 
  private slots:
   void init() {
@@ -120,7 +103,7 @@ class TestLineTools : public QObject {
 
     // A line across the middle of the picture, drawn with the mouse.
     const long y = live->ImageHeight() / 2;
-    DragOnPicture(live, 20, y, 220, y + 40);
+    test::DragOnPicture(*window_, live, 20, y, 220, y + 40);
     const ScanLine& l = LG().ScanLines[size_t(LineSetupForm().Tab)];
     QVERIFY(l.X1 == 20 && l.Y1 == y && l.X2 == 220 && l.Y2 == y + 40);
     QCOMPARE(tools.setup->TextX2()->text(), QString("220"));
