@@ -106,8 +106,6 @@ void PlotWindow::Redraw() {
 
 void PlotWindow::Plot(Form_Plot&) { Redraw(); }
 void PlotWindow::ClearPlot(Form_Plot&) { Redraw(); }
-void PlotWindow::PlotCurve(Form_Plot&, long) { Redraw(); }
-void PlotWindow::PlotLegend(Form_Plot&) { Redraw(); }
 
 void PlotWindow::CaptionChanged(Form_Plot& plot) {
   const QString caption = QString::fromStdString(plot.Caption());

@@ -36,8 +36,6 @@ class PlotWindow : public QWidget, public PlotView {
   // PlotView.
   void Plot(Form_Plot&) override;
   void ClearPlot(Form_Plot&) override;
-  void PlotCurve(Form_Plot&, long curve) override;
-  void PlotLegend(Form_Plot&) override;
   void CaptionChanged(Form_Plot&) override;
   void ReadPlacement(PlotWindowRecord& window) override;
   void SetWindowState(int state) override;

@@ -6,6 +6,7 @@
 
 #include "core/host.h"
 #include "core/mdi_main.h"
+#include "plot/plot_render.h"
 #include "plot/plot_ticks.h"
 #include "worksheet/form_worksheet.h"
 
@@ -108,6 +109,11 @@ int32_t ScanWindowColor(int window) {
   static constexpr int kDefault[8] = {5, 13, 12, 11, 10, 9, 8, 2};
   if (window < 1 || window > 8) return BasicColor(0);
   return BasicColor(kDefault[window - 1]);
+}
+
+PlotExporter& PlotExportSource() {
+  static PlotExporter exporter;
+  return exporter;
 }
 
 bool RescaleFlag() { return rescaleFlag; }
@@ -333,7 +339,15 @@ double Form_Plot::UserY(double device) const {
 
 // --- Drawing -------------------------------------------------------------------
 
-void Form_Plot::ClearPlot() { view_->ClearPlot(*this); }
+void Form_Plot::ClearPlot() {
+  if (DrawSurface* picture = view_->Picture()) {
+    rubberBand_ = false;
+    peakLine_ = false;
+    ClearPicture(*this, *picture);
+    view_->ShowPicture();
+  }
+  view_->ClearPlot(*this);
+}
 
 bool Form_Plot::AutoScale() {
   const bool xEmpty = XAxis.From == XAxis.To;
@@ -357,7 +371,36 @@ bool Form_Plot::AutoScale() {
 
 void Form_Plot::Plot() {
   if (!AutoScale()) return;
+  if (DrawSurface* picture = view_->Picture()) {
+    // A rubber band still on the picture ends before the new drawing.
+    if (rubberBand_) DrawInverseRect();
+    rubberBand_ = false;
+    peakLine_ = false;
+    DrawPlot(*this, *picture);
+    view_->ShowPicture();
+  }
   view_->Plot(*this);
+}
+
+void Form_Plot::PlotCurve(long curve) {
+  if (DrawSurface* picture = view_->Picture()) {
+    DrawCurve(*this, *picture, curve);
+    view_->ShowPicture();
+  }
+}
+
+void Form_Plot::PlotPoint(long curve, float x, float y) {
+  if (DrawSurface* picture = view_->Picture()) {
+    const DrawRect changed = DrawPlotPoint(*this, *picture, curve, x, y);
+    if (changed.right > changed.left && changed.bottom > changed.top) view_->ShowPicture(changed);
+  }
+}
+
+void Form_Plot::PlotLegend() {
+  if (DrawSurface* picture = view_->Picture()) {
+    DrawLegend(*this, *picture);
+    view_->ShowPicture();
+  }
 }
 
 void Form_Plot::Rescale() {

@@ -9,7 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "image/kernel/draw_surface.h"
 #include "plot/plot_dialogs.h"
+#include "plot/plot_print.h"
 #include "plot/plot_records.h"
 #include "worksheet/sheet_plot.h"
 
@@ -19,18 +21,26 @@ class Form_Plot;
 class Form_Worksheet;
 class MDIForm_Main;
 
-// What the plot window is told and asked. The defaults draw nothing and keep
-// the window where it is.
+// What the plot window is told and asked. The defaults have no picture, so
+// the plot draws nothing, and keep the window where it is.
 class PlotView {
  public:
   virtual ~PlotView() = default;
-  // Layer, axes, curves and legend, after the automatic scaling.
+  // The kept picture (Picture1) the plot draws on; null without one.
+  virtual DrawSurface* Picture() { return nullptr; }
+  // The picture changed: all of it, or one rectangle (device units).
+  virtual void ShowPicture() {}
+  virtual void ShowPicture(const DrawRect& /*changed*/) { ShowPicture(); }
+  // Told after the plot drew everything, and after it cleared the picture.
   virtual void Plot(Form_Plot&) {}
   virtual void ClearPlot(Form_Plot&) {}
-  virtual void PlotCurve(Form_Plot&, long /*curve*/) {}
-  virtual void PlotPoint(Form_Plot&, long /*curve*/, float /*x*/, float /*y*/) {}
-  virtual void PlotLegend(Form_Plot&) {}
   virtual void CaptionChanged(Form_Plot&) {}
+  // Label_Info: its text and whether it shows.
+  virtual void SetInfo(const std::string& /*text*/, bool /*visible*/) {}
+  // The tool changed: the pointer and the pressed toolbar button follow.
+  virtual void ToolChanged(long /*tool*/) {}
+  // A text result in its own window ("Arial", 10 points).
+  virtual void ShowResult(const std::string& /*title*/, const std::string& /*text*/) {}
   // The window's position and size (rounded to whole units) and state, read
   // into the record before a save.
   virtual void ReadPlacement(PlotWindowRecord&) {}
@@ -156,12 +166,20 @@ class Form_Plot : public SheetPlot {
   double UserX(double device) const;
   double UserY(double device) const;
 
-  // Drawing: the automatic scaling, then the view draws. Ends at once when
-  // the X range is empty and there are no curves.
+  // Drawing on the view's picture: the automatic scaling, then the layer,
+  // curves and legend. Ends at once when the X range is empty and there are
+  // no curves. A tool's rubber band is finished first.
   void Plot();
-  void PlotCurve(long curve) { view_->PlotCurve(*this, curve); }
-  void PlotPoint(long curve, float x, float y) { view_->PlotPoint(*this, curve, x, y); }
-  void PlotLegend() { view_->PlotLegend(*this); }
+  void PlotCurve(long curve);
+  // One more point during a run: only the new segment and symbol.
+  void PlotPoint(long curve, float x, float y);
+  void PlotLegend();
+  // Each curve's last drawn point, where PlotPoint goes on from.
+  struct KeptPoint {
+    bool valid = false;
+    float x = 0, y = 0;
+  };
+  std::vector<KeptPoint> Kept;
   // Sets the rescale flag, clears, plots, clears the flag.
   void Rescale();
   // The scaling step of Plot; false when there is nothing to draw.
@@ -181,6 +199,40 @@ class Form_Plot : public SheetPlot {
   // Closes the plot window.
   void FileClose();
 
+  // Tools: 1 cursor, 2 Zoom, 3 Screen Reader, 4 Data Reader, 5 Marker,
+  // 6 Peak Integrate.
+  void SetTool(long code);
+  std::string LabelInfo() const { return labelInfo_; }
+  bool LabelInfoVisible() const { return labelInfoVisible_; }
+  // The mouse on the picture, device units; button 1 is the left one.
+  void MouseDown(int button, double x, double y);
+  void MouseMove(int button, double x, double y);
+  void MouseUp(int button, double x, double y);
+  void DoubleClick(double x, double y);
+  void ScreenReader(double x, double y);
+  void DataReader(double x, double y);
+  void GetDataColumn(double x, double y);
+  // 0 the left marker of the current curve, 1 the right one.
+  void DrawMarker(long index);
+  // mode 0 button down, 1 move, 2 button up.
+  void PeakIntegrate(double x, double y, int mode);
+  // The zoom rectangle in inverted colours; drawn twice it is gone.
+  void DrawInverseRect();
+
+  // Printing: the question, then the page (PrintDo); the page setup then
+  // the print (PrintSetup); the printer dialog (PrinterSetup).
+  void PrintDo();
+  void PrintSetup();
+  void PrinterSetup();
+  // The layer for the printer's page, through the page setup.
+  PlotLayerRecord GetPrinterLayer(const DrawSurface& printer) const;
+  void PrintLayer(DrawSurface& dev);
+  void PrintCurve(DrawSurface& dev, long curve);
+  void PrintLegend(DrawSurface& dev);
+  void PrintRectangle(DrawSurface& dev);
+  // File -> Export: a PNG, SVG or PDF file of the plot.
+  void FileExport();
+
  private:
   PlotCurveRecord* Current();
   const PlotCurveRecord* Current() const;
@@ -190,6 +242,16 @@ class Form_Plot : public SheetPlot {
   MDIForm_Main* main_;
   bool threeD_;
   Form_Worksheet* sheet_ = nullptr;
+  void SetLabelInfo(const std::string& text, bool visible);
+  // Tool state.
+  std::string labelInfo_;
+  bool labelInfoVisible_ = false;
+  bool rubberBand_ = false;   // a zoom rectangle is drawn
+  bool buttonDown_ = false;
+  long markerDragging_ = -1;  // 0 left, 1 right, -1 none
+  long peakStartRow_ = 0, peakRow_ = 0;
+  float peakX_ = 0, peakY_ = 0;
+  bool peakLine_ = false;     // the peak tool's line is drawn
   PlotView nullView_;
   PlotView* view_ = &nullView_;
   std::vector<PlotCurveRecord> Curve_;
@@ -205,6 +267,17 @@ class Form_Plot : public SheetPlot {
 // The plot side of the sheet's AddNewPlot (threeD false) and AddNew3DPlot:
 // the column dialog, then the plot with its curves. True when a plot was made.
 bool AddNewPlot(Form_Worksheet& sheet, bool threeD);
+
+// What File -> Export and svbatch use to write a plot: PNG, SVG or PDF by
+// the extension. The Qt drawing library puts it in; false with `error` set
+// when the file could not be written.
+struct PlotExportSize {
+  int width = 0, height = 0;  // pixels; 0: the printer page at dpi
+  int dpi = 150;
+};
+using PlotExporter = std::function<bool(Form_Plot&, const std::string& path,
+                                        const PlotExportSize&, std::string& error)>;
+PlotExporter& PlotExportSource();
 
 // The error number of a plot block that cannot be read.
 inline constexpr long kErrBadPlotBlock = 321;

@@ -1,0 +1,49 @@
+// The drawing surface over any QPainter: the screen picture, a printer, a
+// PNG image, an SVG or a PDF page. Text stays text on SVG and PDF.
+#pragma once
+
+#include <QPainter>
+#include <QSizeF>
+#include <QString>
+
+#include "image/kernel/draw_surface.h"
+
+namespace sv::paint {
+
+// Windows-1252 bytes to a QString (0xC5 is "Å", 0x80 the euro sign).
+QString FromWindows1252(std::string_view text);
+
+class QtSurface : public DrawSurface {
+ public:
+  // `page` is the page in the painter's device units. `raster` tells the
+  // plot family it may thin out lines pixel by pixel.
+  QtSurface(QPainter& painter, QSizeF page, bool raster, bool antialias = true);
+
+  double PageWidth() const override { return page_.width(); }
+  double PageHeight() const override { return page_.height(); }
+  bool IsRaster() const override { return raster_; }
+  void SetClip(const DrawRect& r) override;
+  void ClearClip() override;
+  void Line(double x1, double y1, double x2, double y2, const DrawPen& pen) override;
+  void Polyline(const DrawPoint* points, size_t count, const DrawPen& pen) override;
+  void FillRect(const DrawRect& r, int32_t color) override;
+  void Polygon(const DrawPoint* points, size_t count, int32_t fill, const DrawPen& pen) override;
+  void Ellipse(const DrawRect& box, const DrawPen& pen, bool filled, int32_t fill) override;
+  void Pixel(double x, double y, int32_t color) override;
+  void InvertLine(double x1, double y1, double x2, double y2) override;
+  void InvertRect(const DrawRect& r) override;
+  void Text(double x, double y, std::string_view text, const DrawFont& font,
+            int32_t color) override;
+  TextExtent Extent(std::string_view text, const DrawFont& font) override;
+  double Ascent(const DrawFont& font) override;
+
+  QPainter& Painter() { return painter_; }
+
+ private:
+  QPainter& painter_;
+  QSizeF page_;
+  bool raster_;
+  bool antialias_;
+};
+
+}  // namespace sv::paint

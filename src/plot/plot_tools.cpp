@@ -1,0 +1,7 @@
+#include "plot/form_plot.h"
+
+namespace sv {
+
+void Form_Plot::DrawInverseRect() {}
+
+}  // namespace sv
