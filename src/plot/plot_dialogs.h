@@ -14,6 +14,8 @@
 
 namespace sv {
 
+class Form_PageSetup;
+
 // A number typed in a box: a decimal comma reads as a point; the leading
 // number counts and text without one reads as 0.
 double FieldValue(const std::string& text);
@@ -175,6 +177,8 @@ class PlotDialogs {
   virtual void ShowLayer(Form_Layer&) {}
   virtual void ShowAxis(Form_Axis&) {}
   virtual void ShowGridSetup(Form_GridSetup&) {}
+  // The page setup of File -> Print (plot_print.h).
+  virtual void ShowPageSetup(Form_PageSetup&) {}
   // The colour dialog; nothing when cancelled.
   virtual std::optional<int32_t> ChooseColor(const std::string& /*title*/, int32_t /*initial*/) {
     return std::nullopt;
