@@ -20,6 +20,22 @@ inline constexpr double kA4HeightTwips = 297.0 / 25.4 * 1440.0;
 
 // Point sizes to device units: points * 20 * PrintScale.
 double PointsToDevice(double points);
+// Sets PrintScale for `dev` and returns it.
+float SetPrintScale(const DrawSurface& dev);
+
+// The font of a text record: its name, its size in points scaled to the
+// device (at least one unit), bold and italic, turned by `angle` tenths of a
+// degree.
+DrawFont PlotFont(const PlotTextRecord& text, int angle = 0);
+
+// Tick lengths in device units: 18 * PrintScale rounded, the minor one half
+// of it; never below 3 and 2 units, so that ticks stay visible on a screen.
+int MajorTickLength();
+int MinorTickLength();
+
+// The layer's frame on `dev` (left < right, top < bottom), whole device
+// units, where DrawLayerAndAxes puts it.
+DrawRect LayerFrame(const PlotLayerRecord& layer, const DrawSurface& dev);
 
 // The one layer-and-axes routine, for screen and printer: computes
 // PrintScale, puts OriginX/Y and ScaleX/Y into `layer`, fills the layer
@@ -28,6 +44,13 @@ double PointsToDevice(double points);
 // `third` the oblique axis and the box faces.
 void DrawLayerAndAxes(DrawSurface& dev, PlotLayerRecord& layer, const PlotAxisRecord& x,
                       const PlotAxisRecord& y, const PlotAxisRecord& third);
+// The axes once more over drawn curves: ticks, axis lines, tick labels and
+// the titles; no background, no grid, no box. The layer's origin and scale
+// are those of the last DrawLayerAndAxes.
+void DrawAxesOver(DrawSurface& dev, const PlotLayerRecord& layer, const PlotAxisRecord& x,
+                  const PlotAxisRecord& y, const PlotAxisRecord& third);
+// The third axis record of a flat plot: all zero.
+PlotAxisRecord FlatThirdAxis();
 
 // The major tick values of an axis from From by Inc up to To (downwards for
 // a reversed axis); the last one is kept despite float drift.
