@@ -32,6 +32,9 @@ class ChildDocument {
   virtual std::string UndoName() const { return ""; }
   // Asked before the window closes; false keeps it open.
   virtual bool QueryUnload() { return true; }
+  // The key of the toolbar button that shows this document's active tool
+  // ("Zoom"), "" when none is held down.
+  virtual std::string PressedToolKey() const { return ""; }
 
  private:
   long handle_ = 0;

@@ -296,9 +296,12 @@ void MDIForm_Main::BuildMenus() {
       {"mnu3DPlot", "AddNew3DPlot"}, {"mnu3D_Waterfall", "AddNew3DPlot"},
       {"mnuAddCurve", "GraphAddCurve"}, {"mnuAxisSetup", "DefineAxis"},
       {"mnuLayerSetup", "DefineLayer"}, {"mnuPlotDetails", "PlotDetails"}, {"mnuReplot", "Plot"},
-      {"mnuRescale", "Rescale"}, {"mnuToolCursor", "SetTool"}, {"mnuToolZoom", "SetTool"},
-      {"mnuToolScreenReader", "SetTool"}, {"mnuToolDataReader", "SetTool"},
-      {"mnuToolMarker", "SetTool"}, {"mnuToolsCancel", "SetTool"},
+      {"mnuRescale", "Rescale"},
+      // Each tool entry names its tool: 1 cursor, 2 zoom, 3 screen reader,
+      // 4 data reader, 5 marker; cancelling a tool returns to the cursor.
+      {"mnuToolCursor", "SetTool1"}, {"mnuToolZoom", "SetTool2"},
+      {"mnuToolScreenReader", "SetTool3"}, {"mnuToolDataReader", "SetTool4"},
+      {"mnuToolMarker", "SetTool5"}, {"mnuToolsCancel", "SetTool1"},
   };
   // A routed entry is built: whether it can be pressed is the document's word.
   ForEach(menuBar_, [&](MenuEntry& e) {
@@ -327,7 +330,7 @@ void MDIForm_Main::BuildToolbars() {
       bar("Toolbar_Scan", {"Line", "Frame"}),
       bar("Toolbar_Image", {"LUT", "Histogram", "FullScreen"}),
       bar("Toolbar_Plot", {"Cursor", "Zoom", "ScreenReader", "DataReader", "Marker",
-                           "PeakIntegrate", "Growthrate"}),
+                           "PeakIntegrate", "Print", "Growthrate"}),
       bar("Toolbar_eGun", {"eGun"}),
   };
 }
@@ -487,6 +490,12 @@ void MDIForm_Main::PrepareMenu(const std::string& topName) {
   if (topName == "mnuWindow") {
     for (auto& a : top->children) a.enabled = !children_.empty() || a.index == 3;
   }
+  if (topName == "mnuTools") {
+    // The entry of the active document's tool is checked.
+    const std::string pressed = doc ? doc->PressedToolKey() : "";
+    const char* menu = pressed.empty() ? nullptr : MenuForKey(pressed);
+    for (auto& e : top->children) e.checked = menu && e.name == menu;
+  }
   view_->MenusChanged();
 }
 
@@ -496,8 +505,12 @@ void MDIForm_Main::PrepareAllMenus() {
 
 void MDIForm_Main::UpdateToolbarState() {
   PrepareAllMenus();
+  // The button of the active document's tool is down.
+  ChildDocument* front = ActiveChild();
+  const std::string pressed = front ? front->PressedToolKey() : "";
   for (auto& t : toolbars_)
     for (auto& b : t.buttons) {
+      if (t.name == "Toolbar_Plot") b.checked = !pressed.empty() && b.key == pressed;
       const char* menu = MenuForKey(b.key);
       MenuEntry* e = menu              ? FindMenu(menu)
                      : b.menu.empty() ? nullptr
