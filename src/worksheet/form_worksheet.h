@@ -350,6 +350,25 @@ class Form_Worksheet : public ChildDocument {
   double MaxOfCol(long col, bool allRows = false);
   void MinMaxOfMatrix(double& xMin, double& xMax, double& zMin, double& zMax, double& yMin,
                       double& yMax) const;
+  // The peak between the selection's two end rows, in the column SelStartCol
+  // against its X column (worksheet_peak.cpp): rows from the lower to the
+  // higher, only those with numbers in both columns and X between the end
+  // rows' X values. `area` sums the trapezoids, `baselineArea` is the one
+  // under the line from the first to the last row (0 below 2 rows); the peak
+  // is the first largest Y. `rows` counts the rows taken.
+  struct PeakSummary {
+    double area = 0, baselineArea = 0;
+    long maxRow = -1;
+    double peakX = 0, peakY = 0;
+    long rows = 0;
+    long firstRow = -1, lastRow = -1;
+    double firstX = 0, firstY = 0, lastX = 0, lastY = 0;
+    // The peak above the baseline: peak Y less the baseline's value at peak X.
+    double Height() const;
+  };
+  PeakSummary PeakAnalysis() const;
+  void PeakAnalysis(double& area, double& baselineArea, long& maxRow, double& peakX,
+                    double& peakY, long& rows) const;
   void MinMaxOfWorksheet(double& xMin, double& xMax, double& yMin, double& yMax,
                          double& zMin, double& zMax) const;
   void ClearWorkSheet();
