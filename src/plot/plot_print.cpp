@@ -75,21 +75,6 @@ PlotAxisRecord PrinterAxis(const PlotAxisRecord& axis, double factor) {
   return a;
 }
 
-// The third axis of a plain plot: nothing set.
-PlotAxisRecord ZeroAxis() {
-  PlotAxisRecord a;
-  a.Flags = 0;
-  a.From = a.To = a.Inc = 0;
-  a.Ticks = 0;
-  a.Thickness = 0;
-  a.MajorGridColor = a.MinorGridColor = 0;
-  a.MajorGridStyle = a.MinorGridStyle = 0;
-  a.MajorGridWidth = a.MinorGridWidth = 0;
-  a.Title = PlotTextRecord{"", 0, 0, 0, ""};
-  a.Labels = PlotTextRecord{"", 0, 0, 0, ""};
-  return a;
-}
-
 // While it lives, the plot's layer and axes are those of the printer's page
 // and PrintScale is the printer's, so that the renderer's routines draw for
 // the printer; the screen's records and scale come back at the end.
@@ -119,13 +104,10 @@ class PrinterRecords {
   float scale_;
 };
 
-// The layer's frame on the device, from the cached origin and scale.
-DrawRect FrameOf(const Form_Plot& plot) {
-  const PlotLayerRecord& l = plot.Layer;
-  const double x2 = l.OriginX + double(l.ScaleX) * (double(plot.XAxis.To) - plot.XAxis.From);
-  const double y2 = l.OriginY + double(l.ScaleY) * (double(plot.YAxis.To) - plot.YAxis.From);
-  return {std::min<double>(l.OriginX, x2), std::min<double>(l.OriginY, y2),
-          std::max<double>(l.OriginX, x2), std::max<double>(l.OriginY, y2)};
+// A size in points on the device; what is no size gives 0.
+double DeviceSize(float points) {
+  const double d = PointsToDevice(points);
+  return std::isfinite(d) && d > 0 ? d : 0;
 }
 
 // --- Lines on paper ------------------------------------------------------------------
@@ -214,9 +196,10 @@ void PrintCurveNow(Form_Plot& plot, DrawSurface& dev, long curve) {
   const double fromX = plot.XAxis.From, fromY = plot.YAxis.From;
   const bool lines = c.PlotType == 0 || c.PlotType == 2;
   const bool symbols = c.PlotType == 1 || c.PlotType == 2;
-  const DrawPen pen{c.Color, PointsToDevice(c.Width), c.LineType};
-  const double size = PointsToDevice(c.Size);
-  dev.SetClip(FrameOf(plot));
+  const int32_t color = c.Color & 0xFFFFFF;
+  const DrawPen pen{color, DeviceSize(c.Width), c.LineType};
+  const double size = DeviceSize(c.Size);
+  dev.SetClip(LayerFrame(l, dev));
   std::vector<DrawPoint> run;
   long row = 1;
   for (;;) {
@@ -232,7 +215,7 @@ void PrintCurveNow(Form_Plot& plot, DrawSurface& dev, long curve) {
         continue;
       }
       run.push_back(p);
-      if (symbols) kernel::PlotSymbol(dev, p.x, p.y, c.Shape, size, c.Color);
+      if (symbols) kernel::PlotSymbol(dev, p.x, p.y, c.Shape, size, color);
     }
     if (lines) PrintRunLine(dev, run, pen);
   }
@@ -242,7 +225,7 @@ void PrintCurveNow(Form_Plot& plot, DrawSurface& dev, long curve) {
 // The layer and its axes on the printer by the plot's present records; the
 // origin and scale the routine works out stay in the plot's (printer) layer.
 void PrintLayerNow(Form_Plot& plot, DrawSurface& dev) {
-  DrawLayerAndAxes(dev, plot.Layer, plot.XAxis, plot.YAxis, ZeroAxis());
+  DrawLayerAndAxes(dev, plot.Layer, plot.XAxis, plot.YAxis, FlatThirdAxis());
 }
 
 std::string PlotNameOf(const Form_Plot& plot) {
@@ -327,12 +310,14 @@ PlotLayerRecord Form_Plot::GetPrinterLayer(const DrawSurface& dev) const {
   l.Width = float(r.Width() / pw);
   l.Top = float((ph - r.bottom) / ph);
   l.Height = float(r.Height() / ph);
-  // What the layer routine works out on this page, the same way.
-  l.OriginX = int32_t(std::lround(r.left));
-  l.OriginY = int32_t(std::lround(r.bottom));
+  // What the layer routine works out on this page: its frame in whole
+  // device units, the From ends at the lower left.
+  const DrawRect frame = LayerFrame(l, dev);
+  l.OriginX = int32_t(frame.left);
+  l.OriginY = int32_t(frame.bottom);
   const double xr = double(XAxis.To) - XAxis.From, yr = double(YAxis.To) - YAxis.From;
-  l.ScaleX = xr != 0 ? float(r.Width() / xr) : 0.f;
-  l.ScaleY = yr != 0 ? float(-r.Height() / yr) : 0.f;
+  l.ScaleX = xr != 0 && std::isfinite(xr) ? float(frame.Width() / xr) : 0.f;
+  l.ScaleY = yr != 0 && std::isfinite(yr) ? float(-frame.Height() / yr) : 0.f;
   l.Title.FontSize = ScaledFontSize(Layer.Title.FontSize, setup.scale / 100.0);
   return l;
 }
