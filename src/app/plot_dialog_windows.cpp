@@ -17,6 +17,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/page_setup_dialog.h"
+
 namespace sv::app {
 
 namespace {
@@ -101,6 +103,10 @@ class QtPlotDialogs : public PlotDialogs {
   }
   void ShowGridSetup(Form_GridSetup& f) override {
     GridSetupWindow w(f, parent);
+    w.exec();
+  }
+  void ShowPageSetup(Form_PageSetup& f) override {
+    PageSetupWindow w(f, parent);
     w.exec();
   }
   std::optional<int32_t> ChooseColor(const std::string& title, int32_t initial) override {
