@@ -284,7 +284,7 @@ void DrawBox(DrawSurface& dev, const Geometry& g, const PlotLayerRecord& layer) 
 // The oblique axis runs from the front right corner of the floor to the
 // back right one, with its ticks and labels to the right of it.
 void DrawObliqueAxis(DrawSurface& dev, const Geometry& g, const PlotLayerRecord& layer,
-                     const PlotAxisRecord& z) {
+                     const PlotAxisRecord& z, bool texts) {
   const double d = g.depth;
   const DrawPoint a{g.face.right, g.face.bottom}, b{g.face.right + d, g.face.bottom - d};
   const DrawPen pen = Pen(layer.FrameColor, z.Thickness);
@@ -299,13 +299,13 @@ void DrawObliqueAxis(DrawSurface& dev, const Geometry& g, const PlotLayerRecord&
       const double k = (t.value - z.From) / span;
       const DrawPoint p{a.x + k * d, a.y - k * d};
       if (z.Flags & (AxisFlag::MajorLow | AxisFlag::MajorHigh)) dev.Line(p.x, p.y, p.x + tick, p.y, pen);
-      if (z.Flags & (AxisFlag::LabelsLow | AxisFlag::LabelsHigh)) {
+      if (texts && (z.Flags & (AxisFlag::LabelsLow | AxisFlag::LabelsHigh))) {
         dev.Text(p.x + tick + 0.5 * font.height, p.y - t.size.height / 2, t.text, font, color);
         widest = std::max(widest, t.size.width);
       }
     }
   }
-  if (!z.Title.Text.empty()) {
+  if (texts && !z.Title.Text.empty()) {
     // Along the axis, turned by 45 degrees, below and right of the labels.
     const DrawFont tf = PlotFont(z.Title, 450);
     const TextExtent e = dev.Extent(z.Title.Text, tf);
@@ -317,19 +317,21 @@ void DrawObliqueAxis(DrawSurface& dev, const Geometry& g, const PlotLayerRecord&
   }
 }
 
-// Ticks, axis lines, tick labels and titles of all axes.
+// Ticks and axis lines of all axes, with `texts` their tick labels and titles.
 void DrawAxes(DrawSurface& dev, const Geometry& g, const PlotLayerRecord& layer,
-              const PlotAxisRecord& x, const PlotAxisRecord& y, const PlotAxisRecord& third) {
+              const PlotAxisRecord& x, const PlotAxisRecord& y, const PlotAxisRecord& third,
+              bool texts) {
   const int32_t color = Rgb(layer.FrameColor);
   const AxisSide xs{x, g.xm, false, g.face}, ys{y, g.ym, true, g.face};
-  const DrawFont xf = PlotFont(x.Labels), yf = PlotFont(y.Labels);
-  const std::vector<TickText> xl = Labels(dev, x, xf), yl = Labels(dev, y, yf);
   DrawTicksAndLines(dev, xs, layer.FrameColor);
   DrawTicksAndLines(dev, ys, layer.FrameColor);
-  DrawTickLabels(dev, xs, xl, xf, color);
-  const double widestY = DrawTickLabels(dev, ys, yl, yf, color);
-  DrawTitles(dev, g, layer, x, y, widestY);
-  if (HasBox(third)) DrawObliqueAxis(dev, g, layer, third);
+  if (texts) {
+    const DrawFont xf = PlotFont(x.Labels), yf = PlotFont(y.Labels);
+    DrawTickLabels(dev, xs, Labels(dev, x, xf), xf, color);
+    const double widestY = DrawTickLabels(dev, ys, Labels(dev, y, yf), yf, color);
+    DrawTitles(dev, g, layer, x, y, widestY);
+  }
+  if (HasBox(third)) DrawObliqueAxis(dev, g, layer, third, texts);
 }
 
 }  // namespace
@@ -463,13 +465,16 @@ void DrawLayerAndAxes(DrawSurface& dev, PlotLayerRecord& layer, const PlotAxisRe
   DrawGrid(dev, ys);
   DrawZeroLine(dev, xs, layer.FrameColor);
   DrawZeroLine(dev, ys, layer.FrameColor);
-  DrawAxes(dev, g, layer, x, y, third);
+  DrawAxes(dev, g, layer, x, y, third, true);
 }
 
 void DrawAxesOver(DrawSurface& dev, const PlotLayerRecord& layer, const PlotAxisRecord& x,
-                  const PlotAxisRecord& y, const PlotAxisRecord& third) {
+                  const PlotAxisRecord& y, const PlotAxisRecord& third, double cleared) {
   SetPrintScale(dev);
-  DrawAxes(dev, MakeGeometry(layer, x, y, third, dev), layer, x, y, third);
+  // Text drawn twice comes out heavier where it is smoothed: only what was
+  // wiped is drawn again.
+  DrawAxes(dev, MakeGeometry(layer, x, y, third, dev), layer, x, y, third,
+           cleared > MajorTickLength());
 }
 
 }  // namespace sv

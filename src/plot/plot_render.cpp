@@ -72,7 +72,8 @@ void DrawLabels(DrawSurface& dev, const std::vector<float>& x, const std::vector
 
 // Page-coloured bands just outside the frame, over what a wide line of
 // `curve` may have left there; the ticks and labels come back with the axes.
-void ClearEdges(Form_Plot& plot, DrawSurface& dev, long curve) {
+// Returns the width of the bands.
+double ClearEdges(Form_Plot& plot, DrawSurface& dev, long curve) {
   const PlotCurveRecord& c = plot.CurveRecord(curve);
   double reach = 0;
   if (DrawsLines(c)) reach = std::max(reach, DeviceSize(c.Width) / 2);
@@ -84,6 +85,7 @@ void ClearEdges(Form_Plot& plot, DrawSurface& dev, long curve) {
   dev.FillRect({f.left - b, f.bottom, f.right + b, f.bottom + b}, color);
   dev.FillRect({f.left - b, f.top, f.left, f.bottom}, color);
   dev.FillRect({f.right, f.top, f.right + b, f.bottom}, color);
+  return b;
 }
 
 }  // namespace
@@ -96,11 +98,12 @@ void DrawPlot(Form_Plot& plot, DrawSurface& dev) {
   const PlotAxisRecord third = FlatThirdAxis();
   DrawLayerAndAxes(dev, plot.Layer, plot.XAxis, plot.YAxis, third);
   plot.Kept.assign(size_t(plot.Curves()), {});
+  double cleared = 0;
   for (long c = 0; c < plot.Curves(); ++c) {
     DrawCurve(plot, dev, c);
-    ClearEdges(plot, dev, c);
+    cleared = std::max(cleared, ClearEdges(plot, dev, c));
   }
-  DrawAxesOver(dev, plot.Layer, plot.XAxis, plot.YAxis, third);
+  if (plot.Curves() > 0) DrawAxesOver(dev, plot.Layer, plot.XAxis, plot.YAxis, third, cleared);
   if (plot.Legend()) DrawLegend(plot, dev);
 }
 

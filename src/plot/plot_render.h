@@ -44,11 +44,12 @@ DrawRect LayerFrame(const PlotLayerRecord& layer, const DrawSurface& dev);
 // `third` the oblique axis and the box faces.
 void DrawLayerAndAxes(DrawSurface& dev, PlotLayerRecord& layer, const PlotAxisRecord& x,
                       const PlotAxisRecord& y, const PlotAxisRecord& third);
-// The axes once more over drawn curves: ticks, axis lines, tick labels and
-// the titles; no background, no grid, no box. The layer's origin and scale
-// are those of the last DrawLayerAndAxes.
+// The axes once more over drawn curves: ticks and axis lines; the tick
+// labels and titles too when `cleared` (how far outside the frame the
+// picture was wiped) reaches past the ticks. No background, no grid, no box.
+// The layer's origin and scale are those of the last DrawLayerAndAxes.
 void DrawAxesOver(DrawSurface& dev, const PlotLayerRecord& layer, const PlotAxisRecord& x,
-                  const PlotAxisRecord& y, const PlotAxisRecord& third);
+                  const PlotAxisRecord& y, const PlotAxisRecord& third, double cleared = 1e300);
 // The third axis record of a flat plot: all zero.
 PlotAxisRecord FlatThirdAxis();
 

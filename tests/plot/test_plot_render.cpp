@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -188,9 +189,12 @@ TEST(PlotRender, GridZeroLineAndSidesFollowTheFlags) {
 }
 
 TEST(PlotRender, TickValuesKeepTheTopTickAndRunDownReversed) {
-  const std::vector<double> t = MajorTicks(Axis(0, 0.3f, 0.1f));
-  ASSERT_EQ(t.size(), 4u);
-  EXPECT_NEAR(t[3], 0.3, 1e-6);
+  // 0.7f / 0.1f falls short of 7.
+  const std::vector<double> t = MajorTicks(Axis(0, 0.7f, 0.1f));
+  ASSERT_EQ(t.size(), 8u);
+  EXPECT_NEAR(t[7], 0.7, 1e-6);
+  EXPECT_LE(t[7], double(0.7f));
+  EXPECT_EQ(MajorTicks(Axis(0, 0.3f, 0.1f)).size(), 4u);
   EXPECT_EQ(MajorTicks(Axis(10, 0, -2)), (std::vector<double>{10, 8, 6, 4, 2, 0}));
   EXPECT_TRUE(MajorTicks(Axis(0, 1, 0)).empty());
   EXPECT_TRUE(MajorTicks(Axis(0, 1, std::numeric_limits<float>::quiet_NaN())).empty());
@@ -234,8 +238,9 @@ TEST(PlotRender, TickLabelFormats) {
   PlotLayerRecord layer;
   PlotAxisRecord y = Axis(0, 1, 0.5f, "0.0");
   y.Flags = 0;
-  DrawLayerAndAxes(dev, layer, Axis(0, 0.3f, 0.1f, "0.0"), y, FlatThirdAxis());
-  EXPECT_EQ(dev.Texts(), (std::vector<std::string>{"0.0", "0.1", "0.2", "0.3"}));
+  DrawLayerAndAxes(dev, layer, Axis(0, 0.7f, 0.1f, "0.0"), y, FlatThirdAxis());
+  EXPECT_EQ(dev.Texts(),
+            (std::vector<std::string>{"0.0", "0.1", "0.2", "0.3", "0.4", "0.5", "0.6", "0.7"}));
 }
 
 TEST(PlotRender, ThirdAxisDrawsOnlyWithItsBit) {
@@ -294,6 +299,17 @@ TEST(PlotRender, CurveRunsBreakAtGapsAndLabelColumnsDrawText) {
   EXPECT_LT(clip, line);
   EXPECT_LT(line, lastAxis);
   EXPECT_LT(lastAxis, legend);
+  // The labels are drawn again only when a wide line's band reached them.
+  const auto count = [&](const std::string& t) {
+    const auto texts = s.view.surface.Texts();
+    return std::count(texts.begin(), texts.end(), t);
+  };
+  EXPECT_EQ(count("4"), 2);  // once on each axis
+  s.plot.CurveRecord(0).Width = 30;
+  s.view.surface.Clear();
+  s.plot.Plot();
+  EXPECT_EQ(count("4"), 4);
+  s.plot.CurveRecord(0).Width = 1;
 
   // A label column: text at the points of the column before it, no line.
   for (long r = 1; r <= 5; ++r) s.sheet.TextMatrix(r, 3, Cell("p" + std::to_string(r)));
