@@ -14,10 +14,13 @@ namespace sv {
 
 namespace {
 
-// The operations Invoke runs.
-constexpr const char* kOperations[] = {"FileClose",     "Plot",      "Rescale",
-                                       "GraphAddCurve", "DefineAxis", "DefineLayer",
-                                       "PlotDetails",   "Edit"};
+// The operations Invoke runs. "SetTool1" .. "SetTool5" choose the cursor,
+// zoom, screen reader, data reader and marker; "MathPeakIntegrate" the peak
+// tool.
+constexpr const char* kOperations[] = {
+    "FileClose",   "Plot",     "Rescale",  "GraphAddCurve", "DefineAxis", "DefineLayer",
+    "PlotDetails", "Edit",     "SetTool1", "SetTool2",      "SetTool3",   "SetTool4",
+    "SetTool5",    "MathPeakIntegrate",    "PrintSetup",    "FileExport"};
 
 // Error number of a plot block that could not be written.
 constexpr long kErrWrite = 57;
@@ -153,6 +156,15 @@ bool Form_Plot::Invoke(const std::string& operation) {
     PlotDetails(current_);
   } else if (operation == "Edit") {
     Edit();
+  } else if (operation.size() == 8 && operation.compare(0, 7, "SetTool") == 0 &&
+             operation[7] >= '1' && operation[7] <= '5') {
+    SetTool(operation[7] - '0');
+  } else if (operation == "MathPeakIntegrate") {
+    SetTool(6);
+  } else if (operation == "PrintSetup") {
+    PrintSetup();
+  } else if (operation == "FileExport") {
+    FileExport();
   } else {
     return false;
   }

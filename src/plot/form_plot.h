@@ -87,6 +87,8 @@ class Form_Plot : public SheetPlot {
   void SetVisible(bool v) override { visible_ = v; }
   // Closing the window alone takes the plot off its sheet's list.
   bool QueryUnload() override;
+  // The plot toolbar's button of the tool in force.
+  std::string PressedToolKey() const override;
 
   void SetView(PlotView* view) { view_ = view ? view : &nullView_; }
   PlotView& View() const { return *view_; }
@@ -251,7 +253,25 @@ class Form_Plot : public SheetPlot {
   long markerDragging_ = -1;  // 0 left, 1 right, -1 none
   long peakStartRow_ = 0, peakRow_ = 0;
   float peakX_ = 0, peakY_ = 0;
-  bool peakLine_ = false;     // the peak tool's line is drawn
+  // Some tool drawing other than the zoom rectangle (the peak line, the data
+  // reader's cross, the markers) lies on the picture; a redraw clears it,
+  // and with it what toolInk_ says.
+  bool peakLine_ = false;
+  struct ToolInk {
+    bool line = false;  // the peak line from lineFrom to lineTo
+    DrawPoint lineFrom, lineTo;
+    bool cross = false;  // the data reader's cross
+    DrawPoint crossAt;
+    bool marker[2] = {false, false};  // the markers' lines at markerX
+    double markerX[2] = {0, 0};
+  } toolInk_;
+  // Forgets the tool drawing after a redraw; erases it otherwise.
+  void SyncToolInk();
+  void EraseToolInk();
+  void DrawPeakLine();
+  void DrawCross();
+  // The release of the peak tool: analysis, the "Area" column, the result.
+  void IntegratePeak(long startRow, long endRow, long ycol);
   PlotView nullView_;
   PlotView* view_ = &nullView_;
   std::vector<PlotCurveRecord> Curve_;
