@@ -193,6 +193,9 @@ void PrintCurveNow(Form_Plot& plot, DrawSurface& dev, long curve) {
   }
 
   const PlotLayerRecord& l = plot.Layer;
+  // An unscaled axis has no place for a point.
+  if (!(l.ScaleX != 0 && l.ScaleY != 0 && std::isfinite(l.ScaleX) && std::isfinite(l.ScaleY)))
+    return;
   const double fromX = plot.XAxis.From, fromY = plot.YAxis.From;
   const bool lines = c.PlotType == 0 || c.PlotType == 2;
   const bool symbols = c.PlotType == 1 || c.PlotType == 2;
@@ -404,7 +407,7 @@ void Form_Plot::PrinterSetup() { RunPrinterSetup(); }
 
 void PrintPage(Form_Plot& plot, DrawSurface& dev,
                const std::function<void(const std::string&)>& status) {
-  if (!plot.AutoScale()) return;
+  if (!(dev.PageWidth() > 0 && dev.PageHeight() > 0) || !plot.AutoScale()) return;
   auto tell = [&](const std::string& text) {
     if (status) status(text);
   };

@@ -217,6 +217,12 @@ TEST_F(PlotPrint, LinesRunPointToPointInsideTheFrameAndBreakAtGaps) {
   EXPECT_NEAR(clip.points[1].x, 1750, 1);
   EXPECT_NEAR(clip.points[1].y, 1400, 1);
   EXPECT_EQ(printer.page.calls.back().kind, DrawCall::ClearClip);
+
+  // An axis not yet scaled gives the points no place: nothing is drawn.
+  printer.page.Clear();
+  plot.YAxis.To = plot.YAxis.From;
+  plot.PrintCurve(printer.page, 0);
+  EXPECT_TRUE(printer.page.calls.empty());
 }
 
 TEST_F(PlotPrint, SymbolsAreStrokedAroundEachPoint) {
