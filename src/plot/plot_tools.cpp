@@ -4,6 +4,7 @@
 // again takes it away.
 #include <algorithm>
 #include <cctype>
+#include <cfloat>
 #include <cmath>
 #include <cstdlib>
 #include <optional>
@@ -35,8 +36,17 @@ double PicturePoints(const DrawSurface& dev, double points) {
   return points * 20.0 * dev.PageHeight() / kA4HeightTwips;
 }
 
-// Data values as the tools show them: seven significant digits.
-std::string DataText(double v) { return FormatNumber(float(v)); }
+// A value as a 32-bit float, held inside the float range (NaN gives 0).
+float ToF32(double v) {
+  if (std::isnan(v)) return 0;
+  return float(std::clamp(v, double(-FLT_MAX), double(FLT_MAX)));
+}
+
+// Data values as the tools show them: seven significant digits, or the
+// number as it stands when it is beyond a float.
+std::string DataText(double v) {
+  return std::fabs(v) <= FLT_MAX ? FormatNumber(float(v)) : FormatNumber(v);
+}
 
 }  // namespace
 
@@ -87,8 +97,8 @@ void Form_Plot::MouseDown(int button, double x, double y) {
   switch (Tool_) {
     case 2:
       if (rubberBand_) DrawInverseRect();
-      ZoomRect[0] = ZoomRect[2] = float(x);
-      ZoomRect[1] = ZoomRect[3] = float(y);
+      ZoomRect[0] = ZoomRect[2] = ToF32(x);
+      ZoomRect[1] = ZoomRect[3] = ToF32(y);
       DrawInverseRect();
       break;
     case 3:
@@ -122,8 +132,8 @@ void Form_Plot::MouseMove(int button, double x, double y) {
   switch (Tool_) {
     case 2:
       if (rubberBand_) DrawInverseRect();
-      ZoomRect[2] = float(x);
-      ZoomRect[3] = float(y);
+      ZoomRect[2] = ToF32(x);
+      ZoomRect[3] = ToF32(y);
       DrawInverseRect();
       break;
     case 3:
@@ -134,7 +144,7 @@ void Form_Plot::MouseMove(int button, double x, double y) {
       break;
     case 5:
       if (PlotCurveRecord* c = Current(); c && markerDragging_ >= 0) {
-        const float ux = float(UserX(x));
+        const float ux = ToF32(UserX(x));
         (markerDragging_ == 0 ? c->MarkerLeft : c->MarkerRight) = ux;
         DrawMarker(markerDragging_);
       }
@@ -153,8 +163,8 @@ void Form_Plot::MouseUp(int button, double x, double y) {
     case 2: {
       if (rubberBand_) DrawInverseRect();
       buttonDown_ = false;
-      ZoomRect[2] = float(x);
-      ZoomRect[3] = float(y);
+      ZoomRect[2] = ToF32(x);
+      ZoomRect[3] = ToF32(y);
       const double w = std::fabs(double(ZoomRect[2]) - ZoomRect[0]);
       const double h = std::fabs(double(ZoomRect[3]) - ZoomRect[1]);
       if (w <= kMinZoomSide || h <= kMinZoomSide) {
@@ -162,8 +172,8 @@ void Form_Plot::MouseUp(int button, double x, double y) {
       } else {
         const double x1 = UserX(ZoomRect[0]), x2 = UserX(ZoomRect[2]);
         const double y1 = UserY(ZoomRect[1]), y2 = UserY(ZoomRect[3]);
-        SetXRange(float(std::min(x1, x2)), float(std::max(x1, x2)));
-        SetYRange(float(std::min(y1, y2)), float(std::max(y1, y2)));
+        SetXRange(ToF32(std::min(x1, x2)), ToF32(std::max(x1, x2)));
+        SetYRange(ToF32(std::min(y1, y2)), ToF32(std::max(y1, y2)));
         ClearPlot();
         Plot();
       }
@@ -331,8 +341,8 @@ void Form_Plot::PeakIntegrate(double x, double y, int mode) {
   // 3. A press starts the line, a move draws it to the point, the release
   // integrates from the start to the point.
   peakRow_ = f.row;
-  peakX_ = float(f.x);
-  peakY_ = float(f.y);
+  peakX_ = ToF32(f.x);
+  peakY_ = ToF32(f.y);
   SetLabelInfo("[" + std::to_string(f.row) + "]: x=" + DataText(f.x) + ", y=" + DataText(f.y),
                true);
   const DrawPoint at{ScreenX(f.x), ScreenY(f.y)};
@@ -380,28 +390,34 @@ void Form_Plot::IntegratePeak(long startRow, long endRow, long ycol) {
 
   // 5. The area goes beside the Y column, as a text at the peak's row: into
   // a next column labelled "Area", else into a new one that the plot shows.
-  const long areaCol = ycol + 1;
-  if (!(areaCol < sheet.Cols() && sheet.Record(areaCol).Label == "Area")) {
+  // A sheet that takes no more columns gets no area column; the result
+  // still shows.
+  auto areaColumn = [&]() -> long {
+    const long col = ycol + 1;
+    if (col < sheet.Cols() && sheet.Record(col).Label == "Area") return col;
     const long before = sheet.Cols();
-    if (!sheet.InsertColumn(areaCol, 1)) return;
+    if (!sheet.InsertColumn(col, 1)) return -1;
     // A plot outside the sheet's list is not told of the new column.
-    if (sheet.FindPlot(Handle()) != this) ColsAdded(areaCol, sheet.Cols() - before);
-    ColumnRecord& rec = sheet.Record(areaCol);
+    if (sheet.FindPlot(Handle()) != this) ColsAdded(col, sheet.Cols() - before);
+    ColumnRecord& rec = sheet.Record(col);
     rec.Typ = kTypL;
     rec.Label = "Area";
     // The place's default name may belong to the column that moved on.
-    for (long n = 1; NameTaken(sheet, rec.Name, areaCol); ++n) rec.Name = "C" + std::to_string(n);
-    sheet.BuildHeader(areaCol);
+    for (long n = 1; NameTaken(sheet, rec.Name, col); ++n) rec.Name = "C" + std::to_string(n);
+    sheet.BuildHeader(col);
     const long keep = current_;
-    sheet.Col(areaCol);
+    sheet.Col(col);
     AddCurve();
     CurveXCol(Curve_.front().XCol);
     current_ = keep;
-  }
+    return col;
+  };
   const double fromBaseline = s.area - s.baselineArea;
-  sheet.TextMatrix(s.maxRow, areaCol, Cell(DataText(fromBaseline)));
-  sheet.ColChanged(areaCol, true);
-  sheet.DrawColumn(areaCol);
+  if (const long areaCol = areaColumn(); areaCol > 0) {
+    sheet.TextMatrix(s.maxRow, areaCol, Cell(DataText(fromBaseline)));
+    sheet.ColChanged(areaCol, true);
+    sheet.DrawColumn(areaCol);
+  }
   ClearPlot();
   Plot();
 
