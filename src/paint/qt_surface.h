@@ -2,6 +2,7 @@
 // PNG image, an SVG or a PDF page. Text stays text on SVG and PDF.
 #pragma once
 
+#include <QFont>
 #include <QPainter>
 #include <QSizeF>
 #include <QString>
@@ -16,7 +17,8 @@ QString FromWindows1252(std::string_view text);
 class QtSurface : public DrawSurface {
  public:
   // `page` is the page in the painter's device units. `raster` tells the
-  // plot family it may thin out lines pixel by pixel.
+  // plot family it may thin out lines pixel by pixel. Sets the painter's
+  // antialiasing (lines and text) by `antialias`.
   QtSurface(QPainter& painter, QSizeF page, bool raster, bool antialias = true);
 
   double PageWidth() const override { return page_.width(); }
@@ -40,6 +42,11 @@ class QtSurface : public DrawSurface {
   QPainter& Painter() { return painter_; }
 
  private:
+  // True on Qt's raster engine (images, the screen), where lines are
+  // stroked into pixels and XOR inversion works.
+  bool RasterEngine() const;
+  QFont ToQFont(const DrawFont& font) const;
+
   QPainter& painter_;
   QSizeF page_;
   bool raster_;
