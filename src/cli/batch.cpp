@@ -14,6 +14,7 @@
 #include "cli/batch_images.h"
 #include "cli/batch_lines.h"
 #include "cli/batch_links.h"
+#include "cli/batch_plot.h"
 #include "cli/batch_scan.h"
 #include "cli/batch_sheets.h"
 #include "cli/batch_trigger.h"
@@ -96,8 +97,8 @@ std::string Usage() {
          "              Section/Key=value a line; a FILE without a folder is\n"
          "              looked for in the config folder\n"
          "  help        this text\n" +
-         GrabUsage() + ImageUsage() + SheetUsage() + ScanUsage() + LinesUsage() + DevicesUsage() +
-         LinksUsage() + ExperimentUsage() + TriggerUsage();
+         GrabUsage() + ImageUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() +
+         DevicesUsage() + LinksUsage() + ExperimentUsage() + TriggerUsage();
 }
 
 int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -120,6 +121,7 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "sheet-export") return SheetExport(args, out, err);
   if (cmd == "sheet-import") return SheetImport(args, out, err);
   if (cmd == "sheet-convert") return SheetConvert(args, out, err);
+  if (cmd == "plot-export") return PlotExportCommand(args, out, err);
   if (cmd == "lines") return LinesCommand(args, out, err);
   if (cmd == "devices") return DevicesCommand(args, out, err);
   if (cmd == "ad-read") return AdReadCommand(args, out, err);
