@@ -4,8 +4,11 @@
 #include <cstdint>
 #include <vector>
 
+#include "app/plot_printer.h"
 #include "core/startup.h"
 #include "image/kernel/sv_kernel.h"
+#include "paint/plot_export.h"
+#include "plot/form_plot.h"
 
 namespace sv::app {
 
@@ -41,6 +44,16 @@ void InstallKernelEnvironment() {
     return std::array<uint8_t, 3>{v.major, v.minor, v.patch};
   };
   env.kernelLoad = [] { return KernelSelfCheck().empty(); };
+}
+
+void InstallPlotEnvironment(QWidget* parent) {
+  paint::InstallPlotExport();
+  InstallPlotPrinter(parent);
+}
+
+void RemovePlotEnvironment() {
+  RemovePlotPrinter();
+  PlotExportSource() = nullptr;
 }
 
 }  // namespace sv::app

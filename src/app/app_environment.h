@@ -1,8 +1,10 @@
 // What the workbench gives start-up beyond the core: the kernel's version
-// and a first call into it.
+// and a first call into it, and the plots' exporter and printer.
 #pragma once
 
 #include <string>
+
+class QWidget;
 
 namespace sv::app {
 
@@ -12,5 +14,11 @@ std::string KernelSelfCheck();
 
 // Sets Environment().kernelVersion and kernelLoad.
 void InstallKernelEnvironment();
+
+// File -> Export writes PNG, SVG and PDF files; the plots print on Qt's
+// printer, whose dialogs open over `parent`, and take its paper as their page.
+void InstallPlotEnvironment(QWidget* parent);
+// Takes both away again.
+void RemovePlotEnvironment();
 
 }  // namespace sv::app

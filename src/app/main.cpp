@@ -118,6 +118,7 @@ int main(int argc, char** argv) {
     sv::app::InstallGenICamDialog(main, &window);
     sv::app::InstallLiveViews(main, &window);
     sv::app::InstallDocumentDialogs(&window);
+    sv::app::InstallPlotEnvironment(&window);
     sv::app::InstallWindowTools(main, &window);
     sv::app::InstallHardwareDialogs(main, &window);
     sv::app::InstallLineTools(main, &window);
