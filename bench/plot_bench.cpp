@@ -63,8 +63,9 @@ class ImageView : public sv::PlotView {
   std::unique_ptr<sv::paint::QtSurface> surface_;
 };
 
-// A sheet of X = 1, 2, ... and a noisy Y, and a plot of it drawing lines
-// one point wide on its own picture.
+// A sheet of X = 1, 2, ... and a noisy Y (four slow waves across the sheet,
+// the noise a sixth of the height), and a plot of it drawing lines one point
+// wide on its own picture.
 struct Bench {
   sv::Form_Worksheet sheet;
   sv::Form_Plot plot;
@@ -75,10 +76,11 @@ struct Bench {
     x.resize(size_t(points));
     y.resize(size_t(points));
     uint32_t seed = 4711;
+    const double phase = 26.0 / double(points);
     for (long i = 0; i < points; ++i) {
       seed = seed * 1664525u + 1013904223u;
       x[size_t(i)] = float(i + 1);
-      y[size_t(i)] = float(1000 + 400 * std::sin(double(i) * 0.0004) +
+      y[size_t(i)] = float(1000 + 400 * std::sin(double(i) * phase) +
                            150 * (double(seed >> 8) / double(1u << 24) - 0.5));
     }
     sheet.Cols(3);
