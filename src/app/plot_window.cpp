@@ -56,10 +56,8 @@ PlotWindow::PlotWindow(Form_Plot& plot, QWidget* parent) : QWidget(parent), plot
   setCursor(ToolCursor(plot.Tool()));
 }
 
-PlotWindow::~PlotWindow() {
-  Detach();
-  if (result_) delete result_.data();
-}
+// The result window is a child and goes with the window.
+PlotWindow::~PlotWindow() { Detach(); }
 
 void PlotWindow::Detach() {
   if (plot_) plot_->SetView(nullptr);
