@@ -1,5 +1,6 @@
 #include "paint/plot_export.h"
 
+#include <QFile>
 #include <QGuiApplication>
 #include <QImage>
 #include <QPageLayout>
@@ -221,8 +222,14 @@ bool ExportPlot(Form_Plot& plot, const std::string& path, const PlotExportSize& 
   if (kind == "png") ok = WritePng(plot, file, page, error);
   else if (kind == "svg") ok = WriteSvg(plot, file, page, error);
   else ok = WritePdf(plot, file, page, error);
-  if (ok && file.error() != QFileDevice::NoError) ok = false;
+  // What is still buffered goes out first: a write that fails in the last
+  // flush would otherwise leave a cut file under the target's name.
+  if (ok && (!file.flush() || file.error() != QFileDevice::NoError)) ok = false;
   if (ok && !file.commit()) ok = false;
+  if (ok && file.error() != QFileDevice::NoError) {
+    QFile::remove(file.fileName());
+    ok = false;
+  }
   if (!ok) {
     if (error.empty())
       error = "The file could not be written:\r\n" + path + "\r\n" + QtText(file.errorString());
