@@ -57,7 +57,7 @@ std::string QtPlotPrinter::Port() {
 DrawSurface* QtPlotPrinter::BeginPage(const std::string& documentName) {
   EndPage();
   if (PrinterName().empty()) return nullptr;
-  printer_->setDocName(paint::FromWindows1252(documentName));
+  printer_->setDocName(QString::fromStdString(documentName));
   painter_ = std::make_unique<QPainter>();
   if (!painter_->begin(printer_.get())) {
     painter_.reset();

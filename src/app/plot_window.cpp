@@ -29,8 +29,7 @@ int ButtonCode(Qt::MouseButtons buttons) {
   return code;
 }
 
-// The plot's texts are Windows-1252, as on the picture.
-QString Text(const std::string& s) { return paint::FromWindows1252(s); }
+QString Text(const std::string& s) { return QString::fromStdString(s); }
 
 }  // namespace
 

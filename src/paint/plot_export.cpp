@@ -140,7 +140,7 @@ bool WriteSvg(Form_Plot& plot, QIODevice& out, const Page& page, std::string& er
   svg.setResolution(page.dpi);
   svg.setSize(QSize(int(page.width), int(page.height)));
   svg.setViewBox(QRectF(0, 0, page.width, page.height));
-  svg.setTitle(FromWindows1252(plot.Caption()));
+  svg.setTitle(QString::fromStdString(plot.Caption()));
   QPainter painter;
   if (!painter.begin(&svg)) {
     error = "The SVG drawing could not be started.";
@@ -158,7 +158,7 @@ bool WritePdf(Form_Plot& plot, QIODevice& out, const Page& page, std::string& er
   QPdfWriter pdf(&out);
   pdf.setResolution(page.dpi);
   pdf.setCreator(QStringLiteral("SV4200"));
-  pdf.setTitle(FromWindows1252(plot.Caption()));
+  pdf.setTitle(QString::fromStdString(plot.Caption()));
   // A page of the asked size, not the nearest paper. Qt's PDF pages come
   // in whole points: the page is the nearest one, and the drawing is
   // stretched by less than half a point to fill it.

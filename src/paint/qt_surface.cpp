@@ -16,14 +16,6 @@ namespace sv::paint {
 
 namespace {
 
-// Windows-1252 at 0x80..0x9F; the five holes keep their Latin-1 value, as
-// Windows maps them.
-constexpr char16_t kCp1252High[32] = {
-    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,  // 80..87
-    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,  // 88..8F
-    0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,  // 90..97
-    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};  // 98..9F
-
 // Points a wide line is stroked in at a time on a raster. Qt strokes a
 // polyline as one path, and filling that path costs far more than its
 // segments: 65,520 noisy points three pixels wide took 11 s in one piece and
@@ -72,16 +64,6 @@ QRectF Normalized(const DrawRect& r) {
 }
 
 }  // namespace
-
-QString FromWindows1252(std::string_view text) {
-  QString s;
-  s.reserve(qsizetype(text.size()));
-  for (char ch : text) {
-    const unsigned char b = static_cast<unsigned char>(ch);
-    s.append(b >= 0x80 && b <= 0x9F ? QChar(kCp1252High[b - 0x80]) : QChar(char16_t(b)));
-  }
-  return s;
-}
 
 QtSurface::QtSurface(QPainter& painter, QSizeF page, bool raster, bool antialias)
     : painter_(painter), page_(page), raster_(raster), antialias_(antialias) {
@@ -231,13 +213,13 @@ void QtSurface::Text(double x, double y, std::string_view text, const DrawFont& 
   painter_.translate(x, y);
   // Counter-clockwise on the page is against Qt's turning with y down.
   if (font.angle % 3600 != 0) painter_.rotate(-double(font.angle) / 10.0);
-  painter_.drawText(QPointF(0, metrics.ascent()), FromWindows1252(text));
+  painter_.drawText(QPointF(0, metrics.ascent()), QString::fromUtf8(text.data(), qsizetype(text.size())));
   painter_.restore();
 }
 
 TextExtent QtSurface::Extent(std::string_view text, const DrawFont& font) {
   const QFontMetricsF metrics(ToQFont(font), painter_.device());
-  return {metrics.horizontalAdvance(FromWindows1252(text)), metrics.height()};
+  return {metrics.horizontalAdvance(QString::fromUtf8(text.data(), qsizetype(text.size()))), metrics.height()};
 }
 
 double QtSurface::Ascent(const DrawFont& font) {

@@ -11,9 +11,6 @@
 
 namespace sv::paint {
 
-// Windows-1252 bytes to a QString (0xC5 is "Å", 0x80 the euro sign).
-QString FromWindows1252(std::string_view text);
-
 class QtSurface : public DrawSurface {
  public:
   // `page` is the page in the painter's device units. `raster` tells the

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "core/text_1252.h"
+
 namespace sv {
 
 namespace {
@@ -76,16 +78,16 @@ PlotCurveRecord PlotCurveRecord::Default(long index) {
 }
 
 void WriteText(BinaryOut& out, const PlotTextRecord& r) {
-  out.Str(r.FontName);
+  out.Str(Windows1252FromUtf8(r.FontName));
   out.I16(r.Bold);
   out.I16(r.Italic);
   out.I16(r.FontSize);
-  out.Str(r.Text);
+  out.Str(Windows1252FromUtf8(r.Text));
 }
 
 void WriteWindow(BinaryOut& out, const PlotWindowRecord& r) {
   out.I16(r.Reserved);
-  out.Str(r.Caption);
+  out.Str(Windows1252FromUtf8(r.Caption));
   out.I32(r.WindowLeft);
   out.I32(r.WindowTop);
   out.I32(r.WindowWidth);
@@ -132,7 +134,7 @@ void WriteAxis(BinaryOut& out, const PlotAxisRecord& r) {
 void WriteCurve(BinaryOut& out, const PlotCurveRecord& r) {
   out.I32(r.XCol);
   out.I32(r.YCol);
-  out.Str(r.Legend);
+  out.Str(Windows1252FromUtf8(r.Legend));
   out.I32(r.PlotType);
   out.I32(r.Color);
   out.F32(r.Width);
@@ -145,18 +147,18 @@ void WriteCurve(BinaryOut& out, const PlotCurveRecord& r) {
 
 PlotTextRecord ReadText(BinaryIn& in) {
   PlotTextRecord r;
-  r.FontName = in.Str();
+  r.FontName = Utf8FromWindows1252(in.Str());
   r.Bold = in.I16();
   r.Italic = in.I16();
   r.FontSize = in.I16();
-  r.Text = in.Str();
+  r.Text = Utf8FromWindows1252(in.Str());
   return r;
 }
 
 PlotWindowRecord ReadWindow(BinaryIn& in) {
   PlotWindowRecord r;
   r.Reserved = in.I16();
-  r.Caption = in.Str();
+  r.Caption = Utf8FromWindows1252(in.Str());
   r.WindowLeft = in.I32();
   r.WindowTop = in.I32();
   r.WindowWidth = in.I32();
@@ -209,7 +211,7 @@ PlotCurveRecord ReadCurve(BinaryIn& in, bool& bad) {
   PlotCurveRecord r;
   r.XCol = in.I32();
   r.YCol = in.I32();
-  r.Legend = in.Str();
+  r.Legend = Utf8FromWindows1252(in.Str());
   r.PlotType = in.I32();
   r.Color = in.I32();
   r.Width = in.F32();

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "core/host.h"
+#include "core/text_1252.h"
 #include "image/kernel/numbers.h"
 
 namespace sv {
@@ -34,12 +35,12 @@ bool ReadSheetHeader(BinaryIn& in, SheetHeader& header) {
 }
 
 void WriteColumnRecord(BinaryOut& out, const std::string& label, int16_t typ) {
-  out.Fixed(label, kSheetLabelWidth, ' ');
+  out.Fixed(Windows1252FromUtf8(label), kSheetLabelWidth, ' ');
   out.I16(int16_t(typ + 1));
 }
 
 void ReadColumnRecord(BinaryIn& in, std::string& label, int16_t& typ) {
-  label = TrimRight(in.Fixed(kSheetLabelWidth));
+  label = Utf8FromWindows1252(TrimRight(in.Fixed(kSheetLabelWidth)));
   typ = int16_t(in.I16() - 1);
 }
 

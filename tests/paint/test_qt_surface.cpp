@@ -13,7 +13,6 @@
 namespace sv {
 namespace {
 
-using paint::FromWindows1252;
 using test::CountColor;
 using test::InkBox;
 using test::IsWhite;
@@ -29,15 +28,6 @@ std::vector<int> InkRuns(const QImage& image, int y) {
   }
   if (run > 0) runs.push_back(run);
   return runs;
-}
-
-TEST(Windows1252, HighBytesFollowTheTable) {
-  EXPECT_EQ(FromWindows1252("\xC5").toStdString(), "\xC3\x85");  // "Å" in UTF-8
-  EXPECT_EQ(FromWindows1252("\x80\x93\x94\x96\x8A\x9F").toStdU16String(),
-            (std::u16string{0x20AC, 0x201C, 0x201D, 0x2013, 0x0160, 0x0178}));
-  // The holes of the table and the bytes above it as Latin-1.
-  EXPECT_EQ(FromWindows1252("\x81\x9D\xB5\xFF").toStdU16String(),
-            (std::u16string{0x81, 0x9D, 0xB5, 0xFF}));
 }
 
 TEST(QtSurface, ColoursShapesPixelsAndClip) {
@@ -235,10 +225,10 @@ TEST(QtSurface, TextMeasuresAndSitsInItsBox) {
       EXPECT_LE(bt, 151);
     }
   }
-  // Windows-1252: the ring of the "Å" stands above the "A".
+  // UTF-8 text: the ring of the "Å" stands above the "A".
   font.angle = 0;
   int topA = 0, topRing = 0;
-  for (auto [text, top] : {std::pair{"A", &topA}, {"\xC5", &topRing}}) {
+  for (auto [text, top] : {std::pair{"A", &topA}, {"\xC3\x85", &topRing}}) {
     Picture pic(100, 100);
     pic.Surface().Text(10, 10, text, font, 0);
     ASSERT_TRUE(InkBox(pic.Image(), l, *top, r, bt));

@@ -68,9 +68,13 @@ TEST(PlotRecords, RoundTripAndWindowState) {
   a.CurveRecord(1).YCol = 4;
   a.CurveRecord(1).MarkerRight = 2.5f;
   a.SetXRange(0.3f, 7.2f);
-  a.TitleText("Title");
+  a.TitleText("\xC3\x85ngstr\xC3\xB6m");  // UTF-8 in the program
+  a.CurveRecord(0).Legend = "\xE2\x82\xAC";
   const std::string path = host.root + "/p.bin";
   const std::string bytes = Save(a, path);
+  // Windows-1252 in the file: one byte a character.
+  EXPECT_NE(bytes.find(std::string("\x08\0\xC5ngstr\xF6m", 10)), std::string::npos);
+  EXPECT_NE(bytes.find(std::string("\x01\0\x80", 3)), std::string::npos);
 
   test::CountingView view;
   Form_Plot b;
@@ -84,7 +88,8 @@ TEST(PlotRecords, RoundTripAndWindowState) {
   EXPECT_EQ(b.CurveRecords()[1].MarkerRight, 2.5f);
   EXPECT_FALSE(b.CurveRecords()[1].MarkerLeft);
   EXPECT_EQ(b.XAxis.Labels.Text, "0");
-  EXPECT_EQ(b.TitleText(), "Title");
+  EXPECT_EQ(b.TitleText(), "\xC3\x85ngstr\xC3\xB6m");
+  EXPECT_EQ(b.CurveRecords()[0].Legend, "\xE2\x82\xAC");
   EXPECT_EQ(b.PlotName(), "Plot3");
   EXPECT_EQ(b.Caption(), "(Plot3)");
   // A window that was not in the normal state keeps its place.

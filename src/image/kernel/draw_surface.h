@@ -1,7 +1,8 @@
 // The drawing surface the plot family draws on: lines, text at an angle,
 // filled shapes and pixels, in device units with y growing downwards. The
 // screen picture, printers, PNG, SVG and PDF pages all implement it; the
-// kernel and the plot library know only this interface.
+// kernel and the plot library know only this interface. Text is UTF-8, as
+// everywhere in the program; files convert at their boundary.
 #pragma once
 
 #include <cstddef>
@@ -74,7 +75,7 @@ class DrawSurface {
   virtual void InvertLine(double x1, double y1, double x2, double y2) = 0;
   virtual void InvertRect(const DrawRect& r) = 0;
 
-  // Text in Windows-1252. (x, y) is the top-left corner of the text's box
+  // Text in UTF-8. (x, y) is the top-left corner of the text's box
   // before turning; the text turns about that point by font.angle.
   virtual void Text(double x, double y, std::string_view text, const DrawFont& font,
                     int32_t color) = 0;
