@@ -38,12 +38,21 @@ Qt::PenStyle ToQtStyle(int style) {
   }
 }
 
+// A pen on a picture is whole pixels wide, at least one, as screen pens
+// are: a line thinner than a pixel still shows as one solid pixel instead
+// of a faint smear. Paper and files keep the width as it is.
+double PenWidth(const DrawPen& pen, bool pixels) {
+  if (!(pen.width > 0) || !std::isfinite(pen.width)) return 0;
+  if (!pixels) return pen.width;
+  const double whole = std::round(std::min(pen.width, 1.0e4));
+  return whole <= 1 ? 0 : whole;
+}
+
 // Solid lines end and bend round, as a wide pen does on Windows; dashes end
 // flat so that their gaps stay open at any width.
-QPen ToQPen(const DrawPen& pen) {
+QPen ToQPen(const DrawPen& pen, bool pixels) {
   QPen p(ToQColor(pen.color));
-  const bool thin = !(pen.width > 0) || !std::isfinite(pen.width);
-  p.setWidthF(thin ? 0.0 : pen.width);  // zero: the cosmetic one-pixel pen
+  p.setWidthF(PenWidth(pen, pixels));  // zero: the cosmetic one-pixel pen
   const Qt::PenStyle style = ToQtStyle(pen.style);
   p.setStyle(style);
   if (style == Qt::SolidLine) {
@@ -80,16 +89,32 @@ void QtSurface::SetClip(const DrawRect& r) { painter_.setClipRect(Normalized(r))
 
 void QtSurface::ClearClip() { painter_.setClipping(false); }
 
+// On a picture the point (x, y) stands for the pixel right of and below
+// it: a line of odd width runs through the pixels' centres, so that it
+// covers whole pixels with or without smoothing.
+QtSurface::PixelGrid::PixelGrid(QtSurface& s, const QPen& pen) : painter_(s.painter_) {
+  const double w = pen.widthF();
+  shifted_ = s.RasterEngine() && std::fmod(w <= 0 ? 1.0 : w, 2.0) == 1.0;
+  if (shifted_) painter_.translate(0.5, 0.5);
+}
+
+QtSurface::PixelGrid::~PixelGrid() {
+  if (shifted_) painter_.translate(-0.5, -0.5);
+}
+
 void QtSurface::Line(double x1, double y1, double x2, double y2, const DrawPen& pen) {
   if (!Finite(x1) || !Finite(y1) || !Finite(x2) || !Finite(y2)) return;
-  painter_.setPen(ToQPen(pen));
+  const QPen qpen = ToQPen(pen, RasterEngine());
+  painter_.setPen(qpen);
+  PixelGrid grid(*this, qpen);
   painter_.drawLine(QPointF(x1, y1), QPointF(x2, y2));
 }
 
 void QtSurface::Polyline(const DrawPoint* points, size_t count, const DrawPen& pen) {
   if (!points || count < 2) return;
-  QPen qpen = ToQPen(pen);
+  QPen qpen = ToQPen(pen, RasterEngine());
   painter_.setPen(qpen);
+  PixelGrid grid(*this, qpen);
   QVarLengthArray<QPointF, kStrokePiece> piece;
   // Paper and vector files take the whole line as one path, which they only
   // write down.
@@ -127,14 +152,18 @@ void QtSurface::Polygon(const DrawPoint* points, size_t count, int32_t fill, con
   poly.reserve(qsizetype(count));
   for (size_t i = 0; i < count; ++i)
     if (Finite(points[i].x) && Finite(points[i].y)) poly.append(QPointF(points[i].x, points[i].y));
-  painter_.setPen(ToQPen(pen));
+  const QPen qpen = ToQPen(pen, RasterEngine());
+  painter_.setPen(qpen);
   painter_.setBrush(ToQColor(fill));
+  PixelGrid grid(*this, qpen);
   painter_.drawPolygon(poly);
   painter_.setBrush(Qt::NoBrush);
 }
 
 void QtSurface::Ellipse(const DrawRect& box, const DrawPen& pen, bool filled, int32_t fill) {
-  painter_.setPen(ToQPen(pen));
+  const QPen qpen = ToQPen(pen, RasterEngine());
+  painter_.setPen(qpen);
+  PixelGrid grid(*this, qpen);
   if (filled) painter_.setBrush(ToQColor(fill));
   else painter_.setBrush(Qt::NoBrush);
   painter_.drawEllipse(Normalized(box));

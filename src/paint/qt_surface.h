@@ -42,6 +42,18 @@ class QtSurface : public DrawSurface {
   // True on Qt's raster engine (images, the screen), where lines are
   // stroked into pixels and XOR inversion works.
   bool RasterEngine() const;
+  // Puts lines of odd pixel width on the pixels' centres while it lives.
+  class PixelGrid {
+   public:
+    PixelGrid(QtSurface& s, const QPen& pen);
+    ~PixelGrid();
+    PixelGrid(const PixelGrid&) = delete;
+    PixelGrid& operator=(const PixelGrid&) = delete;
+
+   private:
+    QPainter& painter_;
+    bool shifted_ = false;
+  };
   QFont ToQFont(const DrawFont& font) const;
 
   QPainter& painter_;

@@ -371,8 +371,8 @@ class TestPlotWindow : public QObject {
     QVERIFY(result->isVisible());
     QCOMPARE(pw->ResultWindow(), result);
     QCOMPARE(pw->ResultText()->toPlainText(), QString("Height\t4"));
-    // Characters of the sheet's code page come through.
-    plot->View().SetInfo("\xC5 scan", true);
+    // Text beyond ASCII comes through.
+    plot->View().SetInfo("\xC3\x85 scan", true);
     QCOMPARE(pw->InfoLabel()->text(), QString::fromUtf8("\xC3\x85 scan"));
   }
 

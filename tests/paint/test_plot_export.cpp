@@ -222,7 +222,7 @@ TEST_F(PlotFiles, PngHasTheAskedSizeOrThePrinterPage) {
 }
 
 TEST_F(PlotFiles, SvgKeepsItsText) {
-  s.plot.TitleText("Ag(111) \xC5");
+  s.plot.TitleText("Ag(111) \xC3\x85");
   std::string error;
   ASSERT_TRUE(paint::ExportPlot(s.plot, dir + "/a.svg", {800, 600}, error)) << error;
   const std::string svg = Read(dir + "/a.svg");

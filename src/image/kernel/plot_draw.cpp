@@ -102,8 +102,11 @@ bool ClipSegment(const Box& box, const DrawPoint& a, const DrawPoint& b, DrawPoi
   return true;
 }
 
-// floor(x) as a column number, without a library call for the usual sizes.
+// The pixel column of a device x: whole device values are pixel centres,
+// so x - 0.5 up to x + 0.5 is one column. Without a library call for the
+// usual sizes.
 inline double Column(double x) {
+  x += 0.5;
   if (x > -4.0e15 && x < 4.0e15) {
     const double t = double(static_cast<long long>(x));
     return t > x ? t - 1 : t;

@@ -36,7 +36,8 @@ void SV_plot_symbols(DrawSurface& dev, int32_t count, const float* x, const floa
 // One symbol at a device point (what SV_plot_symbols draws at each point).
 void PlotSymbol(DrawSurface& dev, double x, double y, int shape, double size, int32_t color);
 
-// Keeps, for each pixel column (floor of device x), the first, lowest,
+// Keeps, for each pixel column (whole device x values are the columns'
+// centres, as a raster surface draws them), the first, lowest,
 // highest and last point in the order they came; `in` must be monotone in
 // x. What a raster shows of the line does not change.
 void DecimateRun(const DrawPoint* in, size_t count, std::vector<DrawPoint>& out);

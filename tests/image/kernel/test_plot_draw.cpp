@@ -29,7 +29,7 @@ std::vector<std::vector<DrawPoint>> Lines(const RecordingSurface& s) {
 }
 
 // The pixels a zero-width line through the points passes through, sampled
-// finer than a pixel along each segment.
+// finer than a pixel along each segment; whole values are pixel centres.
 std::set<std::pair<long, long>> Raster(const std::vector<DrawPoint>& pts) {
   std::set<std::pair<long, long>> px;
   for (size_t i = 0; i + 1 < pts.size(); ++i) {
@@ -37,7 +37,8 @@ std::set<std::pair<long, long>> Raster(const std::vector<DrawPoint>& pts) {
     const int n = 2 + int(4 * std::max(std::fabs(b.x - a.x), std::fabs(b.y - a.y)));
     for (int k = 0; k <= n; ++k) {
       const double t = double(k) / n;
-      px.insert({long(std::floor(a.x + (b.x - a.x) * t)), long(std::floor(a.y + (b.y - a.y) * t))});
+      px.insert({long(std::floor(a.x + (b.x - a.x) * t + 0.5)),
+                 long(std::floor(a.y + (b.y - a.y) * t + 0.5))});
     }
   }
   return px;
@@ -134,8 +135,9 @@ TEST(PlotPolyline, OnlyMonotoneRunsOnARasterAreThinned) {
 TEST(DecimateRun, KeepsEachColumnsEndsAndExtremesInOrder) {
   // Column 3: first, high, low, something, last; column 4: one point;
   // column 5: its first point is also its lowest.
-  const std::vector<DrawPoint> in = {{3.0, 5},  {3.1, 9}, {3.2, 1}, {3.3, 4},
-                                     {3.9, 6},  {4.5, 2}, {5.0, 0}, {5.5, 3}};
+  // Column 3 runs from 2.5 up to 3.5.
+  const std::vector<DrawPoint> in = {{2.55, 5}, {2.65, 9}, {2.75, 1}, {2.85, 4},
+                                     {3.45, 6}, {4.05, 2}, {4.55, 0}, {5.05, 3}};
   std::vector<DrawPoint> out;
   DecimateRun(in.data(), in.size(), out);
   const std::vector<size_t> kept = {0, 1, 2, 4, 5, 6, 7};
