@@ -5,8 +5,10 @@
 #include <deque>
 #include <functional>
 
+#include "core/mdi_main.h"
 #include "plot/form_plot.h"
 #include "plot/plot_dialogs.h"
+#include "plot/plot_documents.h"
 #include "plot/plot_print.h"
 #include "plot/plot_render.h"
 #include "support/recording_surface.h"
@@ -440,6 +442,11 @@ TEST_F(PlotPrint, PrinterSetupRunsThePrintersDialog) {
   EXPECT_EQ(printer.setups, 1);
   printer.setupAnswer = false;
   EXPECT_FALSE(RunPrinterSetup());
+  // File -> Printer Setup needs no plot in front.
+  MDIForm_Main main;
+  RegisterPlotDocuments(main);
+  main.Click("mnuPrinterSetup");
+  EXPECT_EQ(printer.setups, 3);
   SetPrinter(nullptr);
   EXPECT_FALSE(RunPrinterSetup());
   ASSERT_EQ(host.messages.size(), 1u);
