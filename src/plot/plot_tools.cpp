@@ -48,6 +48,11 @@ std::string DataText(double v) {
   return std::fabs(v) <= FLT_MAX ? FormatNumber(float(v)) : FormatNumber(v);
 }
 
+// The name of a curve's X column, "" for none.
+std::string XName(const Form_Worksheet& sheet, long xcol) {
+  return xcol >= 0 && xcol < sheet.Cols() ? sheet.ColName(xcol) : std::string();
+}
+
 }  // namespace
 
 std::string Form_Plot::PressedToolKey() const {
@@ -81,7 +86,7 @@ void Form_Plot::SetTool(long code) {
     if (sheet_ && !Curve_.empty()) {
       const long ycol = Curve_.front().YCol;
       if (ycol >= 0 && ycol < sheet_->Cols())
-        text += sheet_->ColName(ycol) + " vs. " + sheet_->ColName(sheet_->XColOf(ycol));
+        text += sheet_->ColName(ycol) + " vs. " + XName(*sheet_, Curve_.front().XCol);
     }
     SetLabelInfo(text, true);
   } else {
@@ -224,20 +229,22 @@ double RangeRatio(const PlotAxisRecord& x, const PlotAxisRecord& y) {
   return ry != 0 && std::isfinite(r) && r != 0 ? std::fabs(r) : 1.0;
 }
 
-// A row of a curve found by NearestRow and its values in the sheet's X
-// column of the curve's Y column (the one NearestRow searched).
+// A row of a curve found by NearestRow and its values in the curve's X and
+// Y columns, the ones the curve is drawn from.
 struct FoundRow {
   long row = -1;
   double x = 0, y = 0;
 };
 
-FoundRow Nearest(Form_Worksheet& sheet, long ycol, double ux, double uy, double ratio) {
+FoundRow Nearest(Form_Worksheet& sheet, const PlotCurveRecord& c, double ux, double uy,
+                 double ratio) {
   FoundRow f;
-  if (ycol < 1 || ycol >= sheet.Cols()) return f;
+  const long ycol = c.YCol, xcol = c.XCol;
+  if (ycol < 1 || ycol >= sheet.Cols() || xcol < 0 || xcol >= sheet.Cols()) return f;
   sheet.Col(ycol);
-  const long row = sheet.NearestRow(ux, uy, ratio);
+  const long row = sheet.NearestRow(xcol, ycol, ux, uy, ratio);
   if (row < 1) return f;
-  if (!sheet.NumberAt(row, sheet.XColOf(ycol), f.x) || !sheet.NumberAt(row, ycol, f.y)) return f;
+  if (!sheet.NumberAt(row, xcol, f.x) || !sheet.NumberAt(row, ycol, f.y)) return f;
   f.row = row;
   return f;
 }
@@ -249,7 +256,7 @@ void Form_Plot::DataReader(double x, double y) {
   if (toolInk_.cross) DrawCross();
   const PlotCurveRecord* c = Current();
   FoundRow f;
-  if (c && sheet_) f = Nearest(*sheet_, c->YCol, UserX(x), UserY(y), RangeRatio(XAxis, YAxis));
+  if (c && sheet_) f = Nearest(*sheet_, *c, UserX(x), UserY(y), RangeRatio(XAxis, YAxis));
   if (f.row < 1) {
     SetLabelInfo("[-]: x= -, y= -", true);
     return;
@@ -267,7 +274,7 @@ void Form_Plot::GetDataColumn(double x, double y) {
   long best = -1;
   double bestD = 0;
   for (long i = 0; i < Curves(); ++i) {
-    const FoundRow f = Nearest(*sheet_, Curve_[size_t(i)].YCol, ux, uy, ratio);
+    const FoundRow f = Nearest(*sheet_, Curve_[size_t(i)], ux, uy, ratio);
     if (f.row < 1) continue;
     const double dx = ScreenX(f.x) - x, dy = ScreenY(f.y) - y;
     const double d = dx * dx + dy * dy;
@@ -324,7 +331,7 @@ void Form_Plot::PeakIntegrate(double x, double y, int mode) {
   FoundRow f;
   const long ycol = Curve_.empty() ? -1 : Curve_.front().YCol;
   if (sheet_ && ycol >= 1)
-    f = Nearest(*sheet_, ycol, UserX(x), UserY(y), RangeRatio(XAxis, YAxis));
+    f = Nearest(*sheet_, Curve_.front(), UserX(x), UserY(y), RangeRatio(XAxis, YAxis));
   if (f.row < 1) {
     host().Beep();
     SetLabelInfo("", labelInfoVisible_);
@@ -381,7 +388,8 @@ bool NameTaken(const Form_Worksheet& sheet, const std::string& name, long except
 void Form_Plot::IntegratePeak(long startRow, long endRow, long ycol) {
   Form_Worksheet& sheet = *sheet_;
   sheet.SetSelection(startRow, ycol, endRow, ycol);
-  const Form_Worksheet::PeakSummary s = sheet.PeakAnalysis();
+  const long xcol = Curve_.empty() ? sheet.XColOf(ycol) : Curve_.front().XCol;
+  const Form_Worksheet::PeakSummary s = sheet.PeakAnalysis(xcol);
   // 4. Fewer than two rows give no area.
   if (s.rows < 2) {
     ShowStatus("");
@@ -423,7 +431,7 @@ void Form_Plot::IntegratePeak(long startRow, long endRow, long ycol) {
 
   // 6. The result in a text window.
   const std::string yname = sheet.ColName(ycol);
-  const std::string xname = sheet.ColName(sheet.XColOf(ycol));
+  const std::string xname = XName(sheet, xcol);
   std::string text = "Peak integration of  " + yname + "  vs.  " + xname + "\n";
   text += "from  x[" + std::to_string(s.firstRow) + "] = " + DataText(s.firstX) + "  to  x[" +
           std::to_string(s.lastRow) + "] = " + DataText(s.lastX) + "\n";

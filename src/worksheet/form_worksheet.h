@@ -344,6 +344,8 @@ class Form_Worksheet : public ChildDocument {
   void CopyAllData(const Form_Worksheet& source);
   // -1 when no row has both cells numeric.
   long NearestRow(double x, double y, double aspect) const;
+  // The same over the given X and Y columns.
+  long NearestRow(long xcol, long ycol, double x, double y, double aspect) const;
   // Empty: min 0, max -1.
   void MinMaxOfCol(long col, double& min, double& max, bool allRows = false);
   double MinOfCol(long col, bool allRows = false);
@@ -367,6 +369,8 @@ class Form_Worksheet : public ChildDocument {
     double Height() const;
   };
   PeakSummary PeakAnalysis() const;
+  // X from the given column instead of the Y column's own X column.
+  PeakSummary PeakAnalysis(long xcol) const;
   void PeakAnalysis(double& area, double& baselineArea, long& maxRow, double& peakX,
                     double& peakY, long& rows) const;
   void MinMaxOfWorksheet(double& xMin, double& xMax, double& yMin, double& yMax,

@@ -274,12 +274,16 @@ void Form_Worksheet::CopyAllData(const Form_Worksheet& source) {
 
 long Form_Worksheet::NearestRow(double x, double y, double aspect) const {
   if (Col_ < 0 || Col_ >= cols_) return -1;
-  const long xcol = XColOf(Col_);
+  return NearestRow(XColOf(Col_), Col_, x, y, aspect);
+}
+
+long Form_Worksheet::NearestRow(long xcol, long ycol, double x, double y, double aspect) const {
+  if (ycol < 0 || ycol >= cols_ || xcol < 0 || xcol >= cols_) return -1;
   long best = -1;
   double bestD = 0;
   for (long r = 1; r < rows_; ++r) {
     double xv, yv;
-    if (!impl_->NumberAt(r, xcol, xv) || !impl_->NumberAt(r, Col_, yv)) continue;
+    if (!impl_->NumberAt(r, xcol, xv) || !impl_->NumberAt(r, ycol, yv)) continue;
     const double d = (xv - x) * (xv - x) + (yv - y) * (yv - y) * aspect * aspect;
     if (best < 0 || d < bestD) {
       best = r;

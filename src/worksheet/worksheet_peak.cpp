@@ -15,11 +15,13 @@ double Form_Worksheet::PeakSummary::Height() const {
   return peakY - base;
 }
 
-Form_Worksheet::PeakSummary Form_Worksheet::PeakAnalysis() const {
+Form_Worksheet::PeakSummary Form_Worksheet::PeakAnalysis() const { return PeakAnalysis(-1); }
+
+Form_Worksheet::PeakSummary Form_Worksheet::PeakAnalysis(long xcol) const {
   PeakSummary s;
   const long ycol = SelStartCol_;
   if (ycol < 1 || ycol >= cols_ || SelStartRow_ < 1 || SelEndRow_ < 1) return s;
-  const long xcol = XColOf(ycol);
+  if (xcol < 0 || xcol >= cols_) xcol = XColOf(ycol);
   long r0 = std::min(SelStartRow_, SelEndRow_);
   long r1 = std::max(SelStartRow_, SelEndRow_);
   r1 = std::min(r1, rows_ - 1);

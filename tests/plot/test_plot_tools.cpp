@@ -241,6 +241,20 @@ TEST_F(PlotToolsTest, DataReaderWorksWithoutAPicture) {
   EXPECT_EQ(plot->LabelInfo(), "[-]: x= -, y= -");
 }
 
+TEST_F(PlotToolsTest, ToolsReadTheCurvesOwnXColumn) {
+  // Curve 2 (column 3) drawn against column 2 rather than the sheet's X.
+  view.withPicture = false;
+  plot->Curve(1);
+  plot->CurveXCol(2);
+  plot->SetTool(4);
+  plot->MouseDown(1, DX(6.1), DY(0.6));
+  EXPECT_EQ(plot->LabelInfo(), "[3]: x=6, y=0.5");
+  plot->Curve(0);
+  plot->CurveXCol(3);
+  plot->SetTool(6);
+  EXPECT_EQ(plot->LabelInfo(), "Peak Integrate: " + sheet.ColName(2) + " vs. " + sheet.ColName(3));
+}
+
 TEST_F(PlotToolsTest, TheNearerMarkerMovesAndATieTakesTheLeft) {
   plot->SetTool(5);
   // No markers yet: they stand at 0 and 10, and 5 lies as far from both.
