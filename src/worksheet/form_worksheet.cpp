@@ -442,10 +442,13 @@ void Form_Worksheet::Rows(long n) {
     impl_->Set(0, 0, Cell(1.0));
     if (rows_ > 1) impl_->Set(1, 0, Cell(1.0));
   }
+  // Row 1 carries the initial value of the index. A row 1 that is new here
+  // has none yet (the increment may be set already, as after a sheet of one
+  // row): the series then starts at the default 1, not at an empty 0.
   double offset = 0.0;
   if (rows_ > 1) {
-    double first = 0.0;
-    impl_->NumberAt(1, 0, first);
+    double first = 1.0;
+    if (!impl_->NumberAt(1, 0, first)) first = 1.0;
     offset = first - inc;
   }
   for (long r = old; r < rows_; ++r) impl_->Set(r, 0, Cell(inc * r + offset));

@@ -118,6 +118,23 @@ TEST_F(SheetTest, NewSheetAndIndexSeries) {
   EXPECT_EQ(sheet.TextMatrix(3, 0).Number(), 11.0);
 }
 
+TEST_F(SheetTest, AnIndexWithoutRowOneStartsAtOne) {
+  // Growing from a sheet of one row: the increment is already in cell (0, 0)
+  // but row 1, which holds the initial value, is new.
+  sheet.Rows(1);
+  sheet.Cols(3);
+  sheet.Rows(4);
+  EXPECT_EQ(At(1, 0), "1");
+  EXPECT_EQ(At(3, 0), "3");
+  // Every row deleted and rows added again.
+  sheet.TextMatrix(0, 0, 0.5);
+  EXPECT_EQ(sheet.DeleteRow(1, 3), 3);
+  ASSERT_EQ(sheet.Rows(), 1);
+  sheet.Rows(3);
+  EXPECT_EQ(sheet.TextMatrix(1, 0).Number(), 1.0);
+  EXPECT_EQ(sheet.TextMatrix(2, 0).Number(), 1.5);
+}
+
 TEST_F(SheetTest, RowsAreCut) {
   Shape(1, 5);
   sheet.Rows(0);

@@ -232,6 +232,43 @@ TEST_F(SheetFilesTest, OneRowSheetSizeGapsAndWhatTheFileKeeps) {
   EXPECT_EQ(t.Plots(), 0);
 }
 
+TEST_F(SheetFilesTest, AnOpenedSheetCountsItsRowsFromOne) {
+  // The file keeps no index column: whatever series the sheet had in memory,
+  // the opened sheet has increment 1 and initial 1.
+  Form_Worksheet s;
+  Fill(s, 4, 2);
+  s.TextMatrix(0, 0, 0.5);
+  s.TextMatrix(1, 0, 10.0);
+  for (long r = 2; r <= 4; ++r) s.TextMatrix(r, 0, 10.0 + 0.5 * (r - 1));
+  const std::string path = Path("index.sht");
+  ASSERT_EQ(s.SaveWorksheet(path, true), 0);
+
+  Form_Worksheet t;
+  Fill(t, 7, 3);  // what was there before goes
+  ASSERT_EQ(t.OpenWorksheet(path), 0);
+  ASSERT_EQ(t.Rows(), 5);
+  EXPECT_DOUBLE_EQ(Num(t, 0, 0), 1.0);
+  for (long r = 1; r <= 4; ++r) EXPECT_DOUBLE_EQ(Num(t, r, 0), double(r)) << "row " << r;
+  EXPECT_DOUBLE_EQ(Num(t, 4, 2), 42.0);
+  // Rows added later go on with the same series.
+  t.Rows(7);
+  EXPECT_DOUBLE_EQ(Num(t, 6, 0), 6.0);
+
+  // A sheet of one data row, and one without columns.
+  Form_Worksheet one;
+  Fill(one, 1, 1);
+  ASSERT_EQ(one.SaveWorksheet(Path("one.sht"), true), 0);
+  Form_Worksheet u;
+  ASSERT_EQ(u.OpenWorksheet(Path("one.sht")), 0);
+  ASSERT_EQ(u.Rows(), 2);
+  EXPECT_DOUBLE_EQ(Num(u, 1, 0), 1.0);
+  test::WriteFile(Path("bare.sht"), SheetBytes(3, 0, {}));
+  Form_Worksheet v;
+  ASSERT_EQ(v.OpenWorksheet(Path("bare.sht")), 0);
+  ASSERT_EQ(v.Rows(), 4);
+  for (long r = 1; r <= 3; ++r) EXPECT_DOUBLE_EQ(Num(v, r, 0), double(r)) << "row " << r;
+}
+
 TEST_F(SheetFilesTest, SilentSaveLeavesNameAndState) {
   Form_Worksheet s;
   s.Filename("Data7.sht");
@@ -446,6 +483,35 @@ TEST_F(SheetFilesTest, ImportOptions) {
     EXPECT_EQ(s.Filename(), host.root + "/IN.SHT");
     EXPECT_TRUE(s.Changed());
   }
+}
+
+TEST_F(SheetFilesTest, AnImportedSheetCountsItsRowsFromOne) {
+  const std::string in = Path("scan.dat");
+  std::string text = "E (eV)\tI\r\n";
+  const long lines = 1100;  // rows grow in steps of 1024: two steps, then trimmed
+  for (long i = 1; i <= lines; ++i) text += std::to_string(i * 2) + "\t" + std::to_string(i) + "\r\n";
+  test::WriteFile(in, text);
+  Form_Worksheet s;
+  Fill(s, 3, 1);
+  s.TextMatrix(0, 0, 2.0);  // the old series goes with the old sheet
+  s.Header = 1;
+  s.HeaderLines = 0;
+  s.UnknownColumns = 1;
+  s.RenameColumns = 1;
+  s.RenameWorksheet = 0;
+  ASSERT_EQ(s.Import(in), 0);
+  ASSERT_EQ(s.Rows(), lines + 1);
+  EXPECT_EQ(s.Record(1).Label, "E (eV)");
+  EXPECT_DOUBLE_EQ(Num(s, 0, 0), 1.0);
+  for (long r = 1; r <= lines; ++r) ASSERT_DOUBLE_EQ(Num(s, r, 0), double(r)) << "row " << r;
+
+  const std::string path = Path("scan.sht");
+  ASSERT_EQ(s.SaveWorksheet(path, true), 0);
+  Form_Worksheet t;
+  ASSERT_EQ(t.OpenWorksheet(path), 0);
+  ASSERT_EQ(t.Rows(), lines + 1);
+  for (long r = 1; r <= lines; ++r) ASSERT_DOUBLE_EQ(Num(t, r, 0), double(r)) << "row " << r;
+  EXPECT_DOUBLE_EQ(Num(t, lines, 1), 2.0 * lines);
 }
 
 TEST_F(SheetFilesTest, ImportAsRowsAndAColumnLimit) {
