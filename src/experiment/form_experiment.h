@@ -142,6 +142,19 @@ class Form_Experiment {
   // index 0 "Start", 1 continue after a stop, 2 "Step".
   void Command_Start(int index = 0);
 
+  // The run: the measuring loop and its steps.
+  bool ExperimentInit();
+  void ExperimentDo(int flags);
+  void ExperimentGrab();
+  void ExperimentExit();
+  void RefreshOverlay();
+  // StopCode 10007 and one yield; the loop ends at its next check.
+  void Command_Stop();
+  Control Ctl_Command_Stop{false, true};
+  bool Running() const { return running_; }
+  // The time and rate fields ("12 s", "2.5 Hz (30)").
+  std::string Text_Time = "0.0 s", Text_Rate;
+
   // The two idle timers; public so that hosts without a loop can tick them.
   void Timer_Trigger();
   void Timer_ADScan();
@@ -178,6 +191,7 @@ class Form_Experiment {
   std::unique_ptr<Form_Worksheet> ownSheet_;
   long iPlotHandle_ = 0, adPlotHandle_ = 0;
   bool restart_ = false;  // an accepted edit needs a fresh start
+  bool running_ = false;
   int triggerTimer_ = 0, adTimer_ = 0;
 };
 Form_Experiment& ExperimentForm();
