@@ -26,6 +26,7 @@
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "core/startup.h"
+#include "experiment/run_recovery.h"
 #include "experiment/shutter.h"
 #include "hardware/hardware.h"
 #include "image/form_camera.h"
@@ -128,6 +129,8 @@ int main(int argc, char** argv) {
     if (!sv::Main(main, sv::JoinArguments(args))) {
       exitCode = 1;
     } else {
+      if (screenshot.isEmpty())  // sheets of runs that ended unsaved
+        QTimer::singleShot(0, &window, [&main] { sv::OfferRunRecovery(main); });
       if (!screenshot.isEmpty()) {
         QTimer::singleShot(0, &window, [&] {
           // With a grabber up the live picture runs; otherwise a new image.
