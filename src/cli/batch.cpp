@@ -15,6 +15,7 @@
 #include "cli/batch_lines.h"
 #include "cli/batch_links.h"
 #include "cli/batch_plot.h"
+#include "cli/batch_run.h"
 #include "cli/batch_scan.h"
 #include "cli/batch_sheets.h"
 #include "cli/batch_trigger.h"
@@ -98,7 +99,7 @@ std::string Usage() {
          "              looked for in the config folder\n"
          "  help        this text\n" +
          GrabUsage() + ImageUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() +
-         DevicesUsage() + LinksUsage() + ExperimentUsage() + TriggerUsage();
+         DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage();
 }
 
 int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -131,6 +132,8 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "swp-info") return SwpInfoCommand(args, out, err);
   if (cmd == "swp-check") return SwpCheckCommand(args, out, err);
   if (cmd == "trigger-wait") return TriggerWaitCommand(args, out, err);
+  if (cmd == "run") return RunCommand(args, out, err);
+  if (cmd == "recover") return RecoverCommand(args, out, err);
   return BadCommandLine(err, "unknown command " + cmd);
 }
 
