@@ -52,11 +52,13 @@ bool Remove(const std::string& path) {
 // Waits until `line()` equals `wanted`, `waitMs` pass (false) or the stop word
 // is set (false).
 template <typename Line>
-bool WaitFor(Line line, bool wanted, uint32_t waitMs, const long* stopCode) {
+bool WaitFor(Line line, bool wanted, uint32_t waitMs, const long* stopCode,
+             const std::function<bool()>& stopped = {}) {
   if (waitMs == 0) return line() == wanted;  // no time to wait: one look
-  const WaitEnd end = WaitWhile([&] { return line() == wanted; },
-                                [stopCode] { return stopCode && *stopCode != 0; },
-                                host().TimeGetTime(), waitMs, kHandshakePollMs);
+  const WaitEnd end = WaitWhile(
+      [&] { return line() == wanted; },
+      [stopCode, &stopped] { return (stopCode && *stopCode != 0) || (stopped && stopped()); },
+      host().TimeGetTime(), waitMs, kHandshakePollMs);
   return end == WaitEnd::Done;
 }
 
@@ -136,9 +138,15 @@ bool HandshakeRunStart(HandShakeTX& tx, const std::string& folder,
 }
 
 bool HandshakeRow(HandShakeTX& tx, const std::string& rowText, long& stopCode, uint32_t waitMs) {
+  return HandshakeRow(tx, rowText, stopCode, {}, waitMs);
+}
+
+bool HandshakeRow(HandShakeTX& tx, const std::string& rowText, long& stopCode,
+                  const std::function<bool()>& stopped, uint32_t waitMs) {
+  const auto outside = [&stopped] { return stopped && stopped(); };
   // The receiver is ready for the next row.
-  if (!WaitFor([&] { return tx.RDY(); }, true, waitMs, &stopCode)) {
-    if (stopCode == 0) stopCode = kErrRdyTimeOut;
+  if (!WaitFor([&] { return tx.RDY(); }, true, waitMs, &stopCode, stopped)) {
+    if (stopCode == 0 && !outside()) stopCode = kErrRdyTimeOut;
     return false;
   }
   if (tx.DataFileName.empty() || !WriteLineFile(tx.DataFileName, rowText)) {
@@ -147,8 +155,8 @@ bool HandshakeRow(HandShakeTX& tx, const std::string& rowText, long& stopCode, u
   }
   tx.DAV(true);
   // The receiver took the row when it drops "RDY".
-  const bool taken = WaitFor([&] { return tx.RDY(); }, false, waitMs, &stopCode);
-  if (!taken && stopCode == 0) stopCode = kErrRdyTimeOut;
+  const bool taken = WaitFor([&] { return tx.RDY(); }, false, waitMs, &stopCode, stopped);
+  if (!taken && stopCode == 0 && !outside()) stopCode = kErrRdyTimeOut;
   tx.DAV(false);
   return taken;
 }

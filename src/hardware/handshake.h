@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -57,6 +58,11 @@ bool HandshakeRunStart(HandShakeTX& tx, const std::string& folder,
 // stop code 10016, a failed write 9999. True when the receiver took the row.
 bool HandshakeRow(HandShakeTX& tx, const std::string& rowText, long& stopCode,
                   uint32_t waitMs = 10000);
+// The same for a run whose stop word lives elsewhere: `stopped` (may be
+// empty) is asked beside `stopCode` in every wait, and a wait it ends leaves
+// `stopCode` as it was.
+bool HandshakeRow(HandShakeTX& tx, const std::string& rowText, long& stopCode,
+                  const std::function<bool()>& stopped, uint32_t waitMs = 10000);
 // The end of a run: "DAV" false; "EXP" stays.
 void HandshakeRunEnd(HandShakeTX& tx);
 
