@@ -1,5 +1,6 @@
 #include "experiment/form_experiment.h"
 
+#include "experiment/film_source.h"
 #include "experiment/sweep_file.h"
 #include "experiment/trigger.h"
 
@@ -61,7 +62,12 @@ std::string BaseName(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-Form_Camera* CalibrationImage() { return HasHost() ? PreviewImage(MainForm()) : nullptr; }
+// The image whose intensity calibration a run uses: the film's picture in
+// VTR mode, else the live picture.
+Form_Camera* CalibrationImage() {
+  if (FilmMode()) return TheFilmSource()->Image();
+  return HasHost() ? PreviewImage(MainForm()) : nullptr;
+}
 
 int ChannelCount() {
   if (!ADReady()) return 0;
@@ -71,7 +77,7 @@ int ChannelCount() {
 }  // namespace
 
 std::function<void(int)>& ExperimentDoHook() {
-  static std::function<void(int)> hook = [](int) {};
+  static std::function<void(int)> hook;
   return hook;
 }
 
@@ -162,7 +168,7 @@ void Form_Experiment::Unload() {
     kept.Width = place.Width;
     kept.Height = place.Height;
   }
-  for (ScanWindow& w : WG().ScanWindows) WindowBufferFree(w);
+  if (!running_) ExperimentExit();
   Changed();
 }
 
@@ -235,7 +241,12 @@ void Form_Experiment::ShowPictures() {
 void Form_Experiment::SetEditState(bool pending) {
   Ctl_Command_Accept.Enabled = pending;
   Ctl_Command_Cancel.Enabled = pending;
-  Ctl_Command_Start[0].Enabled = !pending;
+  // Measured rows can be gone on with; a fresh start over them goes through
+  // Command_New, which asks about them first, or through an accepted edit.
+  const Form_Worksheet* sheet = Worksheet();
+  const bool goOn = initialised_ && !restart_ && sheet && sheet->Rows() > 1;
+  Ctl_Command_Start[0].Enabled = !pending && !goOn;
+  Ctl_Command_Start[1].Enabled = !pending && goOn;
 }
 
 // --- Fields -----------------------------------------------------------------------
@@ -365,6 +376,11 @@ void Form_Experiment::Timer_Trigger() {
 }
 
 void Form_Experiment::Timer_ADScan() {
+  // The journal of the last run goes once its sheet is saved or gone.
+  if (journalPending_ && !running_) {
+    const Form_Worksheet* sheet = Worksheet();
+    if (!sheet || !sheet->Changed()) DropJournal();
+  }
   std::string text;
   const int channels = ChannelCount();
   for (int16_t c : ES().SelectedChannels) {

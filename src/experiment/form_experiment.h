@@ -15,10 +15,15 @@
 #include "analysis/scan_lines.h"
 #include "analysis/scan_windows.h"
 #include "experiment/experiment_settings.h"
+#include "experiment/run_journal.h"
+#include "experiment/soft_trigger.h"
+#include "hardware/dde.h"
+#include "hardware/handshake.h"
 #include "hardware/hardware.h"
 
 namespace sv {
 
+class Form_Camera;
 class Form_Plot;
 class Form_Worksheet;
 class MDIForm_Main;
@@ -29,9 +34,13 @@ inline constexpr const char* kRestartQuestion =
 inline constexpr const char* kNothingToScanText = "Nothing to scan for.";
 inline constexpr const char* kIntensityAxis = "intensity (a.u.)";
 inline constexpr const char* kVoltageAxis = "voltage (V)";
+inline constexpr const char* kRunningCaption = " - Experiment running";
+inline constexpr const char* kDDETitle = "DDE";
 
-// The run itself; filled by the run's code. Bit 0 of `flags`: a fresh start;
-// bit 1: one step only. Does nothing until filled.
+// What Command_Start hands the run to. Empty (the default): the form's own
+// ExperimentDo. Filled, it stands in for the run (a check that only wants to
+// know whether a run would start). Bit 0 of `flags`: a fresh start; bit 1:
+// one step only.
 std::function<void(int flags)>& ExperimentDoHook();
 // Label_Shutter's click: the shutter dialog. Does nothing until filled.
 std::function<void()>& ShutterDialogHook();
@@ -142,11 +151,18 @@ class Form_Experiment {
   // index 0 "Start", 1 continue after a stop, 2 "Step".
   void Command_Start(int index = 0);
 
-  // The run: the measuring loop and its steps.
+  // The run: the measuring loop and its steps (experiment_run.cpp,
+  // run_init.cpp, run_grab.cpp).
+  // Buffers, sheet, file name, handshake; false when the run cannot begin.
   bool ExperimentInit();
+  // Bit 0 of `flags`: a fresh start; bit 1: one step only.
   void ExperimentDo(int flags);
+  // One row; called only by ExperimentDo.
   void ExperimentGrab();
+  // Frees what ExperimentInit took.
   void ExperimentExit();
+  // The run's windows and lines on the picture as they stand, by
+  // Check_WScan and Check_LScan.
   void RefreshOverlay();
   // StopCode 10007 and one yield; the loop ends at its next check.
   void Command_Stop();
@@ -154,6 +170,24 @@ class Form_Experiment {
   bool Running() const { return running_; }
   // The time and rate fields ("12 s", "2.5 Hz (30)").
   std::string Text_Time = "0.0 s", Text_Rate;
+  // The controls that may not change while a run goes on.
+  Control Ctl_Text_tStop, Ctl_Command_Move, Ctl_Command_WindowSetup, Ctl_Command_Close;
+  Control Ctl_Frame, Ctl_Frame_AD, Ctl_TabStrip;
+  // The waits of a run show themselves on their labels.
+  bool Label_tStartMarked = false, Label_tStepMarked = false, Label_dwellTimeMarked = false;
+  // The main window's caption while the run goes on (application title and
+  // " - Experiment running"); the title alone after it.
+  std::string MainCaption;
+  // The plots are rescaled at the end of a run while these are ticked.
+  bool Check_IPlotAutoScale = true, Check_ADPlotAutoScale = true;
+  // The run's state.
+  uint32_t StartTime() const { return startTime_; }
+  const std::string& SheetFileName() const { return sheetPath_; }
+  long ImageWidth() const { return imageWidth_; }
+  long ImageHeight() const { return imageHeight_; }
+  const std::vector<float>& RowData() const { return rowData_; }
+  Class_SoftTrigger SoftTrigger;
+  HandShakeTX HandShake1;
 
   // The two idle timers; public so that hosts without a loop can tick them.
   void Timer_Trigger();
@@ -183,6 +217,24 @@ class Form_Experiment {
   void BuildPlots(Form_Worksheet& sheet, bool needIPlot, bool needADPlot);
   Form_Plot* NewPlot(Form_Worksheet& sheet);
 
+  // The run's pieces.
+  bool SweepEntryEnergy(long index, float& energy) const;
+  Form_Camera* SourceImage() const;
+  bool Stopped();
+  void RunControls(bool running);
+  void ShowTimeAndRate(bool clockTime);
+  bool StepLoop(bool single, bool vtr, bool ie);
+  void CleanUp(bool ended);
+  void LinkFailed(const std::string& error);
+  bool InitWindows(bool ie, bool vtr, float energy);
+  bool InitImage(bool vtr);
+  void BuildRowText();
+  void OpenJournal(bool fresh);
+  void DropJournal();
+  void SendRow();
+  void ReadFrames(bool vtr, Form_Camera* image);
+  bool EvaluateWindows(bool vtr, float x, float seconds, long& column);
+
   View nullView_;
   View* view_ = &nullView_;
   bool visible_ = false;
@@ -192,6 +244,29 @@ class Form_Experiment {
   long iPlotHandle_ = 0, adPlotHandle_ = 0;
   bool restart_ = false;  // an accepted edit needs a fresh start
   bool running_ = false;
+  bool initialised_ = false;  // ExperimentInit took the buffers
+  bool shutterOn_ = false;
+  bool linkFailed_ = false;   // the spreadsheet link failed in this run
+  bool previewWas_ = false;
+  int overlayFlags_ = 0;
+  uint32_t startTime_ = 0;
+  int32_t nextDisplay_ = 0;
+  long imageWidth_ = 0, imageHeight_ = 0;
+  long dynamik_ = 0;
+  bool colour_ = false;
+  std::string sheetPath_;
+  std::vector<float> rowData_;
+  std::vector<double> journalValues_;
+  std::vector<float> filmValues_;  // the A/D columns of a film's frame
+  std::vector<uint16_t> ownFrame_;  // frames when no image document holds them
+  uint16_t* imageBuffer_ = nullptr;
+  size_t imageSamples_ = 0;
+  std::array<std::vector<float>, kLineCount> profiles_;
+  std::string rowText_;
+  DDESheetLink sheetLink_;
+  RunJournal journal_;
+  bool journalOpen_ = false;     // rows of this run go to it
+  bool journalPending_ = false;  // its file stays until the sheet is saved or discarded
   int triggerTimer_ = 0, adTimer_ = 0;
 };
 Form_Experiment& ExperimentForm();

@@ -7,8 +7,10 @@
 #include "acquisition/grabber.h"
 #include "core/host.h"
 #include "core/mdi_main.h"
+#include "experiment/film_source.h"
 #include "experiment/form_experiment.h"
 #include "hardware/energy.h"
+#include "image/form_camera.h"
 #include "image/kernel/numbers.h"
 #include "plot/form_plot.h"
 #include "worksheet/form_worksheet.h"
@@ -18,8 +20,18 @@ namespace sv {
 
 namespace {
 
-long ImageWidth() { return GrabberWidth() > 0 ? GrabberWidth() : kDummyWidth; }
-long ImageHeight() { return GrabberHeight() > 0 ? GrabberHeight() : kDummyHeight; }
+// The size of the frames: the film's in VTR mode, else the grabber's (the
+// dummy's while none is up).
+long GrabWidthNow() {
+  if (FilmMode())
+    if (const Form_Camera* image = TheFilmSource()->Image()) return image->ImageWidth();
+  return GrabberWidth() > 0 ? GrabberWidth() : kDummyWidth;
+}
+long GrabHeightNow() {
+  if (FilmMode())
+    if (const Form_Camera* image = TheFilmSource()->Image()) return image->ImageHeight();
+  return GrabberHeight() > 0 ? GrabberHeight() : kDummyHeight;
+}
 
 // The Y column of a window's curve, by its Plot: the max column, the total,
 // the background; the two differences sit where max and total are.
@@ -256,6 +268,7 @@ void Form_Experiment::BuildPlots(Form_Worksheet& sheet, bool needIPlot, bool nee
 }
 
 void Form_Experiment::Command_Accept() {
+  if (running_) return;
   ExperimentSettings& es = ES();
   Form_Worksheet* sheet = Worksheet();
   // 1. Rows already measured.
@@ -295,7 +308,7 @@ void Form_Experiment::Command_Accept() {
   // 4., 5. Windows and shutter.
   es.MaxAveraging = 1;
   bool needIPlot = false, needADPlot = false;
-  AcceptWindows(ie, ImageWidth(), ImageHeight(), needIPlot);
+  AcceptWindows(ie, GrabWidthNow(), GrabHeightNow(), needIPlot);
   Label_WScans = std::to_string(es.SelectedWindowCount()) + " window(s)";
   ES().ShutterEnabled() = Check_ShutterControl ? 1 : 0;
   for (int i = 0; i < kWindowCount; ++i)
@@ -317,26 +330,33 @@ void Form_Experiment::Command_Accept() {
   BuildPlots(*sheet, needIPlot, needADPlot);
   // 10.
   SetEditState(false);
+  RefreshOverlay();
   Changed();
 }
 
 // --- Cancel, New, Start ---------------------------------------------------------
 
 void Form_Experiment::Command_Cancel() {
+  if (running_) return;
   LoadControls();
   SetEditState(false);
   Changed();
 }
 
 void Form_Experiment::Command_New() {
+  if (running_) return;
   if (Form_Worksheet* old = Worksheet()) {
-    if (!old->QueryUnload()) return;  // the user kept it
-    RemovePlots();
+    // The sheet asks about its rows once; No or Cancel keeps it.
     if (ownSheet_) {
+      if (!old->QueryUnload()) return;
+      RemovePlots();
       ownSheet_.reset();
-    } else if (MDIForm_Main* main = MainForm()) {
-      main->CloseChild(sheetHandle_);
+    } else {
+      MDIForm_Main* main = MainForm();
+      if (main && !main->CloseChild(sheetHandle_)) return;
+      RemovePlots();  // the sheet took its plots along
     }
+    DropJournal();  // saved or discarded
     sheetHandle_ = 0;
   }
   ExperimentSettings& es = ES();
@@ -344,7 +364,7 @@ void Form_Experiment::Command_New() {
   for (int16_t i : es.SelectedWindows) {
     ScanWindow& w = WG().ScanWindows[size_t(i)];
     WindowCenterFromHome(w);
-    WindowUpdateRect(w, ImageWidth(), ImageHeight());
+    WindowUpdateRect(w, GrabWidthNow(), GrabHeightNow());
   }
   restart_ = false;
   Form_Worksheet* sheet = EnsureWorksheet();
@@ -357,11 +377,13 @@ void Form_Experiment::Command_New() {
     BuildColumns(*sheet);
     BuildPlots(*sheet, needIPlot, needADPlot);
   }
-  Ctl_Command_Start[0].Enabled = !AcceptPending();
+  sheetPath_.clear();
+  SetEditState(AcceptPending());
   Changed();
 }
 
 void Form_Experiment::Command_Start(int index) {
+  if (running_) return;
   Form_Worksheet* sheet = Worksheet();
   const long needed = long(ExperimentColumnNames(ES(), IntensityUnit()).size());
   if (!sheet || sheet->Cols() - 1 != needed) {
@@ -388,7 +410,10 @@ void Form_Experiment::Command_Start(int index) {
   sheet = Worksheet();
   if (sheet && sheet->Rows() <= 1) flags |= 1;
   restart_ = false;
-  ExperimentDoHook()(flags);
+  if (ExperimentDoHook())
+    ExperimentDoHook()(flags);
+  else
+    ExperimentDo(flags);
 }
 
 }  // namespace sv
