@@ -189,7 +189,7 @@ class RunSession {
   RunHost host;
 
  private:
-  HostScope scope_;
+  HostScope scope_;  // before the main form, which goes first
 
  public:
   MDIForm_Main main;
