@@ -230,13 +230,6 @@ std::string StopCodeLine(int code) {
 // Whether the last step was the run's last by its definition: the end of
 // an I(t) run's time, of the sweep list, or of the energy range (where the
 // loop puts the energy back to the start).
-bool RunCameToItsEnd(const Form_Experiment& form, long rows) {
-  const ExperimentSettings& es = ES();
-  if (es.ExperimentType == kExperimentIt) return es.tStop > 0 && es.Time >= es.tStop;
-  if (es.UserSweep) return rows >= long(form.List_Sweep.size());
-  return es.EStep != 0 && es.Energy == es.EStart;
-}
-
 bool FileExists(const std::string& path) {
   std::error_code ec;
   return std::filesystem::exists(path, ec);
@@ -327,19 +320,10 @@ int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
     ended = true;
     end = e;
   };
-  if (o.maxSteps == 0) {
-    form.Command_Start(0);
-  } else {
-    // Step by step, as the dialog's "Step" goes: the first press starts
-    // afresh; each step leaves the loop as bit 1 does.
-    form.Command_Start(2);
-    for (long done = 1; ended && end.stopCode == 0 && done < o.maxSteps; ++done) {
-      if (RunCameToItsEnd(form, end.rows)) break;
-      ended = false;
-      form.ExperimentDo(2);
-      if (!ended) break;  // it could not go on
-    }
-  }
+  // A row limit leaves the loop after that row, as one step does.
+  form.StepLimit = o.maxSteps;
+  form.Command_Start(0);
+  form.StepLimit = 0;
   session.host.SetStopAction(nullptr);
   if (!ended) {
     err << "svbatch: the run did not start\n";

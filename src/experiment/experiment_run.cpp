@@ -306,8 +306,12 @@ bool Form_Experiment::StepLoop(bool single, bool vtr, bool ie) {
     }
     // 11.
     if (!ie && es.tStop > 0 && es.Time >= es.tStop) return true;
-    // 12.
+    // 12. A row limit leaves as one step does.
     if (single) return false;
+    if (StepLimit > 0) {
+      const Form_Worksheet* sheet = Worksheet();
+      if (sheet && sheet->Row() >= StepLimit) return false;
+    }
   }
 }
 

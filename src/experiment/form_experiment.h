@@ -168,6 +168,8 @@ class Form_Experiment {
   void Command_Stop();
   Control Ctl_Command_Stop{false, true};
   bool Running() const { return running_; }
+  // Rows after which the loop leaves as one step does; 0 for no limit.
+  long StepLimit = 0;
   // The time and rate fields ("12 s", "2.5 Hz (30)").
   std::string Text_Time = "0.0 s", Text_Rate;
   // The controls that may not change while a run goes on.
