@@ -27,7 +27,7 @@ class FormExperimentTest : public ::testing::Test {
   void TearDown() override {
     SetPlotFactory(nullptr);
     SetAddPlotHandler(nullptr);
-    ExperimentDoHook() = [](int) {};
+    ExperimentDoHook() = nullptr;
   }
   static ScanWindow& Window(int i, int32_t mode = kModeFixed, int32_t plot = 1) {
     ScanWindow& w = WG().ScanWindows[size_t(i)];
