@@ -14,12 +14,17 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
+#include <set>
 #include <vector>
 
+#include "acquisition/grabber_environment.h"
+#include "analysis/form_window_setup.h"
 #include "app/form_binding.h"
 #include "app/main_window.h"
 #include "core/mdi_main.h"
+#include "experiment/film_source.h"
 #include "experiment/form_experiment.h"
+#include "plot/form_plot.h"
 #include "worksheet/form_worksheet.h"
 
 namespace sv::app {
@@ -47,6 +52,25 @@ void SetChecked(QAbstractButton* b, bool on) {
   if (b->isChecked() != on) b->setChecked(on);
 }
 
+// A control inside a box that a run disables: its own state is compared, not
+// the one it shows, so that what it holds comes back with the box.
+void ApplyOwn(QWidget* w, const Form_Experiment::Control& c) {
+  if (w->testAttribute(Qt::WA_ForceDisabled) == c.Enabled) w->setEnabled(c.Enabled);
+  if (w->isVisibleTo(w->parentWidget()) != c.Visible) w->setVisible(c.Visible);
+}
+
+// A wait of the run shows on its label: highlighted while it lasts.
+void Mark(QLabel* label, bool on) {
+  if (label->property("marked").toBool() == on) return;
+  label->setProperty("marked", on);
+  QPalette p = label->parentWidget()->palette();
+  if (on) {
+    p.setColor(QPalette::Window, p.color(QPalette::Highlight));
+    p.setColor(QPalette::WindowText, p.color(QPalette::HighlightedText));
+  }
+  label->setPalette(p);
+}
+
 class ExperimentDialog : public QDialog, public Form_Experiment::View {
  public:
   explicit ExperimentDialog(QWidget* parent);
@@ -55,7 +79,10 @@ class ExperimentDialog : public QDialog, public Form_Experiment::View {
     f.SetView(nullptr);
     f.Unload();
   }
-  void Changed(const Form_Experiment&) override { LoadControls(); }
+  void Changed(const Form_Experiment&) override {
+    LoadControls();
+    ShowRunWindows();
+  }
   // The place of the run's sheet window in the workbench, in pixels.
   bool ReadSheetPlace(ExperimentWindowPlace& place) override {
     auto* window = dynamic_cast<MainWindow*>(parentWidget());
@@ -71,16 +98,21 @@ class ExperimentDialog : public QDialog, public Form_Experiment::View {
   }
 
  protected:
+  // A running measurement keeps its dialog: Stop ends it first.
   void reject() override {
+    if (ExperimentForm().Running()) return;
     ExperimentForm().Unload();
     QDialog::reject();
   }
 
  private:
   void LoadControls();
+  void ShowRunWindows();
   QLineEdit* Field(Form_Experiment::Field field, const char* name);
   QCheckBox* Check(const QString& name, const QString& caption);
   QPushButton* Button(const char* name, const QString& caption, void (Form_Experiment::*cmd)());
+  QLabel* WaitLabel(const char* name, const QString& caption, QWidget* parent);
+  QLineEdit* Display(const char* name);
 
   bool loading_ = false;
   QButtonGroup* type_ = nullptr;
@@ -99,7 +131,54 @@ class ExperimentDialog : public QDialog, public Form_Experiment::View {
   QPushButton* shutterLabel_;
   QComboBox *triggerMode_, *triggerSource_;
   QPushButton *accept_, *cancel_, *new_, *start_[3];
+  // The run.
+  QLabel *labelTStart_, *labelTStop_, *labelTStep_, *labelDwell_;
+  QLineEdit *tStop_, *time_, *rate_;
+  QPushButton *stop_, *close_, *move_, *windowSetup_;
+  // What a run closes: the definition of what is scanned, and the channels.
+  std::vector<QWidget*> frame_;
+  QWidget* frameAD_ = nullptr;
+  bool continueShown_ = false;
+  std::set<long> shown_;  // the run's windows shown once already
 };
+
+// The run's sheet and plots come into sight once they exist, each in the
+// place it had last when one is kept; after that they are the user's.
+void ExperimentDialog::ShowRunWindows() {
+  auto* window = dynamic_cast<MainWindow*>(parentWidget());
+  MDIForm_Main* main = MainForm();
+  if (!window || !main) return;
+  const Form_Experiment& f = ExperimentForm();
+  const ExperimentPlaces& places = ExperimentWindowPlaces();
+  const std::pair<const ChildDocument*, const ExperimentWindowPlace*> docs[] = {
+      {f.Worksheet(), &places.Sheet}, {f.IntensityPlot(), &places.IPlot}, {f.ADPlot(), &places.ADPlot}};
+  for (const auto& [doc, place] : docs) {
+    if (!doc || !doc->Handle() || !shown_.insert(doc->Handle()).second) continue;
+    QMdiSubWindow* sub = window->SubWindowFor(doc->Handle());
+    if (!sub) continue;
+    if (place->Width > 0 && place->Height > 0)
+      sub->setGeometry(place->Left, place->Top, place->Width, place->Height);
+    if (!sub->isVisible()) main->ShowChild(doc->Handle());
+  }
+}
+
+// A label that the run marks while it waits on its time.
+QLabel* ExperimentDialog::WaitLabel(const char* name, const QString& caption, QWidget* parent) {
+  auto* l = new QLabel(caption, parent);
+  l->setObjectName(name);
+  l->setAutoFillBackground(true);
+  return l;
+}
+
+// A field the user reads and does not type into.
+QLineEdit* ExperimentDialog::Display(const char* name) {
+  auto* e = new QLineEdit(this);
+  e->setObjectName(name);
+  e->setReadOnly(true);
+  e->setFocusPolicy(Qt::NoFocus);
+  e->setMaximumWidth(110);
+  return e;
+}
 
 QLineEdit* ExperimentDialog::Field(Form_Experiment::Field field, const char* name) {
   auto* e = new QLineEdit(this);
@@ -157,11 +236,15 @@ ExperimentDialog::ExperimentDialog(QWidget* parent) : QDialog(parent) {
   sweepTime_ = new QGroupBox("Time (s)", this);
   sweepTime_->setObjectName("Picture_SweepTime");
   auto* t = new QGridLayout(sweepTime_);
-  t->addWidget(new QLabel("Start", sweepTime_), 0, 0);
+  labelTStart_ = WaitLabel("Label_tStart", "Start", sweepTime_);
+  labelTStop_ = WaitLabel("Label_tStop", "Stop", sweepTime_);
+  labelTStep_ = WaitLabel("Label_tStep", "Step", sweepTime_);
+  t->addWidget(labelTStart_, 0, 0);
   t->addWidget(Field(Form_Experiment::tStart, "Text_tStart"), 0, 1);
-  t->addWidget(new QLabel("Stop", sweepTime_), 1, 0);
-  t->addWidget(Field(Form_Experiment::tStop, "Text_tStop"), 1, 1);
-  t->addWidget(new QLabel("Step", sweepTime_), 2, 0);
+  t->addWidget(labelTStop_, 1, 0);
+  tStop_ = Field(Form_Experiment::tStop, "Text_tStop");
+  t->addWidget(tStop_, 1, 1);
+  t->addWidget(labelTStep_, 2, 0);
   t->addWidget(Field(Form_Experiment::tStep, "Text_tStep"), 2, 1);
 
   sweepEnergy_ = new QGroupBox("Energy (eV)", this);
@@ -199,7 +282,8 @@ ExperimentDialog::ExperimentDialog(QWidget* parent) : QDialog(parent) {
     f.Check_UserSweep_Click();
   });
   auto* dwell = new QHBoxLayout;
-  dwell->addWidget(new QLabel("Dwell Time (s)", this));
+  labelDwell_ = WaitLabel("Label_dwellTime", "Dwell Time (s)", this);
+  dwell->addWidget(labelDwell_);
   dwell->addWidget(Field(Form_Experiment::DwellTime, "Text_DwellTime"));
 
   auto* left = new QVBoxLayout;
@@ -250,6 +334,7 @@ ExperimentDialog::ExperimentDialog(QWidget* parent) : QDialog(parent) {
   lg->addWidget(avmax_, kLineCount + 1, 1);
 
   auto* channels = new QGroupBox("A/D Channels", this);
+  channels->setObjectName("Frame_AD");
   auto* cg = new QGridLayout(channels);
   for (int c = 0; c < kADChannelMax; ++c) {
     ad_[c] = Check(Indexed("Check_AD", c), "");
@@ -337,9 +422,36 @@ ExperimentDialog::ExperimentDialog(QWidget* parent) : QDialog(parent) {
     start_[i] = Button(startNames[i], startCaptions[i], nullptr);
     connect(start_[i], &QPushButton::clicked, this, [i] { ExperimentForm().Command_Start(i); });
   }
+  stop_ = Button("Command_Stop", "Sto&p", &Form_Experiment::Command_Stop);
+  close_ = Button("Command_Close", "C&lose", nullptr);
+  // The windows of the run are moved and set up on the picture they are
+  // scanned on: the film's frame in VTR mode, else the live picture.
+  move_ = Button("Command_Move", "&Move...", nullptr);
+  connect(move_, &QPushButton::clicked, this, [] {
+    MoveWindowForm().Load(FilmMode() ? TheFilmSource()->Image() : PreviewImage());
+  });
+  windowSetup_ = Button("Command_WindowSetup", "&Window Setup...", nullptr);
+  connect(windowSetup_, &QPushButton::clicked, this, [] {
+    if (MDIForm_Main* main = MainForm()) main->Click("mnuWindowSetup");
+  });
+  connect(close_, &QPushButton::clicked, this, [this] { reject(); });
+  time_ = Display("Text_Time");
+  rate_ = Display("Text_Rate");
   auto* buttons = new QHBoxLayout;
-  for (QPushButton* b : {accept_, cancel_, new_, start_[0], start_[1], start_[2]}) buttons->addWidget(b);
+  for (QPushButton* b : {accept_, cancel_, new_, start_[0], start_[1], start_[2], stop_})
+    buttons->addWidget(b);
+  buttons->addSpacing(12);
+  buttons->addWidget(new QLabel("Time", this));
+  buttons->addWidget(time_);
+  buttons->addWidget(new QLabel("Rate", this));
+  buttons->addWidget(rate_);
+  buttons->addStretch();
+  buttons->addWidget(move_);
+  buttons->addWidget(windowSetup_);
+  buttons->addWidget(close_);
 
+  frame_ = {typeBox, checkUserSweep_, windows, lines, output, trigger, shutterBox};
+  frameAD_ = channels;
   auto* middle = new QVBoxLayout;
   middle->addWidget(windows);
   middle->addWidget(lines);
@@ -413,12 +525,14 @@ void ExperimentDialog::LoadControls() {
     for (const std::string& s : f.List_Sweep) list_->addItem(Q(s));
   }
   list_->setCurrentRow(f.List_SweepIndex);
-  Apply(userSweep_, f.Picture_UserSweep);
-  Apply(sweepTime_, f.Picture_SweepTime);
-  Apply(sweepEnergy_, f.Picture_SweepEnergy);
+  // The sweep list is part of what a run closes.
+  ApplyOwn(userSweep_, Form_Experiment::Control{f.Picture_UserSweep.Enabled && f.Ctl_Frame.Enabled,
+                                                f.Picture_UserSweep.Visible});
+  ApplyOwn(sweepTime_, f.Picture_SweepTime);
+  ApplyOwn(sweepEnergy_, f.Picture_SweepEnergy);
   for (int i = 0; i < kWindowCount; ++i) {
     SetChecked(window_[i], f.Check_Window[size_t(i)]);
-    Apply(window_[i], f.Ctl_Check_Window[size_t(i)]);
+    ApplyOwn(window_[i], f.Ctl_Check_Window[size_t(i)]);
     plot_[i]->setCurrentIndex(f.Combo_Plot[size_t(i)]);
     SetChecked(shutterWindow_[i], f.Option_ShutterControl[size_t(i)]);
   }
@@ -431,8 +545,8 @@ void ExperimentDialog::LoadControls() {
                                                      : f.Label_AD[size_t(c)]));
     SetChecked(ad_[c], f.Check_AD[size_t(c)]);
     SetChecked(adPlot_[c], f.Check_ADPlot[size_t(c)]);
-    Apply(ad_[c], f.Ctl_Check_AD[size_t(c)]);
-    Apply(adPlot_[c], f.Ctl_Check_AD[size_t(c)]);
+    ApplyOwn(ad_[c], f.Ctl_Check_AD[size_t(c)]);
+    ApplyOwn(adPlot_[c], f.Ctl_Check_AD[size_t(c)]);
   }
   SetChecked(wscan_, f.Check_WScan);
   SetChecked(lscan_, f.Check_LScan);
@@ -456,7 +570,29 @@ void ExperimentDialog::LoadControls() {
   Apply(accept_, f.Ctl_Command_Accept);
   Apply(cancel_, f.Ctl_Command_Cancel);
   Apply(new_, f.Ctl_Command_New);
-  for (int i = 0; i < 3; ++i) Apply(start_[i], f.Ctl_Command_Start[size_t(i)]);
+  // "Start" and "Continue" share their place: the one the form offers is
+  // shown; while neither is offered (a run goes on) the last one stays.
+  const auto& starts = f.Ctl_Command_Start;
+  if (starts[0].Enabled || starts[1].Enabled) continueShown_ = starts[1].Enabled && !starts[0].Enabled;
+  Apply(start_[0], Form_Experiment::Control{starts[0].Enabled, starts[0].Visible && !continueShown_});
+  Apply(start_[1], Form_Experiment::Control{starts[1].Enabled, starts[1].Visible && continueShown_});
+  Apply(start_[2], starts[2]);
+  Apply(stop_, f.Ctl_Command_Stop);
+  Apply(move_, f.Ctl_Command_Move);
+  Apply(windowSetup_, f.Ctl_Command_WindowSetup);
+  Apply(close_, f.Ctl_Command_Close);
+  Apply(tStop_, f.Ctl_Text_tStop);
+  for (QWidget* w : frame_)
+    if (w->isEnabled() != f.Ctl_Frame.Enabled) w->setEnabled(f.Ctl_Frame.Enabled);
+  if (frameAD_->isEnabled() != f.Ctl_Frame_AD.Enabled) frameAD_->setEnabled(f.Ctl_Frame_AD.Enabled);
+  SetText(time_, f.Text_Time);
+  SetText(rate_, f.Text_Rate);
+  Mark(labelTStart_, f.Label_tStartMarked);
+  Mark(labelTStep_, f.Label_tStepMarked);
+  Mark(labelDwell_, f.Label_dwellTimeMarked);
+  // The main window's caption while a run goes on.
+  if (!f.MainCaption.empty() && parentWidget() && parentWidget()->windowTitle() != Q(f.MainCaption))
+    parentWidget()->setWindowTitle(Q(f.MainCaption));
   loading_ = false;
 }
 
