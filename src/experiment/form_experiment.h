@@ -236,6 +236,8 @@ class Form_Experiment {
   void SendRow();
   void ReadFrames(bool vtr, Form_Camera* image);
   bool EvaluateWindows(bool vtr, float x, float seconds, long& column);
+  void RunPoint(Form_Plot& plot, bool autoscale, bool& redraw, long curve, float x, float y);
+  bool iplotRedraw_ = false, adplotRedraw_ = false;
 
   View nullView_;
   View* view_ = &nullView_;

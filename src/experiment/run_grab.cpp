@@ -46,7 +46,39 @@ ConstSamples16 FrameOf(const Form_Camera& image) {
   return ConstSamples16(p, p ? size_t(image.ImageBytes()) / 2 : 0);
 }
 
+// Widens an axis to take in v: half a span beyond it, so that widening
+// stays rare; the tick computation rounds the ends. False when v lies inside.
+bool WidenToTake(PlotAxisRecord& axis, double v) {
+  if (!std::isfinite(v)) return false;
+  const bool reversed = axis.From > axis.To;
+  double lo = std::min(axis.From, axis.To), hi = std::max(axis.From, axis.To);
+  if (v >= lo && v <= hi) return false;
+  const double span = hi > lo ? hi - lo : std::max(1.0, std::fabs(v));
+  if (v > hi) hi = v + span / 2;
+  if (v < lo) lo = v - span / 2;
+  if (!std::isfinite(lo) || !std::isfinite(hi) || std::fabs(lo) > 3e38 || std::fabs(hi) > 3e38)
+    return false;
+  axis.From = float(reversed ? hi : lo);
+  axis.To = float(reversed ? lo : hi);
+  return true;
+}
+
 }  // namespace
+
+// A run's point on a plot. A point outside an autoscaled plot widens its
+// ranges instead, and the plot is drawn anew once the row is in the sheet,
+// so that the curves stay in sight while the run goes on.
+void Form_Experiment::RunPoint(Form_Plot& plot, bool autoscale, bool& redraw, long curve,
+                               float x, float y) {
+  if (autoscale) {
+    const bool wx = WidenToTake(plot.XAxis, x);
+    const bool wy = WidenToTake(plot.YAxis, y);
+    if (wx) plot.SetXRange(plot.XAxis.From, plot.XAxis.To);
+    if (wy) plot.SetYRange(plot.YAxis.From, plot.YAxis.To);
+    if (wx || wy) redraw = true;
+  }
+  if (!redraw) plot.PlotPoint(curve, x, y);
+}
 
 // --- Frames ------------------------------------------------------------------------------
 
@@ -149,7 +181,7 @@ bool Form_Experiment::EvaluateWindows(bool vtr, float x, float seconds, long& co
     // 5. The shutter's detector sees a window only when it has a curve.
     if (w.Plot != 0) {
       const float value = PlottedValue(r, w.Plot);
-      if (plot) plot->PlotPoint(curve, x, value);
+      if (plot) RunPoint(*plot, Check_IPlotAutoScale, iplotRedraw_, curve, x, value);
       ++curve;
       if (shutterOn_) ShutterFeed(SoftTrigger, i, seconds, value);
     }
@@ -235,13 +267,21 @@ void Form_Experiment::ExperimentGrab() {
                             : ReadVoltage(c, HW().ADCalibrationOn);
     rowData_[size_t(column++)] = volts;
     if (ch.Plot) {
-      if (adplot) adplot->PlotPoint(adCurve, x, volts);
+      if (adplot) RunPoint(*adplot, Check_ADPlotAutoScale, adplotRedraw_, adCurve, x, volts);
       ++adCurve;
     }
   }
   // 10. A full sheet keeps what it has.
   const long before = sheet->Row();
   sheet->SetRowData(rowData_);
+  // Plots whose ranges grew are drawn anew, with this row.
+  for (auto [plot, redraw] : {std::pair{IntensityPlot(), &iplotRedraw_}, {adplot, &adplotRedraw_}}) {
+    if (plot && *redraw) {
+      plot->ClearPlot();
+      plot->Plot();
+    }
+    *redraw = false;
+  }
   if (sheet->Row() == before) {
     StopCode() = int16_t(kErrMaxRows);
     return;

@@ -348,3 +348,40 @@ TEST_F(RunTest, TheTriggerBoxCancelledEndsWithoutARow) {
 
 }  // namespace
 }  // namespace sv
+
+namespace sv::test {
+namespace {
+
+// Points outside an autoscaled plot widen its ranges while the run goes on,
+// so that each new point is in sight; without autoscale the ranges stay.
+TEST_F(RunTest, AutoscaledPlotsWidenToTakeEachPoint) {
+  Window(0);
+  DefineIt(100, 3000);  // 30 s of time on an X axis that starts at 0..3 s
+  std::vector<std::string> outside;
+  onRow = [&](const RunRow& r) {
+    Form_Plot* plot = form.IntensityPlot();
+    ASSERT_NE(plot, nullptr);
+    const double y = CellNumber(r.row, 2);
+    const auto& x = plot->XAxis;
+    const auto& ya = plot->YAxis;
+    if (r.seconds < x.From || r.seconds > x.To || y < ya.From || y > ya.To)
+      outside.push_back(std::to_string(r.row));
+  };
+  form.Command_Start(0);
+  EXPECT_TRUE(outside.empty()) << outside.size() << " rows outside, first " << outside[0];
+
+  host.Answer(MsgResult::No);  // don't save
+  form.Command_New();
+  form.Check_IPlotAutoScale = false;
+  Window(0);
+  DefineIt(100, 1000);
+  form.Command_Accept();
+  Form_Plot* plot = form.IntensityPlot();
+  ASSERT_NE(plot, nullptr);
+  plot->SetYRange(0, 1);
+  form.Command_Start(0);
+  EXPECT_EQ(plot->YAxis.To, 1.0f);
+}
+
+}  // namespace
+}  // namespace sv::test
