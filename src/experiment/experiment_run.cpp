@@ -345,7 +345,8 @@ void Form_Experiment::CleanUp(bool ended) {
   }
   // 5. The sheet keeps the rows that were written.
   LockDocuments(sheet, iplot, adplot, false);
-  ShowStatus(std::to_string(rows) + " Records");
+  std::string status = std::to_string(rows) + " Records";
+  ShowStatus(status);
   if (sheet) {
     sheet->Rows(rows + 1);
     sheet->Redraw(true);
@@ -363,7 +364,8 @@ void Form_Experiment::CleanUp(bool ended) {
   if (es.AutoSave && !sheetPath_.empty() && sheet) {
     if (sheet->SaveWorksheet(sheetPath_) == 0) {
       saved = true;
-      ShowStatus(std::to_string(rows) + " Records saved to " + sheetPath_);
+      status = std::to_string(rows) + " Records saved to " + sheetPath_;
+      ShowStatus(status);
       DropJournal();
     }
   }
@@ -372,7 +374,10 @@ void Form_Experiment::CleanUp(bool ended) {
   if (Check_DDE) sheetLink_.Close();
   // 10.
   if (!vtr && previewWas_)
-    if (Form_Camera* image = SourceImage()) Preview(*image);
+    if (Form_Camera* image = SourceImage()) {
+      Preview(*image);
+      ShowStatus(status);  // the preview writes its own status: the run's count stays
+    }
   previewWas_ = false;
   // 11.
   running_ = false;

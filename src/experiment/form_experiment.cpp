@@ -303,6 +303,8 @@ bool Form_Experiment::ParseField(Field f, double& value) const {
 }
 
 void Form_Experiment::Text_Change() {
+  // No edit can be accepted under a running loop.
+  if (running_) return;
   SetEditState(true);
   Changed();
 }

@@ -383,5 +383,22 @@ TEST_F(RunTest, AutoscaledPlotsWidenToTakeEachPoint) {
   EXPECT_EQ(plot->YAxis.To, 1.0f);
 }
 
+// A field typed in while the loop runs cannot light Accept under it.
+TEST_F(RunTest, NoEditCanBeAcceptedWhileRunning) {
+  Window(0);
+  DefineIt(100, 500);
+  bool lit = false;
+  host.onYield = [&] {
+    form.Text_Change();
+    lit = lit || form.Ctl_Command_Accept.Enabled || form.Ctl_Command_Cancel.Enabled;
+  };
+  form.Command_Start(0);
+  host.onYield = nullptr;
+  EXPECT_FALSE(lit);
+  EXPECT_EQ(Sheet().Rows(), 6);
+  form.Text_Change();  // after the run an edit counts again
+  EXPECT_TRUE(form.Ctl_Command_Accept.Enabled);
+}
+
 }  // namespace
 }  // namespace sv::test
