@@ -238,6 +238,9 @@ void Form_Experiment::ExperimentDo(int flags) {
 
 bool Form_Experiment::StepLoop(bool single, bool vtr, bool ie) {
   ExperimentSettings& es = ES();
+  // When the last step was due, in ms since StartTime: the time the tStep
+  // wait aimed at when it had to wait, else the step's own time stamp.
+  int32_t due = es.Time;
   for (;;) {
     // 1.
     if (shutterOn_) ShutterOpen();
@@ -254,12 +257,17 @@ bool Form_Experiment::StepLoop(bool single, bool vtr, bool ie) {
       Label_dwellTimeMarked = false;
       Changed();
     }
-    // 5. The interval counts from the last step's time stamp, so it never
-    // drifts.
+    // 5. The interval counts from the last step, not from the end of its
+    // work, so the time a step takes does not add up. A step on time counts
+    // from when it was due, so that a wait that wakes a little late (or a
+    // clock read after it) does not push all later steps back either.
+    bool onTime = false;
     if (!ie && es.tStep != 0) {
       Label_tStepMarked = true;
       Changed();
-      WaitSince(SV_AddTime(startTime_, es.Time), es.tStep);
+      const uint32_t from = SV_AddTime(startTime_, due);
+      onTime = SV_SubTime(host().TimeGetTime(), from) < es.tStep;
+      WaitSince(from, es.tStep);
       Label_tStepMarked = false;
       Changed();
     }
@@ -268,6 +276,7 @@ bool Form_Experiment::StepLoop(bool single, bool vtr, bool ie) {
       es.Time = SV_SubTime(host().TimeGetTime(), startTime_);
     else
       es.Time = TheFilmSource()->TimeMs();
+    due = onTime ? due + es.tStep : es.Time;
     // 7. Time and rate at most once a second.
     if (es.Time > nextDisplay_) {
       ShowTimeAndRate(!vtr);
