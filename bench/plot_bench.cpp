@@ -18,12 +18,15 @@
 #include <vector>
 
 #include "cli/batch_host.h"
+#include "bench_picture.h"
 #include "harness.h"
 #include "paint/qt_surface.h"
 #include "plot/form_plot.h"
 #include "worksheet/form_worksheet.h"
 
 namespace {
+
+using svbench::App;
 
 constexpr int kWidth = 1600, kHeight = 1200;
 constexpr long kFullPoints = sv::kMaxSheetRows - 1;  // row 0 is the header
@@ -34,34 +37,7 @@ sv::cli::BatchHost& BenchHost() {
   return host;
 }
 
-// Qt's text needs an application; the bench has no screen.
-void App() {
-  static QGuiApplication* app = [] {
-    if (qgetenv("QT_QPA_PLATFORM").isEmpty()) qputenv("QT_QPA_PLATFORM", "offscreen");
-    static int argc = 1;
-    static char name[] = "sv_bench";
-    static char* argv[] = {name, nullptr};
-    return new QGuiApplication(argc, argv);
-  }();
-  svbench::Use(app);
-}
 
-// The plot window's picture: a QImage with one painter open on it.
-class ImageView : public sv::PlotView {
- public:
-  ImageView() : image_(kWidth, kHeight, QImage::Format_RGB32) {
-    image_.fill(Qt::white);
-    painter_ = std::make_unique<QPainter>(&image_);
-    surface_ = std::make_unique<sv::paint::QtSurface>(*painter_, QSizeF(kWidth, kHeight), true);
-  }
-  sv::DrawSurface* Picture() override { return surface_.get(); }
-  QPainter& Painter() { return *painter_; }
-
- private:
-  QImage image_;
-  std::unique_ptr<QPainter> painter_;
-  std::unique_ptr<sv::paint::QtSurface> surface_;
-};
 
 // A sheet of X = 1, 2, ... and a noisy Y (four slow waves across the sheet,
 // the noise a sixth of the height), and a plot of it drawing lines one point
@@ -69,7 +45,7 @@ class ImageView : public sv::PlotView {
 struct Bench {
   sv::Form_Worksheet sheet;
   sv::Form_Plot plot;
-  ImageView picture;
+  svbench::ImageView picture{kWidth, kHeight};
   std::vector<float> x, y;
 
   explicit Bench(long points) {

@@ -46,6 +46,7 @@
 #include "hardware/devices.h"
 #include "hardware/energy.h"
 #include "hardware/hardware.h"
+#include "bench_picture.h"
 #include "harness.h"
 #include "image/form_camera.h"
 #include "image/kernel/test_image.h"
@@ -57,6 +58,8 @@
 #include "worksheet/worksheet_documents.h"
 
 namespace {
+
+using svbench::App;
 
 using Clock = std::chrono::steady_clock;
 
@@ -76,17 +79,6 @@ double Median(std::vector<double> v) {
   return v[v.size() / 2];
 }
 
-// Qt's text needs an application; the bench has no screen.
-void App() {
-  static QGuiApplication* app = [] {
-    if (qgetenv("QT_QPA_PLATFORM").isEmpty()) qputenv("QT_QPA_PLATFORM", "offscreen");
-    static int argc = 1;
-    static char name[] = "sv_bench";
-    static char* argv[] = {name, nullptr};
-    return new QGuiApplication(argc, argv);
-  }();
-  svbench::Use(app);
-}
 
 // A capture device whose buffers always hold the one stored picture, as 16-bit
 // grey: a buffer given back is full again by the next wait, as from a device
@@ -198,24 +190,6 @@ class ReadWatch : public sv::CameraView {
   Clock::duration read{};
 };
 
-// A plot window's picture: a QImage with one painter open on it.
-class ImageView : public sv::PlotView {
- public:
-  ImageView() : image_(kPlotWidth, kPlotHeight, QImage::Format_RGB32) {
-    image_.fill(Qt::white);
-    painter_ = std::make_unique<QPainter>(&image_);
-    surface_ =
-        std::make_unique<sv::paint::QtSurface>(*painter_, QSizeF(kPlotWidth, kPlotHeight), true);
-  }
-  sv::DrawSurface* Picture() override { return surface_.get(); }
-  void ShowPicture() override { ++shown; }
-  long shown = 0;
-
- private:
-  QImage image_;
-  std::unique_ptr<QPainter> painter_;
-  std::unique_ptr<sv::paint::QtSurface> surface_;
-};
 
 struct Figures {
   std::string error;
@@ -395,7 +369,7 @@ class RunBench {
   sv::MDIForm_Main main_;
   StoredDevices devices_;
   sv::Form_Experiment form_;
-  ImageView iview_, adview_;
+  svbench::ImageView iview_{kPlotWidth, kPlotHeight}, adview_{kPlotWidth, kPlotHeight};
   ReadWatch watch_;
   std::filesystem::path folder_;
 };
