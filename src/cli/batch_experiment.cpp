@@ -92,6 +92,25 @@ int ParseOptions(const std::vector<std::string>& args, Options& o, std::ostream&
   return 0;
 }
 
+}  // namespace
+
+void ReadExperimentSetup(Host& host, const std::string& ini, const std::function<void()>& install) {
+  ResetHardware();
+  ResetWindowGlobals();
+  ResetLineGlobals();
+  ResetExperimentSettings();
+  Globals& g = G();
+  g.UserIniName = host.UserName();
+  g.IniFile = ini.empty() ? FormIniFile(host.ProgramFolder(), g.UserIniName) : ini;
+  install();
+  RegisterWindowSettings();
+  RegisterLineSettings();
+  RegisterExperimentSettings();
+  ReadSettings(nullptr);
+}
+
+namespace {
+
 // The workbench's state as start-up leaves it: settings of windows, lines,
 // devices and the experiment read, the A/D and I/O started, the plot library
 // registered. All of it goes again at the end.
@@ -100,18 +119,8 @@ class ExperimentSession {
   ExperimentSession(std::ostream& err, bool collect, const std::string& ini)
       : host(err, collect), scope_(&host) {
     ResetGlobals();
-    ResetHardware();
-    ResetWindowGlobals();
-    ResetLineGlobals();
-    ResetExperimentSettings();
-    Globals& g = G();
-    g.UserIniName = host.UserName();
-    g.IniFile = ini.empty() ? FormIniFile(host.ProgramFolder(), g.UserIniName) : ini;
-    InstallHardwareEnvironment();
-    RegisterWindowSettings();
-    RegisterLineSettings();
-    RegisterExperimentSettings();
-    ReadSettings(nullptr);
+    ReadExperimentSetup(host, ini, [] { InstallHardwareEnvironment(); });
+    const Globals& g = G();
     std::string name = g.ADName;
     if (!name.empty()) ADStart(name);
     name = g.IOName;

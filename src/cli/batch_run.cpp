@@ -13,6 +13,7 @@
 #include "analysis/scan_lines.h"
 #include "analysis/scan_windows.h"
 #include "cli/batch.h"
+#include "cli/batch_experiment.h"
 #include "cli/batch_host.h"
 #include "core/error_table.h"
 #include "core/globals.h"
@@ -140,21 +141,13 @@ class RunSession {
     ResetGlobals();
     ResetGrabberGlobals();
     ResetLiveGlobals();
-    ResetHardware();
-    ResetWindowGlobals();
-    ResetLineGlobals();
-    ResetExperimentSettings();
+    ReadExperimentSetup(host, ini, [] {
+      InstallGrabberEnvironment();
+      InstallHardwareEnvironment();
+      InstallShutter();
+      InstallEnergyHooks();
+    });
     Globals& g = G();
-    g.UserIniName = host.UserName();
-    g.IniFile = ini.empty() ? FormIniFile(host.ProgramFolder(), g.UserIniName) : ini;
-    InstallGrabberEnvironment();
-    InstallHardwareEnvironment();
-    InstallShutter();
-    InstallEnergyHooks();
-    RegisterWindowSettings();
-    RegisterLineSettings();
-    RegisterExperimentSettings();
-    ReadSettings(nullptr);
     SetMainForm(&main);
     RegisterImageDocuments(main);
     RegisterWorksheetDocuments(main);
