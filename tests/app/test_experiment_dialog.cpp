@@ -27,6 +27,7 @@
 #include "support/queue_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
+#include "menu_press.h"
 
 using namespace sv;
 using sv::test::QueueHost;
@@ -39,12 +40,7 @@ class TestExperimentDialog : public QObject {
   std::unique_ptr<MDIForm_Main> main_;
   std::unique_ptr<app::MainWindow> window_;
 
-  void Press(const char* name) {
-    main_->PrepareAllMenus();
-    QAction* a = window_->MenuAction(name);
-    QVERIFY2(a && a->isEnabled(), name);
-    a->trigger();
-  }
+  void Press(const char* name) { sv::test::PressMenu(*main_, *window_, name); }
   QDialog* Dialog() { return window_->findChild<QDialog*>("Form_Experiment"); }
   template <typename T>
   T* Child(const char* name) {

@@ -27,6 +27,7 @@
 #include "image/form_camera.h"
 #include "support/queue_host.h"
 #include "support/scripted_host.h"
+#include "menu_press.h"
 
 using namespace sv;
 using sv::test::QueueHost;
@@ -41,12 +42,7 @@ class TestHardwareDialogs : public QObject {
   app::HardwareDialogs dialogs_;
 
   // Presses a menu entry the way the user does.
-  void Press(const char* name) {
-    main_->PrepareAllMenus();
-    QAction* a = window_->MenuAction(name);
-    QVERIFY2(a && a->isEnabled(), name);
-    a->trigger();
-  }
+  void Press(const char* name) { sv::test::PressMenu(*main_, *window_, name); }
 
   // One frame of the dummy grabber.
   std::vector<uint16_t> Frame() {

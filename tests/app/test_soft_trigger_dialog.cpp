@@ -25,6 +25,7 @@
 #include "experiment/shutter.h"
 #include "hardware/hardware.h"
 #include "support/queue_host.h"
+#include "menu_press.h"
 
 using namespace sv;
 using sv::test::QueueHost;
@@ -38,12 +39,7 @@ class TestSoftTriggerDialog : public QObject {
   std::unique_ptr<app::MainWindow> window_;
   app::SoftTriggerDialog* dialog_ = nullptr;
 
-  void Press(const char* name) {
-    main_->PrepareAllMenus();
-    QAction* a = window_->MenuAction(name);
-    QVERIFY2(a && a->isEnabled(), name);
-    a->trigger();
-  }
+  void Press(const char* name) { sv::test::PressMenu(*main_, *window_, name); }
 
   void OpenFromMenu() {
     std::string io = "DummyIO";
