@@ -1,6 +1,8 @@
 #include "acquisition/v4l2_capture.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 
 #include "acquisition/grabber.h"
 #include "core/globals.h"
@@ -71,16 +73,25 @@ bool ConvertCaptureFrame(const CaptureFormat& f, ConstSamples8 bytes, bool colou
     const uint8_t* in = bytes.data() + size_t(y) * size_t(f.bytesPerLine);
     switch (f.pixelFormat) {
       case kCaptureGrey:
+        if (!colour) {
+          for (long x = 0; x < w; ++x) out[x] = in[x];
+          out += w;
+          break;
+        }
         for (long x = 0; x < w; ++x) {
           const uint16_t v = in[x];
           *out++ = v;
-          if (colour) {
-            *out++ = v;
-            *out++ = v;
-          }
+          *out++ = v;
+          *out++ = v;
         }
         break;
       case kCaptureY16:
+        if (!colour && std::endian::native == std::endian::little) {
+          // The words are the samples already.
+          std::memcpy(out, in, size_t(w) * 2);
+          out += w;
+          break;
+        }
         for (long x = 0; x < w; ++x) {
           const uint16_t v = uint16_t(in[2 * x] | in[2 * x + 1] << 8);
           *out++ = v;

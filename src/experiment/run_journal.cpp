@@ -95,11 +95,6 @@ bool ParseValue(std::string_view text, double& value) {
   return true;
 }
 
-std::string ValueText(double v) {
-  const float f = static_cast<float>(v);
-  return std::isfinite(f) ? ShortestFloatText(f) : std::string();
-}
-
 std::string SystemError(int code) { return std::strerror(code); }
 
 // What a header line changes; false with `why` when the line is bad.
@@ -223,13 +218,31 @@ std::string JournalHeaderText(const JournalHeader& h) {
   return text;
 }
 
-std::string JournalRowText(long row, const std::vector<double>& values) {
-  std::string text = std::to_string(row);
-  for (double v : values) {
+namespace {
+
+// Puts a row line at the end of `text`: the number, each value after a TAB
+// (nothing for a gap), the LF.
+void AppendRowText(std::string& text, long row, const double* values, size_t count,
+                   size_t columns) {
+  char buf[64];
+  auto r = std::to_chars(buf, buf + sizeof buf, row);
+  text.append(buf, r.ptr);
+  for (size_t i = 0; i < columns; ++i) {
     text += '\t';
-    text += ValueText(v);
+    const float f = i < count ? static_cast<float>(values[i])
+                                : std::numeric_limits<float>::quiet_NaN();
+    if (!std::isfinite(f)) continue;
+    r = std::to_chars(buf, buf + sizeof buf, f);
+    text.append(buf, r.ptr);
   }
   text += '\n';
+}
+
+}  // namespace
+
+std::string JournalRowText(long row, const std::vector<double>& values) {
+  std::string text;
+  AppendRowText(text, row, values.data(), values.size(), values.size());
   return text;
 }
 
@@ -307,10 +320,11 @@ bool RunJournal::WriteLine(const std::string& line) {
 }
 
 bool RunJournal::Append(long row, const std::vector<double>& values) {
-  // Exactly the header's columns: missing values are gaps.
-  std::vector<double> fields(columns_, std::numeric_limits<double>::quiet_NaN());
-  for (size_t i = 0; i < columns_ && i < values.size(); ++i) fields[i] = values[i];
-  if (!WriteLine(JournalRowText(row, fields))) return false;
+  // Exactly the header's columns: missing values are gaps. The line is
+  // built in the same buffer every time.
+  line_.clear();
+  AppendRowText(line_, row, values.data(), values.size(), columns_);
+  if (!WriteLine(line_)) return false;
   ++rows_;
   return true;
 }

@@ -109,6 +109,7 @@ class RunJournal {
   size_t columns_ = 0;
   long rows_ = 0;
   std::string error_;
+  std::string line_;  // the row being written
 };
 
 // A journal read back.

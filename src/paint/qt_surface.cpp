@@ -102,19 +102,39 @@ QtSurface::PixelGrid::~PixelGrid() {
   if (shifted_) painter_.translate(-0.5, -0.5);
 }
 
+const QPen& QtSurface::PenOf(const DrawPen& pen) {
+  for (size_t i = 0; i < keptCount_; ++i) {
+    const DrawPen& k = kept_[i].pen;
+    if (k.color == pen.color && k.width == pen.width && k.style == pen.style) return kept_[i].qpen;
+  }
+  // The oldest makes room.
+  KeptPen& slot = kept_[keptNext_];
+  keptNext_ = (keptNext_ + 1) % kKeptPens;
+  keptCount_ = std::min(keptCount_ + 1, kKeptPens);
+  slot.pen = pen;
+  slot.qpen = ToQPen(pen, RasterEngine());
+  return slot.qpen;
+}
+
+// The same as PixelGrid, moving the points instead of the painter.
+double QtSurface::GridShift(const QPen& pen) const {
+  const double w = pen.widthF();
+  return RasterEngine() && std::fmod(w <= 0 ? 1.0 : w, 2.0) == 1.0 ? 0.5 : 0.0;
+}
+
 void QtSurface::Line(double x1, double y1, double x2, double y2, const DrawPen& pen) {
   if (!Finite(x1) || !Finite(y1) || !Finite(x2) || !Finite(y2)) return;
-  const QPen qpen = ToQPen(pen, RasterEngine());
+  const QPen& qpen = PenOf(pen);
   painter_.setPen(qpen);
-  PixelGrid grid(*this, qpen);
-  painter_.drawLine(QPointF(x1, y1), QPointF(x2, y2));
+  const double d = GridShift(qpen);
+  painter_.drawLine(QPointF(x1 + d, y1 + d), QPointF(x2 + d, y2 + d));
 }
 
 void QtSurface::Polyline(const DrawPoint* points, size_t count, const DrawPen& pen) {
   if (!points || count < 2) return;
-  QPen qpen = ToQPen(pen, RasterEngine());
+  QPen qpen = PenOf(pen);
   painter_.setPen(qpen);
-  PixelGrid grid(*this, qpen);
+  const double d = GridShift(qpen);
   QVarLengthArray<QPointF, kStrokePiece> piece;
   // Paper and vector files take the whole line as one path, which they only
   // write down.
@@ -128,7 +148,7 @@ void QtSurface::Polyline(const DrawPoint* points, size_t count, const DrawPen& p
     piece.clear();
     for (size_t i = start; i < end; ++i) {
       if (!Finite(points[i].x) || !Finite(points[i].y)) continue;
-      piece.append(QPointF(points[i].x, points[i].y));
+      piece.append(QPointF(points[i].x + d, points[i].y + d));
     }
     if (dashed && start > 0) {
       qpen.setDashOffset(walked / dashUnit);
@@ -152,7 +172,7 @@ void QtSurface::Polygon(const DrawPoint* points, size_t count, int32_t fill, con
   poly.reserve(qsizetype(count));
   for (size_t i = 0; i < count; ++i)
     if (Finite(points[i].x) && Finite(points[i].y)) poly.append(QPointF(points[i].x, points[i].y));
-  const QPen qpen = ToQPen(pen, RasterEngine());
+  const QPen& qpen = PenOf(pen);
   painter_.setPen(qpen);
   painter_.setBrush(ToQColor(fill));
   PixelGrid grid(*this, qpen);
@@ -161,7 +181,7 @@ void QtSurface::Polygon(const DrawPoint* points, size_t count, int32_t fill, con
 }
 
 void QtSurface::Ellipse(const DrawRect& box, const DrawPen& pen, bool filled, int32_t fill) {
-  const QPen qpen = ToQPen(pen, RasterEngine());
+  const QPen& qpen = PenOf(pen);
   painter_.setPen(qpen);
   PixelGrid grid(*this, qpen);
   if (filled) painter_.setBrush(ToQColor(fill));

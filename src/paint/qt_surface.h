@@ -55,8 +55,20 @@ class QtSurface : public DrawSurface {
     bool shifted_ = false;
   };
   QFont ToQFont(const DrawFont& font) const;
+  // The Qt pen of a pen, kept from earlier calls: a plot drawn point by
+  // point sets the same few pens again and again.
+  const QPen& PenOf(const DrawPen& pen);
+  // Half a pixel on a raster for lines of odd width, else 0.
+  double GridShift(const QPen& pen) const;
 
   QPainter& painter_;
+  struct KeptPen {
+    DrawPen pen;
+    QPen qpen;
+  };
+  static constexpr size_t kKeptPens = 16;
+  KeptPen kept_[kKeptPens];
+  size_t keptCount_ = 0, keptNext_ = 0;
   QSizeF page_;
   bool raster_;
   bool antialias_;

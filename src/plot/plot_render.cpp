@@ -175,22 +175,27 @@ DrawRect DrawPlotPoint(Form_Plot& plot, DrawSurface& dev, long curve, float x, f
   const DrawPoint p = m.At(x, y);
   DrawRect box{p.x, p.y, p.x, p.y};
   double pad = 0;
-  dev.SetClip(frame);
+  const double width = DeviceSize(c.Width), size = DeviceSize(c.Size);
   if (segment) {
-    const float xs[2] = {from.x, x}, ys[2] = {from.y, y};
-    const double width = DeviceSize(c.Width);
-    kernel::SV_plot_polyline(dev, 2, xs, ys, m.ox, m.oy, m.sx, m.sy, color, width, c.LineType);
     const DrawPoint q = m.At(from.x, from.y);
     box = {std::min(box.left, q.x), std::min(box.top, q.y), std::max(box.right, q.x),
            std::max(box.bottom, q.y)};
     pad = std::max(pad, width / 2);
   }
-  if (symbol) {
-    const double size = DeviceSize(c.Size);
-    kernel::SV_plot_symbols(dev, 1, &x, &y, m.ox, m.oy, m.sx, m.sy, c.Shape, size, color);
-    pad = std::max(pad, size / 2);
+  if (symbol) pad = std::max(pad, size / 2);
+  // Clipping costs more than the drawing: a point well inside the frame
+  // goes without.
+  const double margin = pad + 2;
+  const bool inside = box.left - margin >= frame.left && box.right + margin <= frame.right &&
+                      box.top - margin >= frame.top && box.bottom + margin <= frame.bottom;
+  if (!inside) dev.SetClip(frame);
+  if (segment) {
+    const float xs[2] = {from.x, x}, ys[2] = {from.y, y};
+    kernel::SV_plot_polyline(dev, 2, xs, ys, m.ox, m.oy, m.sx, m.sy, color, width, c.LineType);
   }
-  dev.ClearClip();
+  if (symbol)
+    kernel::SV_plot_symbols(dev, 1, &x, &y, m.ox, m.oy, m.sx, m.sy, c.Shape, size, color);
+  if (!inside) dev.ClearClip();
 
   // The changed pixels, a little more for antialiasing, within the frame.
   pad += 2;

@@ -338,12 +338,11 @@ TEST(PlotRender, PlotPointDrawsOneSegmentAndOneSymbol) {
 
   const double x3 = s.plot.ScreenX(3), y3 = s.plot.ScreenY(3);
   const double x4 = s.plot.ScreenX(4), y4 = s.plot.ScreenY(4);
+  // Well inside the frame: no clip.
   RecordingSurface expected(1600, 1200);
-  expected.SetClip(LayerFrame(s.plot.Layer, expected));
   const DrawPoint seg[2] = {{x3, y3}, {x4, y4}};
   expected.Polyline(seg, 2, {0x0000FF, PointsToDevice(1.0), 0});
   kernel::PlotSymbol(expected, x4, y4, 0, PointsToDevice(3.0), 0x0000FF);
-  expected.ClearClip();
   const auto& got = s.view.surface.calls;
   ASSERT_EQ(got.size(), expected.calls.size());
   for (size_t i = 0; i < got.size(); ++i) {
@@ -370,6 +369,15 @@ TEST(PlotRender, PlotPointDrawsOneSegmentAndOneSymbol) {
   s.plot.PlotPoint(0, 5, 5);
   EXPECT_TRUE(s.CurveLines().size() == 1 && s.CurveLines()[0]->points.size() == 5);  // the square
   EXPECT_EQ(DrawPlotPoint(s.plot, s.view.surface, 7, 1, 1).Width(), 0);
+
+  // A point whose symbol reaches over the frame is drawn inside the frame's clip.
+  const DrawRect frame = LayerFrame(s.plot.Layer, s.view.surface);
+  const float edgeY = float(s.plot.UserY(frame.top));
+  s.view.surface.Clear();
+  s.plot.PlotPoint(0, 5, edgeY);
+  ASSERT_FALSE(s.view.surface.calls.empty());
+  EXPECT_EQ(s.view.surface.calls.front().kind, DrawCall::SetClip);
+  EXPECT_EQ(s.view.surface.calls.back().kind, DrawCall::ClearClip);
 }
 
 TEST(PlotRender, LegendBoxAtTheUpperRightAndNothingWithoutCurves) {

@@ -467,6 +467,32 @@ struct AxisStepper {
   }
 };
 
+// Points of a grey line lying on one pixel row, T pixels across: point m
+// takes s[D m + off[k]] for every k. The mean (2 sum + T) / 2T is a
+// division by a constant, which the compiler turns into a vector multiply.
+template <long T, long D>
+void RowRun(const uint16_t* s, const ptrdiff_t* offsets, uint32_t* cells, long n, bool start) {
+  static auto body = [](const uint16_t* q, const ptrdiff_t* o, uint32_t* __restrict out, long m,
+                        bool first) SV_ANALYSIS_BODY {
+    ptrdiff_t off[T];
+    for (long k = 0; k < T; ++k) off[k] = o[k];
+    if (first) {
+      for (long i = 0; i < m; ++i) {
+        uint32_t sum = 0;
+        for (long k = 0; k < T; ++k) sum += q[D * i + off[k]];
+        out[i] = (2 * sum + uint32_t(T)) / uint32_t(2 * T);
+      }
+    } else {
+      for (long i = 0; i < m; ++i) {
+        uint32_t sum = 0;
+        for (long k = 0; k < T; ++k) sum += q[D * i + off[k]];
+        out[i] += (2 * sum + uint32_t(T)) / uint32_t(2 * T);
+      }
+    }
+  };
+  Run(body, s, offsets, cells, n, start);
+}
+
 template <int C>
 long ScanLine(LineAccumulator& line, FrameSize size, ConstSamples16 image, long frame) {
   if (!Holds(image, size, C) || frame < 0) return -1;
@@ -534,6 +560,27 @@ long ScanLine(LineAccumulator& line, FrameSize size, ConstSamples16 image, long 
   // it (0: only at run time).
   auto walk = [&]<long T>() {
     const long across = T > 0 ? T : t;
+    // A grey line nearer the horizontal, held inside: the points go along
+    // pixel rows in runs, each run a vector loop.
+    if constexpr (C == 1 && T > 0) {
+      if (within && steps > 0 && std::labs(dx) == steps) {
+        AxisStepper ay(dy, steps);
+        for (long i = 0; i < points;) {
+          const long q = ay.q, first = i;
+          while (i < points && ay.q == q) {
+            ++i;
+            ay.Step();
+          }
+          const uint16_t* s =
+              pixels + size_t(line.Y1 + sy * q) * size_t(w) + size_t(line.X1 + sx * first);
+          if (sx > 0)
+            RowRun<T, 1>(s, off, cells + first, i - first, start);
+          else
+            RowRun<T, -1>(s, off, cells + first, i - first, start);
+        }
+        return;
+      }
+    }
     AxisStepper ax(dx, steps), ay(dy, steps);
     for (long i = 0; i < points; ++i) {
       const long px = line.X1 + sx * ax.q, py = line.Y1 + sy * ay.q;
@@ -576,20 +623,54 @@ bool LineAnalysis(const LineAccumulator& line, std::span<float> profile, LineRes
   if (line.Frames <= 0 || n <= 0) return false;
   if (line.Buffer.size() < size_t(n) * C || profile.size() < size_t(n) * C) return false;
   const double frames = double(line.Frames);
+  // A power of two of frames divides exactly by a multiply.
+  const bool power = (line.Frames & (line.Frames - 1)) == 0;
+  const double inverse = 1.0 / frames;
   for (int c = 0; c < C; ++c) {
     LineResult r;
     r.Length = n;
     r.Frames = line.Frames;
-    double total = 0;
-    for (long i = 0; i < n; ++i) {
-      const float v = float(double(line.Buffer[size_t(c) * size_t(n) + size_t(i)]) / frames);
-      profile[size_t(c) * size_t(n) + size_t(i)] = v;
-      total += v;
-      if (i == 0 || v < r.Min) r.Min = v;
-      if (i == 0 || v > r.Max) {
-        r.Max = v;
-        r.MaxIndex = i;
+    const uint32_t* sums = line.Buffer.data() + size_t(c) * size_t(n);
+    float* out = profile.data() + size_t(c) * size_t(n);
+    uint32_t low = sums[0], high = sums[0];
+    uint64_t whole = 0;
+    if (power) {
+      // Over a power of two the float of the sum scales exactly.
+      static auto scale = [](const uint32_t* __restrict in, float* __restrict to, long m, float by,
+                             uint32_t* lo, uint32_t* hi, uint64_t* all) SV_ANALYSIS_BODY {
+        uint32_t l = *lo, h = *hi;
+        uint64_t a = 0;
+        for (long i = 0; i < m; ++i) {
+          to[i] = float(in[i]) * by;
+          l = std::min(l, in[i]);
+          h = std::max(h, in[i]);
+          a += in[i];
+        }
+        *lo = l;
+        *hi = h;
+        *all = a;
+      };
+      Run(scale, sums, out, n, float(inverse), &low, &high, &whole);
+    } else {
+      for (long i = 0; i < n; ++i) {
+        out[i] = float(double(sums[i]) / frames);
+        low = std::min(low, sums[i]);
+        high = std::max(high, sums[i]);
       }
+    }
+    // The value follows the sum monotonically: the extremes are those of
+    // the sums, the first point at the top is where the maximum lies.
+    r.Min = float(double(low) / frames);
+    r.Max = float(double(high) / frames);
+    r.MaxIndex = long(std::find(out, out + n, r.Max) - out);
+    // The mean of the values as floats, summed in order. Values of sums
+    // below 2^24 over a power of two are exact, and so is every partial
+    // sum: the total is then the whole sum over the frames.
+    double total = 0;
+    if (power && high < (uint32_t(1) << 24)) {
+      total = double(whole) * inverse;
+    } else {
+      for (long i = 0; i < n; ++i) total += out[i];
     }
     r.Mean = float(total / double(n));
     if (LinePoints(line.X1, line.Y1, line.X2, line.Y2) == n) {

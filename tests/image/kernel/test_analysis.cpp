@@ -386,6 +386,39 @@ TEST_F(AnalysisIsa, EveryLevelGivesTheSameResults) {
   }
 }
 
+TEST_F(AnalysisIsa, GreyLinesAlongRowsMatchTheColourWalkAtEveryLevel) {
+  // A grey line near the horizontal goes along pixel rows in vector runs; a
+  // colour line takes the point-by-point walk. With the same samples in all
+  // three planes the sums must agree, at every level, summed over frames.
+  const FrameSize s{97, 41};
+  const Frame g0 = Random(s, 1, 60, 65535), g1 = Random(s, 1, 61, 65535);
+  auto twin = [&](const Frame& g) {
+    Frame c(g.size() * 3);
+    for (size_t i = 0; i < g.size(); ++i) c[3 * i] = c[3 * i + 1] = c[3 * i + 2] = g[i];
+    return c;
+  };
+  const Frame c0 = twin(g0), c1 = twin(g1);
+  const LineAccumulator shapes[] = {Line(2, 20, 94, 20, 1), Line(94, 20, 2, 20, 3),
+                                    Line(3, 5, 90, 33, 5),  Line(90, 9, 4, 31, 3),
+                                    Line(10, 30, 80, 12, 25), Line(40, 18, 41, 19, 7)};
+  for (int level = 0; level <= 2; ++level) {
+    SV_set_analysis_isa(level);
+    for (const LineAccumulator& shape : shapes) {
+      SCOPED_TRACE("level " + std::to_string(level) + " line " + std::to_string(shape.X1) + "," +
+                   std::to_string(shape.Y1) + " t " + std::to_string(shape.Thickness));
+      LineAccumulator grey = shape, rgb = shape;
+      std::vector<uint32_t> gb(size_t(grey.Points())), cb(gb.size() * 3);
+      grey.Buffer = gb;
+      rgb.Buffer = cb;
+      ASSERT_EQ(SV_scan_line16(grey, s, g0, 0), grey.Points());
+      ASSERT_EQ(SV_scan_line16(grey, s, g1, 1), grey.Points());
+      ASSERT_EQ(SV_RGB_scan_line16(rgb, s, c0, 0), rgb.Points());
+      ASSERT_EQ(SV_RGB_scan_line16(rgb, s, c1, 1), rgb.Points());
+      EXPECT_EQ(gb, std::vector<uint32_t>(cb.begin(), cb.begin() + long(gb.size())));
+    }
+  }
+}
+
 // --- Lines -------------------------------------------------------------------
 
 // A frame whose samples are f(x, y).
@@ -484,6 +517,36 @@ TEST(LineScan, SinglePointAndAveragingRuns) {
   // Frame 0 starts over.
   ASSERT_EQ(SV_scan_line16(line, s, f, 0), 5);
   EXPECT_EQ(buf, (std::vector<uint32_t>{10, 11, 12, 13, 14}));
+}
+
+TEST(LineScan, AnalysisOfLargeSumsIsTheFloatsSummedInOrder) {
+  // Sums past 2^24 no longer fit a float whole: the profile is each sum
+  // over the frames rounded to a float, the mean that of the floats.
+  for (long frames : {512L, 640L, 3L}) {
+    std::vector<uint32_t> buf(37);
+    for (size_t i = 0; i < buf.size(); ++i)
+      buf[i] = uint32_t(33554431u + 977u * uint32_t(i) * (i % 2 ? 1u : 3u));
+    buf[20] = buf[30] = 4000000000u;  // the first of two highest
+    LineAccumulator line = Line(0, 0, 36, 0, 1, buf);
+    line.Length = 37;
+    line.Frames = frames;
+    std::vector<float> prof(37);
+    LineResult r;
+    ASSERT_TRUE(SV_line_analysis(line, prof, r));
+    double total = 0;
+    float lo = 0, hi = 0;
+    for (size_t i = 0; i < buf.size(); ++i) {
+      const float v = float(double(buf[i]) / double(frames));
+      EXPECT_EQ(prof[i], v) << i;
+      total += v;
+      lo = i == 0 ? v : std::min(lo, v);
+      hi = i == 0 ? v : std::max(hi, v);
+    }
+    EXPECT_EQ(r.Min, lo);
+    EXPECT_EQ(r.Max, hi);
+    EXPECT_EQ(r.MaxIndex, 20);
+    EXPECT_EQ(r.Mean, float(total / 37.0));
+  }
 }
 
 TEST(LineScan, BadLinesAreRefusedAndTouchNothing) {
