@@ -9,8 +9,8 @@ namespace sv {
 
 namespace {
 
-// A number in the format "0.0": one decimal, halves away from zero as the
-// original's Format did, never "-0.0".
+// A number in the format "0.0": one decimal, rounded half
+// away from zero, never "-0.0".
 std::string Fixed1(double value) {
   if (!std::isfinite(value)) return "0.0";
   const double tenfold = value * 10.0;
