@@ -92,6 +92,15 @@ struct GenICamBounds {
 // when it cannot be opened.
 bool GenICamQuery(const std::string& id, GenICamBounds& bounds, std::string& error);
 
+// Whether a camera offers settings: each value given lies within its bounds
+// (a control it lacks takes no value), the pixel format is one it offers, and
+// the region lies inside the sensor on the camera's steps. A region of all
+// zeros leaves the camera's own; a width or height of 0 runs to the sensor's
+// edge. False with a message for the first value it does not offer, naming
+// what it does. The setup dialog and svbatch both check through this.
+bool GenICamCheck(const GenICamSettings& settings, const GenICamBounds& bounds,
+                  std::string& message);
+
 // Applies settings to the camera of the driver in use, when that is the
 // camera they name (or they name none): the stream is stopped, the settings
 // set, the buffers made anew at the new frame size and the stream started
@@ -170,8 +179,8 @@ class Form_GenICamSetup {
   // Closes; the settings in use stay as they were at the last Apply.
   void Command_Cancel();
 
-  // The fields as settings, checked. False with the message for the first
-  // bad field.
+  // The fields as settings, checked against the camera (GenICamCheck). False
+  // with the message for the first bad field.
   bool Validate(GenICamSettings& out, std::string& message) const;
 
  private:

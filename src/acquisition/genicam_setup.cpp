@@ -142,75 +142,66 @@ void Form_GenICamSetup::LoadFields(const GenICamSettings& v) {
   Text_Height = std::to_string(v.RegionHeight);
 }
 
-bool Form_GenICamSetup::Validate(GenICamSettings& out, std::string& message) const {
-  if (CameraIndex < 0 || CameraIndex >= int(Cameras.size()) || !hasBounds_) {
-    message = "Choose a camera first.";
-    return false;
-  }
-  const GenICamBounds& b = bounds_;
-  GenICamSettings s;
-  s.Camera = Cameras[size_t(CameraIndex)].Id;
-  struct Field {
-    const std::string& text;
-    std::optional<double>& value;
+bool GenICamCheck(const GenICamSettings& s, const GenICamBounds& b, std::string& message) {
+  const struct {
+    const std::optional<double>& value;
     bool has;
     double lo, hi;
     const char* what;
     const char* unit;
+  } controls[] = {
+      {s.ExposureTime, b.HasExposure, b.ExposureMin, b.ExposureMax, "exposure time", "\xC2\xB5s"},
+      {s.Gain, b.HasGain, b.GainMin, b.GainMax, "gain", "dB"},
+      {s.FrameRate, b.HasFrameRate, b.FrameRateMin, b.FrameRateMax, "frame rate", "Hz"},
   };
-  const Field fields[] = {
-      {Text_Exposure, s.ExposureTime, b.HasExposure, b.ExposureMin, b.ExposureMax,
-       "exposure time", "\xC2\xB5s"},
-      {Text_Gain, s.Gain, b.HasGain, b.GainMin, b.GainMax, "gain", "dB"},
-      {Text_FrameRate, s.FrameRate, b.HasFrameRate, b.FrameRateMin, b.FrameRateMax, "frame rate",
-       "Hz"},
-  };
-  for (const Field& f : fields) {
-    if (!ParseDouble(f.text, f.value)) {
-      message = std::string("The ") + f.what + " must be a number (" + f.unit + ").";
+  for (const auto& c : controls) {
+    if (!c.value) continue;
+    if (!c.has) {
+      message = std::string("This camera has no ") + c.what + " to set.";
       return false;
     }
-    if (f.value && !f.has) {
-      message = std::string("This camera has no ") + f.what + " to set.";
-      return false;
-    }
-    if (f.value && (*f.value < f.lo || *f.value > f.hi)) {
-      message = std::string("The ") + f.what + " must be between " + Num(f.lo) + " and " +
-                Num(f.hi) + " " + f.unit + ".";
+    if (!(*c.value >= c.lo && *c.value <= c.hi)) {
+      message = std::string("The ") + c.what + " must be between " + Num(c.lo) + " and " +
+                Num(c.hi) + " " + c.unit + ".";
       return false;
     }
   }
-  if (PixelFormatIndex < 0 || PixelFormatIndex >= int(Combo_PixelFormat.size())) {
-    message = "Choose a pixel format.";
+  if (!s.PixelFormat.empty() &&
+      std::find(b.PixelFormats.begin(), b.PixelFormats.end(), s.PixelFormat) ==
+          b.PixelFormats.end()) {
+    std::string offered;
+    for (const std::string& f : b.PixelFormats) offered += (offered.empty() ? "" : ", ") + f;
+    message = "This camera does not offer the pixel format " + s.PixelFormat +
+              (offered.empty() ? std::string("; it offers none that is taken here.")
+                               : "; it offers " + offered + ".");
     return false;
   }
-  s.PixelFormat = Combo_PixelFormat[size_t(PixelFormatIndex)];
-  struct Whole {
-    const std::string& text;
-    long& value;
+  if (s.RegionX == 0 && s.RegionY == 0 && s.RegionWidth == 0 && s.RegionHeight == 0) return true;
+  const long sw = b.SensorWidth, sh = b.SensorHeight;
+  const struct {
+    long value;
     const char* what;
-  };
-  const Whole wholes[] = {{Text_X, s.RegionX, "left edge (X)"},
-                          {Text_Y, s.RegionY, "top edge (Y)"},
-                          {Text_Width, s.RegionWidth, "width"},
-                          {Text_Height, s.RegionHeight, "height"}};
-  for (const Whole& w : wholes)
-    if (!ParseLong(w.text, w.value) || w.value < 0) {
-      message = std::string("The region's ") + w.what + " must be a whole number of pixels, 0 or more.";
+  } edges[] = {{s.RegionX, "left edge (X)"}, {s.RegionY, "top edge (Y)"},
+               {s.RegionWidth, "width"}, {s.RegionHeight, "height"}};
+  for (const auto& e : edges)
+    if (e.value < 0) {
+      message = std::string("The region's ") + e.what + " must be a whole number of pixels, 0 or more.";
       return false;
     }
-  const long sw = b.SensorWidth, sh = b.SensorHeight;
-  if (s.RegionWidth < b.WidthMin || s.RegionWidth > b.WidthMax) {
+  // As the driver sets it: 0 runs to the sensor's edge.
+  const long w = s.RegionWidth > 0 ? s.RegionWidth : sw - s.RegionX;
+  const long h = s.RegionHeight > 0 ? s.RegionHeight : sh - s.RegionY;
+  if (w < b.WidthMin || w > b.WidthMax) {
     message = "The region's width must be between " + std::to_string(b.WidthMin) + " and " +
               std::to_string(b.WidthMax) + " pixels.";
     return false;
   }
-  if (s.RegionHeight < b.HeightMin || s.RegionHeight > b.HeightMax) {
+  if (h < b.HeightMin || h > b.HeightMax) {
     message = "The region's height must be between " + std::to_string(b.HeightMin) + " and " +
               std::to_string(b.HeightMax) + " pixels.";
     return false;
   }
-  if ((sw > 0 && s.RegionX + s.RegionWidth > sw) || (sh > 0 && s.RegionY + s.RegionHeight > sh)) {
+  if ((sw > 0 && s.RegionX + w > sw) || (sh > 0 && s.RegionY + h > sh)) {
     message = "The region must lie inside the sensor of " + std::to_string(sw) + " x " +
               std::to_string(sh) + " pixels.";
     return false;
@@ -220,14 +211,58 @@ bool Form_GenICamSetup::Validate(GenICamSettings& out, std::string& message) con
     const char* what;
   } steps[] = {{s.RegionX, b.XIncrement, "left edge (X)"},
                {s.RegionY, b.YIncrement, "top edge (Y)"},
-               {s.RegionWidth, b.WidthIncrement, "width"},
-               {s.RegionHeight, b.HeightIncrement, "height"}};
+               {w, b.WidthIncrement, "width"},
+               {h, b.HeightIncrement, "height"}};
   for (const auto& st : steps)
     if (st.step > 1 && st.value % st.step != 0) {
       message = std::string("The region's ") + st.what + " must be a multiple of " +
                 std::to_string(st.step) + ".";
       return false;
     }
+  return true;
+}
+
+bool Form_GenICamSetup::Validate(GenICamSettings& out, std::string& message) const {
+  if (CameraIndex < 0 || CameraIndex >= int(Cameras.size()) || !hasBounds_) {
+    message = "Choose a camera first.";
+    return false;
+  }
+  GenICamSettings s;
+  s.Camera = Cameras[size_t(CameraIndex)].Id;
+  const struct {
+    const std::string& text;
+    std::optional<double>& value;
+    const char* what;
+    const char* unit;
+  } numbers[] = {
+      {Text_Exposure, s.ExposureTime, "exposure time", "\xC2\xB5s"},
+      {Text_Gain, s.Gain, "gain", "dB"},
+      {Text_FrameRate, s.FrameRate, "frame rate", "Hz"},
+  };
+  for (const auto& n : numbers)
+    if (!ParseDouble(n.text, n.value)) {
+      message = std::string("The ") + n.what + " must be a number (" + n.unit + ").";
+      return false;
+    }
+  if (PixelFormatIndex < 0 || PixelFormatIndex >= int(Combo_PixelFormat.size())) {
+    message = "Choose a pixel format.";
+    return false;
+  }
+  s.PixelFormat = Combo_PixelFormat[size_t(PixelFormatIndex)];
+  const struct {
+    const std::string& text;
+    long& value;
+    const char* what;
+  } wholes[] = {{Text_X, s.RegionX, "left edge (X)"},
+                {Text_Y, s.RegionY, "top edge (Y)"},
+                {Text_Width, s.RegionWidth, "width"},
+                {Text_Height, s.RegionHeight, "height"}};
+  for (const auto& w : wholes)
+    if (!ParseLong(w.text, w.value) || w.value < 0) {
+      message = std::string("The region's ") + w.what + " must be a whole number of pixels, 0 or more.";
+      return false;
+    }
+  if (!GenICamCheck(s, bounds_, message)) return false;
   out = s;
   return true;
 }

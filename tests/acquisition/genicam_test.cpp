@@ -2,6 +2,7 @@
 // their ramp, the shape following the pixel format and region, no frame in
 // time, the grabber wrappers, the setup dialog and its ini section.
 
+#include <cmath>
 #include <cstdlib>
 #include <tuple>
 
@@ -111,6 +112,53 @@ TEST(GenICamConvertTest, EachFormatUnpacksOnceIntoSamples) {
                               {"Mono16", 16L, false}, {"RGB8", 8L, true}}) {
     ASSERT_TRUE(GenICamFormatShape(format, bits, colour));
     EXPECT_EQ(std::tuple(bits, colour), std::tuple(b, c)) << format;
+  }
+}
+
+TEST(GenICamCheckTest, EachValueTheCameraDoesNotOfferIsNamedWithWhatItOffers) {
+  GenICamBounds b;
+  b.HasExposure = true;
+  std::tie(b.ExposureMin, b.ExposureMax) = std::tuple(10.0, 5000.0);
+  b.HasFrameRate = true;
+  std::tie(b.FrameRateMin, b.FrameRateMax) = std::tuple(1.0, 60.0);
+  std::tie(b.SensorWidth, b.SensorHeight) = std::tuple(640L, 480L);
+  std::tie(b.WidthMin, b.WidthMax, b.HeightMin, b.HeightMax) = std::tuple(16L, 640L, 8L, 480L);
+  std::tie(b.XIncrement, b.WidthIncrement) = std::tuple(2L, 8L);
+  b.PixelFormats = {"Mono8", "Mono16"};
+  auto with = [](auto change) {
+    GenICamSettings s;
+    change(s);
+    return s;
+  };
+  struct Case {
+    GenICamSettings settings;
+    const char* message;  // "" when the camera offers it
+  } cases[] = {
+      {GenICamSettings(), ""},
+      {with([](auto& s) { s.PixelFormat = "Mono12"; }),
+       "This camera does not offer the pixel format Mono12; it offers Mono8, Mono16."},
+      {with([](auto& s) { s.ExposureTime = 5000.5; }),
+       "The exposure time must be between 10 and 5000 \xC2\xB5s."},
+      {with([](auto& s) { s.Gain = 0; }), "This camera has no gain to set."},
+      {with([](auto& s) { s.FrameRate = 0.5; }), "The frame rate must be between 1 and 60 Hz."},
+      {with([](auto& s) { s.FrameRate = std::nan(""); }), "The frame rate must be between"},
+      // A width of 0 runs to the sensor's edge, and is checked as such.
+      {with([](auto& s) { std::tie(s.RegionX, s.RegionHeight) = std::tuple(16L, 100L); }), ""},
+      {with([](auto& s) { std::tie(s.RegionX, s.RegionHeight) = std::tuple(636L, 100L); }),
+       "The region's width must be between 16 and 640 pixels."},
+      {with([](auto& s) { std::tie(s.RegionX, s.RegionWidth) = std::tuple(320L, 328L); }),
+       "The region must lie inside the sensor of 640 x 480 pixels."},
+      {with([](auto& s) { std::tie(s.RegionX, s.RegionWidth) = std::tuple(3L, 64L); }),
+       "The region's left edge (X) must be a multiple of 2."},
+      {with([](auto& s) { s.RegionWidth = 60; }), "The region's width must be a multiple of 8."},
+      {with([](auto& s) { std::tie(s.RegionWidth, s.RegionHeight) = std::tuple(64L, 4L); }),
+       "The region's height must be between 8 and 480 pixels."},
+      {with([](auto& s) { s.RegionY = -1; }), "The region's top edge (Y) must be a whole number"},
+  };
+  for (const Case& c : cases) {
+    std::string message;
+    EXPECT_EQ(GenICamCheck(c.settings, b, message), *c.message == '\0') << c.message;
+    EXPECT_EQ(message.rfind(c.message, 0), 0u) << message;
   }
 }
 
@@ -244,7 +292,8 @@ TEST_F(GenICamTest, TheSetupChecksEachFieldAgainstTheCamera) {
       {&Form_GenICamSetup::Text_Exposure, "1", "The exposure time must be between"},
       {&Form_GenICamSetup::Text_Gain, "99", "The gain must be between"},
       {&Form_GenICamSetup::Text_FrameRate, "1e6", "The frame rate must be between"},
-      {&Form_GenICamSetup::Text_Width, "0", "The region's width must be between"},
+      {&Form_GenICamSetup::Text_Width, std::to_string(b.SensorWidth + 1),
+       "The region's width must be between"},
       {&Form_GenICamSetup::Text_Y, "-3", "The region's top edge (Y) must be a whole number"},
       {&Form_GenICamSetup::Text_X, std::to_string(b.SensorWidth),
        "The region must lie inside the sensor"},
