@@ -8,6 +8,7 @@
 #include "core/mdi_main.h"
 #include "image/form_camera.h"
 #include "image/image_files_io.h"
+#include "image/save_depth.h"
 
 namespace sv {
 
@@ -169,7 +170,9 @@ bool FileSaveAs(Form_Camera& image) {
   if (ImageFilterForPath(path) == 0) path += ImageFilterExtension(filter);
   const size_t slash = path.find_last_of('/');
   if (slash != std::string::npos) g.ImagesDialogPath = path.substr(0, slash + 1);
-  return ImageSaveDo(image, path, filter);
+  if (!ImageSaveDo(image, path, filter)) return false;
+  NoteSaveDepth(image, path, filter);
+  return true;
 }
 
 bool FileOpen(MDIForm_Main& main) {
