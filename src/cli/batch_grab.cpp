@@ -11,6 +11,7 @@
 #include "acquisition/live.h"
 #include "cli/batch.h"
 #include "cli/batch_host.h"
+#include "core/first_start.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "core/settings.h"
@@ -145,7 +146,7 @@ int GrabCommand(const std::vector<std::string>& args, std::ostream& out, std::os
   InstallGrabberEnvironment();
   ReadSettings(nullptr);
   if (!driver.empty()) g.GrabberName = driver;
-  if (g.GrabberName.empty()) g.GrabberName = "DummyGrb";
+  ChooseSimulatedDevices(StartKind::Batch, false, false);
   if (haveEnergy) g.ElectronEnergy = float(energy);
   g.NoiseReduction = false;  // one frame stands on its own
   g.SubtractBackground = subtract ? -1 : 0;

@@ -15,6 +15,7 @@
 #include "cli/batch.h"
 #include "cli/batch_experiment.h"
 #include "cli/batch_host.h"
+#include "core/first_start.h"
 #include "core/error_table.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
@@ -153,7 +154,7 @@ class RunSession {
     RegisterWorksheetDocuments(main);
     RegisterPlotDocuments(main);
     LV().SaveBackground = nullptr;
-    if (g.GrabberName.empty()) g.GrabberName = "DummyGrb";
+    ChooseSimulatedDevices(StartKind::Batch, false, false);
     if (!StartGrabber(g.GrabberName))
       err << "svbatch: the grabber " << GrabberDisplayNameOf(g.GrabberName)
           << " did not come up\n";

@@ -15,6 +15,7 @@ struct Globals {
   bool SlaveMode = false;        // "/SLAVE"
   bool ResetHardware = false;    // "/RESET "
   bool NoBackground = false;     // "/B"
+  bool FirstStart = false;       // no ini file and no per-user store yet
   std::string CommandLine;       // as given, without the program name
   std::string AppTitle = "SV4200";
   std::string IniFile;           // full path or bare name

@@ -50,6 +50,12 @@ class UserStore {
                                  const std::string& key, const std::string& def) = 0;
   virtual void SaveSetting(const std::string& app, const std::string& section,
                            const std::string& key, const std::string& value) = 0;
+  // True when the store keeps anything for `app`; a store that cannot tell
+  // says true, so that no start takes it for a first one.
+  virtual bool Holds(const std::string& app) {
+    (void)app;
+    return true;
+  }
 };
 
 // Event-loop timers kept as a plain list: a host without a loop of its own

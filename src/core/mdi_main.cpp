@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "core/document_recovery.h"
 #include "core/globals.h"
 #include "core/host.h"
 #include "core/settings.h"
@@ -779,13 +780,30 @@ std::string MDIForm_Main::Panel(const std::string& panel) const {
 
 // --- Exit --------------------------------------------------------------------
 
-bool MDIForm_Main::QueryUnload() {
+std::vector<ChildDocument*> MDIForm_Main::Documents() const {
+  std::vector<ChildDocument*> docs;
+  for (const auto& c : children_) docs.push_back(c.get());
+  return docs;
+}
+
+bool MDIForm_Main::QueryUnload() { return RunExit(false); }
+
+bool MDIForm_Main::UnloadBySystem() { return RunExit(true); }
+
+bool MDIForm_Main::RunExit(bool bySystem) {
   if (closed_) return true;
+  if (exiting_) return false;
+  // Events let run below may bring a second request: it finds this one running.
+  struct Running {
+    bool& flag;
+    explicit Running(bool& f) : flag(f) { flag = true; }
+    ~Running() { flag = false; }
+  } running(exiting_);
   for (auto& f : exitHooks.unloadTools) f();
   const bool previewWasRunning = exitHooks.previewRunning && exitHooks.previewRunning();
   WriteSettings(this);
   if (HasHost()) host().DoEvents();
-  if (G().ShowExitDialog) {
+  if (!bySystem && G().ShowExitDialog) {
     MsgResult r = host().MsgBox("You are exiting Your " + G().AppTitle + " session.",
                                 MsgButtons::OKCancel, MsgIcon::Exclamation, "Exit");
     if (r == MsgResult::Cancel) {
@@ -795,6 +813,7 @@ bool MDIForm_Main::QueryUnload() {
   }
   for (auto& f : exitHooks.unloadForms) f();
   for (auto& f : exitHooks.shutdown) f();
+  if (bySystem) SaveForRecovery(*this);
   // Documents close without questions now: the session is ending.
   std::vector<long> handles = ImageList;
   handles.insert(handles.end(), SheetList.begin(), SheetList.end());

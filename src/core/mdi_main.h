@@ -131,6 +131,8 @@ class MDIForm_Main {
   void ShowChild(long handle);
   ChildDocument* Child(long handle);
   ChildDocument* ActiveChild();
+  // Every child window's document, in the order they were made.
+  std::vector<ChildDocument*> Documents() const;
   void SetActiveChild(long handle);
   // Closes the window when its document agrees; true when it is gone.
   bool CloseChild(long handle);
@@ -163,6 +165,12 @@ class MDIForm_Main {
   // The exit sequence; false when the user cancelled. Upper layers plug in
   // what they must stop, save or shut down at their place.
   bool QueryUnload();
+  // The same sequence when the system ends the session (a signal, the
+  // desktop logging out): nobody is asked, and documents with changes are
+  // kept in the recovery folder before they go. Runs once; true when the
+  // session is closed now, false while another exit sequence still runs
+  // (its question open): the caller tries again once that has ended.
+  bool UnloadBySystem();
   struct ExitHooks {
     std::vector<std::function<void()>> unloadTools;     // step 1
     std::function<bool()> previewRunning;                // step 2: true when stopped here
@@ -172,6 +180,10 @@ class MDIForm_Main {
     std::vector<std::function<void()>> finalUnload;     // step 9
   } exitHooks;
   bool Closed() const { return closed_; }
+  // True while the exit sequence runs; a request that comes meanwhile is refused.
+  bool Exiting() const { return exiting_; }
+  // True between MenuEnabled(false) and MenuEnabled(true): a long run is on.
+  bool MenusClosed() const { return menusClosed_; }
 
   // Zoom menus: captions for n = 3 .. 16.
   static std::string ZoomLargerCaption(int n);
@@ -201,6 +213,8 @@ class MDIForm_Main {
   std::map<std::string, bool> savedMenuState_;
   bool menusClosed_ = false;
   bool closed_ = false;
+  bool exiting_ = false;
+  bool RunExit(bool bySystem);
 };
 
 // The main window of this process (set by whoever builds one).

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cmath>
 
+#include "core/first_start.h"
 #include "core/globals.h"
 #include "core/host.h"
 #include "core/ini_profile.h"
@@ -185,6 +186,9 @@ bool Main(MDIForm_Main& main, const std::string& commandLine) {
   // 10. The ini file.
   g.UserIniName = host().UserName();
   g.IniFile = FormIniFile(programFolder, g.UserIniName);
+  // Asked before the read, which may leave files behind; "/RESET" is never
+  // a first start.
+  g.FirstStart = !sw.Reset && IsFirstStart(g.IniFile, UserStoreApp(exe, g.SlaveMode));
 
   // 11.
   ReadSettings(&main);
@@ -214,6 +218,9 @@ bool Main(MDIForm_Main& main, const std::string& commandLine) {
     g.DAName.clear();
     g.ADName.clear();
   }
+  // A first start works on the simulated devices; the choice is saved at
+  // exit like any other.
+  const SimulatedChoice simulated = ChooseSimulatedDevices(StartKind::Workbench, g.FirstStart, sw.Reset);
 
   // 16, 17.
   main.ShowStatus(g.AppTitle + " uses " + g.IniFile);
@@ -252,6 +259,12 @@ bool Main(MDIForm_Main& main, const std::string& commandLine) {
   // 26.
   if (g.StartOverlay && g.GrabberOK && env.grabberHasOverlay && env.grabberHasOverlay())
     main.Click("mnuOverlay");
+  // A first start shows the simulated screen at work and says where the real
+  // hardware is chosen.
+  if (g.FirstStart && g.GrabberOK) {
+    main.Click("mnuPreview");
+    if (simulated.Any() || g.GrabberName == kSimulatedGrabber) main.ShowStatus(kFirstStartHint);
+  }
   main.UpdateToolbarState();
   return true;
 }

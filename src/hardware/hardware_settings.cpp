@@ -151,7 +151,8 @@ void ReadDASettings(const Profile& ini) {
     } else {
       check = true;
     }
-    hw.DACalibrationCheck = check;
+    // A first start has no calibration to check yet: the default line is it.
+    hw.DACalibrationCheck = check && !G().FirstStart;
   }
   UseDALine(DALine::LEED);
   // User store, section "Auger".

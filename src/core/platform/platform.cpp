@@ -107,6 +107,8 @@ std::string IniUserStore::FileFor(const std::string& app) const {
   return JoinPath(folder_, "user-" + app + ".ini");
 }
 
+bool IniUserStore::Holds(const std::string& app) { return FileExists(FileFor(app)); }
+
 std::string IniUserStore::GetSetting(const std::string& app, const std::string& section,
                                      const std::string& key, const std::string& def) {
   return Profile::Load(FileFor(app)).GetString(section, key, def);

@@ -36,6 +36,7 @@ class IniUserStore : public UserStore {
                          const std::string& key, const std::string& def) override;
   void SaveSetting(const std::string& app, const std::string& section, const std::string& key,
                    const std::string& value) override;
+  bool Holds(const std::string& app) override;  // its file exists
   std::string FileFor(const std::string& app) const;
 
  private:
