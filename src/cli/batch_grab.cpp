@@ -1,9 +1,12 @@
 #include "cli/batch_grab.h"
 
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <sstream>
+#include <tuple>
 
 #include "acquisition/genicam.h"
 #include "acquisition/grabber.h"
@@ -17,6 +20,7 @@
 #include "core/settings.h"
 #include "image/form_camera.h"
 #include "image/image_files.h"
+#include "image/save_depth.h"
 
 namespace sv::cli {
 
@@ -34,6 +38,26 @@ bool ParseLong(const std::string& text, long& value) {
   const long v = std::strtol(text.c_str(), &end, 10);
   if (text.empty() || *end != '\0') return false;
   value = v;
+  return true;
+}
+
+bool ParseNumber(const std::string& text, double& value) {
+  char* end = nullptr;
+  const double v = std::strtod(text.c_str(), &end);
+  if (text.empty() || *end != '\0' || !std::isfinite(v)) return false;
+  value = v;
+  return true;
+}
+
+// "X,Y,W,H", four whole numbers of 0 or more.
+bool ParseRegion(const std::string& text, std::array<long, 4>& region) {
+  size_t at = 0;
+  for (int i = 0; i < 4; ++i) {
+    const size_t comma = i < 3 ? text.find(',', at) : text.size();
+    if (comma == std::string::npos) return false;
+    if (!ParseLong(text.substr(at, comma - at), region[i]) || region[i] < 0) return false;
+    at = comma + 1;
+  }
   return true;
 }
 
@@ -76,13 +100,17 @@ int GrabbersCommand(const std::vector<std::string>& args, std::ostream& out, std
 int GrabCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
   std::string path, driver, camera, format;
   long filter = 0, average = 1, frames = 1;
+  // Camera settings for this run (Aravis only), checked against the camera.
+  std::optional<double> exposure, gain, rate;
+  std::optional<std::array<long, 4>> region;
   bool subtract = false, haveEnergy = false, haveFrames = false;
   double energy = 0;
   for (size_t i = 1; i < args.size(); ++i) {
     const std::string& a = args[i];
     const bool takesValue = a == "--out" || a == "--filter" || a == "--average" ||
                             a == "--energy" || a == "--driver" || a == "--camera" ||
-                            a == "--frames" || a == "--format";
+                            a == "--frames" || a == "--format" || a == "--exposure" ||
+                            a == "--gain" || a == "--rate" || a == "--region";
     if (takesValue && i + 1 >= args.size()) return BadCommandLine(err, a + " needs a value");
     if (a == "--out") {
       path = args[++i];
@@ -97,6 +125,18 @@ int GrabCommand(const std::vector<std::string>& args, std::ostream& out, std::os
       if (!GenICamFormatShape(format, bits, colour))
         return BadCommandLine(err, "--format takes Mono8, Mono10, Mono10Packed, Mono12, "
                                    "Mono12Packed, Mono16 or RGB8");
+    } else if (a == "--exposure" || a == "--gain" || a == "--rate") {
+      double v = 0;
+      if (!ParseNumber(args[++i], v))
+        return BadCommandLine(err, a + " takes a number (" +
+                                       (a == "--exposure" ? "\xC2\xB5s" : a == "--gain" ? "dB" : "Hz") +
+                                       ")");
+      (a == "--exposure" ? exposure : a == "--gain" ? gain : rate) = v;
+    } else if (a == "--region") {
+      std::array<long, 4> r{};
+      if (!ParseRegion(args[++i], r))
+        return BadCommandLine(err, "--region takes X,Y,W,H in pixels (0 or more)");
+      region = r;
     } else if (a == "--frames") {
       if (!ParseLong(args[++i], frames) || frames < 1 || frames > kMostFrames)
         return BadCommandLine(err, "--frames takes 1 to " + std::to_string(kMostFrames));
@@ -158,8 +198,15 @@ int GrabCommand(const std::vector<std::string>& args, std::ostream& out, std::os
     if (cameraById) genicam.Camera = camera;
     if (cameraIndex >= 0) genicam.Camera.clear();
     if (!format.empty()) genicam.PixelFormat = format;
-  } else if (!format.empty()) {
-    return BadCommandLine(err, "--format is for the " + std::string(kGenICamStem) + " driver");
+    if (exposure) genicam.ExposureTime = exposure;
+    if (gain) genicam.Gain = gain;
+    if (rate) genicam.FrameRate = rate;
+    if (region)
+      std::tie(genicam.RegionX, genicam.RegionY, genicam.RegionWidth, genicam.RegionHeight) =
+          std::tuple_cat(*region);
+  } else if (!format.empty() || exposure || gain || rate || region) {
+    return BadCommandLine(err, "--format, --exposure, --gain, --rate and --region are for the " +
+                                   std::string(kGenICamStem) + " driver");
   }
   if (cameraIndex >= 0) GB().GrabberSource = cameraIndex;
   const std::string display = GrabberDisplayNameOf(g.GrabberName);
@@ -189,6 +236,19 @@ int GrabCommand(const std::vector<std::string>& args, std::ostream& out, std::os
     err << "svbatch: the grabber " << display << " did not come up"
         << (why.empty() ? "" : ": " + why) << "\n";
     return 1;
+  }
+  if (number == kDriverGenICam) {
+    // What the camera does not offer is refused, not passed over: the frame
+    // would not be the one asked for.
+    GenICamSettings wanted = genicam;
+    wanted.Camera.clear();  // the camera that opened
+    GenICamBounds bounds;
+    std::string why;
+    if (!GenICamQuery("", bounds, why) || !GenICamCheck(wanted, bounds, why) ||
+        !GenICamApply(wanted, why)) {
+      err << "svbatch: " << GrabberInputName(GB().GrabberSource) << ": " << why << "\n";
+      return 1;
+    }
   }
   Form_Camera* image = PreviewImage(&main);
   if (!image) {
@@ -248,6 +308,8 @@ int GrabCommand(const std::vector<std::string>& args, std::ostream& out, std::os
     err << "svbatch: cannot write " << path << "\n";
     return 1;
   }
+  if (SaveLosesBits(*image, filter ? int(filter) : ImageFilterForPath(path)))
+    err << "svbatch: " << path << ": " << kSaveDepthNote << "\n";
   out << path << ": " << shape << "\n";
   return 0;
 }
@@ -257,13 +319,17 @@ std::string GrabUsage() {
          "              it can come up here, then the capture devices and the GenICam\n"
          "              cameras found\n"
          "  grab --out FILE [--filter N] [--average N] [--subtract-background] [--energy EV]\n"
-         "       [--driver STEM] [--camera N|ID] [--frames N] [--format F]\n"
+         "       [--driver STEM] [--camera N|ID] [--frames N] [--format F] [--exposure US]\n"
+         "       [--gain DB] [--rate HZ] [--region X,Y,W,H]\n"
          "              one frame, the last of N (--frames) or the average of N (2 to\n"
          "              8192) from the driver STEM (default: the configured grabber, the\n"
          "              simulated camera when none is set), its camera N or ID, in pixel\n"
-         "              format F (Mono8, Mono16, RGB8, ...; Aravis only), saved with\n"
-         "              filter N (1 to 12; default from the file's extension); with\n"
-         "              --driver and no --out only the frame's shape is printed\n";
+         "              format F (Mono8, Mono16, RGB8, ...), exposure time, gain,\n"
+         "              frame rate and region X,Y,W,H (Aravis only; what the camera\n"
+         "              does not offer is refused), saved with filter N (1 to 12;\n"
+         "              default from the file's extension; an 8-bit filter on a deeper\n"
+         "              frame is noted); with --driver and no --out only the frame's\n"
+         "              shape is printed\n";
 }
 
 }  // namespace sv::cli

@@ -102,6 +102,26 @@ TEST_F(GrabCommand, AnAverageAndItsFailures) {
 
 }
 
+TEST_F(GrabCommand, ADeeperFrameThroughAnEightBitFilterIsNoted) {
+  // The simulated camera's frames have 12 bits.
+  const std::string note =
+      ": saved through the display table as 8 bits; use .t16 or --filter 6 to keep 16 bits\n";
+  const std::string tif = root + "/frame.tif";
+  ASSERT_EQ(Run({"grab", "--out", tif}), 0) << err.str();
+  EXPECT_EQ(err.str(), "svbatch: " + tif + note);
+  ASSERT_EQ(Run({"grab", "--out", root + "/frame.x", "--filter", "3"}), 0) << err.str();
+  EXPECT_EQ(err.str(), "svbatch: " + root + "/frame.x" + note) << "the filter decides";
+  for (const std::vector<std::string>& kept : std::vector<std::vector<std::string>>{
+           {"grab", "--out", root + "/frame.t16"},
+           {"grab", "--out", tif, "--filter", "6"},
+           {"grab", "--out", root + "/frame.dat"}}) {
+    ASSERT_EQ(Run(kept), 0) << err.str();
+    EXPECT_EQ(err.str(), "") << kept[2];
+  }
+  EXPECT_EQ(Run({"grab", "--out", root + "/unwritable.tif"}), 1);
+  EXPECT_EQ(err.str().find("display table"), std::string::npos) << "nothing was saved";
+}
+
 TEST_F(GrabCommand, TheImageWriterWritesAFileThatReadsBack) {
   GrabWriter() = previousWriter();
   const std::string tif = root + "/frame.tif";
