@@ -52,6 +52,9 @@ GenICamDialog::GenICamDialog(MDIForm_Main& main, QWidget* parent)
   y_ = Field("Text_Y", this);
   width_ = Field("Text_Width", this);
   height_ = Field("Text_Height", this);
+  // The presenter checks the values as svbatch does (GenICamCheck).
+  width_->setToolTip("Pixels; 0 runs to the sensor's right edge");
+  height_->setToolTip("Pixels; 0 runs to the sensor's bottom edge");
   bounds_ = new QLabel(this);
   bounds_->setObjectName("Label_Bounds");
   bounds_->setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
