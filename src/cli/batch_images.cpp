@@ -30,7 +30,8 @@ const char* TypeName(int type) {
 std::string ImageUsage() {
   return "  image-info FILE\n"
          "              the file's detected type, width, height, bits, colour,\n"
-         "              comment and resolution\n"
+         "              comment and resolution, the reader that took it (built-in,\n"
+         "              or libtiff for other programs' TIFF files) and its note\n"
          "  image-convert IN OUT [--filter N]\n"
          "              reads IN and writes OUT through save filter N (1 to 12),\n"
          "              by default the filter of OUT's extension\n";
@@ -44,7 +45,9 @@ int ImageInfo(const std::vector<std::string>& args, std::ostream& out, std::ostr
   ImageFileInfo info;
   const std::string& path = args[1];
   if (!ReadImageFileInfo(path, info)) {
-    err << "svbatch: cannot read " << path << "\n";
+    err << "svbatch: cannot read " << path;
+    if (!info.note.empty()) err << " (" << info.note << ")";
+    err << "\n";
     return 1;
   }
   out << "file: " << path << "\n"
@@ -55,7 +58,9 @@ int ImageInfo(const std::vector<std::string>& args, std::ostream& out, std::ostr
       << "colour: " << (info.colour ? "yes" : "no") << "\n"
       << "comment: " << info.comment << "\n"
       << "resolution: " << info.xPelsPerMeter << " x " << info.yPelsPerMeter
-      << " pixels per metre\n";
+      << " pixels per metre\n"
+      << "reader: " << info.reader << "\n";
+  if (!info.note.empty()) out << "note: " << info.note << "\n";
   return 0;
 }
 

@@ -7,8 +7,8 @@
 
 namespace sv::cli {
 
-// svbatch image-info FILE: detected type, size, depth, colour, comment and
-// resolution, one "key: value" a line.
+// svbatch image-info FILE: detected type, size, depth, colour, comment,
+// resolution and the reader that took it, one "key: value" a line.
 int ImageInfo(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 // svbatch image-convert IN OUT [--filter N]: N from 1 to 12, by default the
 // filter of OUT's extension.

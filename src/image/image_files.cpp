@@ -9,6 +9,7 @@
 #include "image/form_camera.h"
 #include "image/image_files_io.h"
 #include "image/save_depth.h"
+#include "image/tiff_foreign.h"
 
 namespace sv {
 
@@ -28,6 +29,58 @@ constexpr FilterRow kFilters[kImageFilterCount] = {
     {"Raw File Format - 16 Bit", ".r16"}, {"FTS - 16 Bit", ".fts"},
     {"ASCII: Z(X,Y)-Matrix", ".dat"},   {"ASCII: X(), Y(), Z()", ".dat"},
 };
+
+// What one read through the reader of a file's kind tells besides the picture.
+struct LoadOutcome {
+  int type = 0;                    // the kind; a TIFF of either byte order is 1
+  std::string reader = "built-in";  // or "libtiff"
+  std::string note;                // pages, changes; after a failure, libtiff's reason
+};
+
+// Reads a file of kind `type` through its reader. A TIFF that the built-in
+// reader takes goes to it; any other TIFF (big-endian, BigTIFF, compressed,
+// tiled, other layouts) goes to libtiff. A TIFF that neither takes fails as
+// it did before: a little-endian one with the built-in reader's own refusal
+// (its message for compressed files), a big-endian one with "Error loading"
+// + path, as the JPEG reader told it. libtiff's reason becomes the note.
+bool LoadByKind(Form_Camera& image, const std::string& path, int type, LoadOutcome& o) {
+  o = LoadOutcome{};
+  o.type = type;
+  G().LoadOK = false;
+  const bool tiff = type == 1 || (type == 3 && IsTiffFile(path));
+  if (tiff && !(type == 1 && TiffBuiltInTakes(path))) {
+    o.type = 1;
+    o.reader = "libtiff";
+    ForeignTiffRead read;
+    if (LoadForeignTIF(image, path, read)) {
+      if (!read.note.empty()) o.note = FileName(path) + ": " + read.note;
+    } else if (!read.error.empty()) {  // not stopped by the user
+      if (type == 1)
+        LoadTIF(image, path);
+      else
+        Message("Error loading" + path, "Open Image");
+      G().LoadOK = false;
+      o.note = FileName(path) + ": " + read.error;
+      return false;
+    }
+  } else {
+    switch (type) {
+      case 1: LoadTIF(image, path); break;
+      case 2: LoadBMP(image, path); break;
+      case 4: LoadIMG(image, path); break;
+      case 7: LoadB16(image, path); break;
+      case 3: LoadJPG(image, path); break;
+      default: break;
+    }
+  }
+  // Of a file of several pages the first is read; the user is told.
+  if (G().LoadOK && o.type == 1) {
+    const std::string pages = TiffPagesNote(path, TiffPageCount(path));
+    if (!pages.empty())
+      o.note = o.note.empty() ? pages : pages + "; " + o.note.substr(FileName(path).size() + 2);
+  }
+  return G().LoadOK;
+}
 
 }  // namespace
 
@@ -85,27 +138,21 @@ bool ImageOpenDo(Form_Camera& image, const std::string& path) {
   image.ImageClose();
   const int type = GetImageFileType(path);
   ShowStatus("Loading " + FileName(path));
-  G().LoadOK = false;
-  switch (type) {
-    case 1: LoadTIF(image, path); break;
-    case 2: LoadBMP(image, path); break;
-    case 4: LoadIMG(image, path); break;
-    case 7: LoadB16(image, path); break;
-    case 3: LoadJPG(image, path); break;
-    default: break;
-  }
+  LoadOutcome outcome;
+  LoadByKind(image, path, type, outcome);
   image.ClearUndo();
   image.SetChanged(false);
   image.Filename = path;
   if (MDIForm_Main* m = MainForm()) m->UpdateLastFiles(path);
-  ShowStatus("");
+  // The status line keeps what the reader had to tell.
+  ShowStatus(outcome.note);
   if (!G().LoadOK) {
     image.ImageClose();
     return false;
   }
   // The filter a plain Save writes it back with.
   const bool wide = image.ImageBitsPerPixel() > 8;
-  switch (type) {
+  switch (outcome.type) {
     case 1: image.FileFilter = wide ? 6 : 1; break;
     case 2: image.FileFilter = 2; break;
     case 3: image.FileFilter = 3; break;
@@ -201,18 +248,14 @@ bool FileOpen(MDIForm_Main& main) {
 
 bool ReadImageFileInfo(const std::string& path, ImageFileInfo& info) {
   info = ImageFileInfo{};
-  info.type = GetImageFileType(path);
-  if (info.type == 0) return false;
+  const int type = GetImageFileType(path);
+  if (type == 0) return false;
   Form_Camera image(nullptr);
-  bool ok = false;
-  switch (info.type) {
-    case 1: ok = LoadTIF(image, path); break;
-    case 2: ok = LoadBMP(image, path); break;
-    case 3: ok = LoadJPG(image, path); break;
-    case 4: ok = LoadIMG(image, path); break;
-    case 7: ok = LoadB16(image, path); break;
-    default: break;
-  }
+  LoadOutcome outcome;
+  const bool ok = LoadByKind(image, path, type, outcome);
+  info.type = outcome.type;
+  info.reader = outcome.reader;
+  info.note = outcome.note;
   if (!ok) return false;
   info.width = image.ImageWidth();
   info.height = image.ImageHeight();

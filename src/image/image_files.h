@@ -31,6 +31,10 @@ int GetImageFileType(const std::string& path);
 // is stopped; the result is LoadOK. The image is left as the reader found it
 // until the file has proved readable, then resized and filled.
 bool LoadTIF(Form_Camera& image, const std::string& path);
+// True when LoadTIF takes the file: its first directory makes a picture of
+// that reader (little-endian, uncompressed strips, 8 or 9 to 16 bits, grey,
+// palette or RGB). Shows nothing.
+bool TiffBuiltInTakes(const std::string& path);
 bool LoadBMP(Form_Camera& image, const std::string& path);
 bool LoadB16(Form_Camera& image, const std::string& path);
 bool LoadIMG(Form_Camera& image, const std::string& path);
@@ -68,6 +72,11 @@ struct ImageFileInfo {
   bool colour = false;
   std::string comment;
   long xPelsPerMeter = 0, yPelsPerMeter = 0;
+  // "built-in", or "libtiff" for the TIFF files of other programs.
+  std::string reader;
+  // What the reader has to tell: that a file has more pages than the one
+  // read, or, after a failure, why libtiff could not read it.
+  std::string note;
 };
 bool ReadImageFileInfo(const std::string& path, ImageFileInfo& info);
 

@@ -75,13 +75,25 @@ void Entry(std::string& d, uint16_t tag, uint16_t type, uint32_t length, uint32_
   PutLong(d, value);
 }
 
-}  // namespace
+// What the walk of the first directory found.
+struct TifLayout {
+  uint64_t width = 0, height = 0, rowsPerStrip = 0, usedStrips = 0, channels = 1, lineBytes = 0;
+  uint32_t bits = 0, photometric = 1;
+  bool colour = false, wide = false;
+  long xPels = 0, yPels = 0;
+  std::string description;
+  std::vector<uint64_t> strips;
+  std::vector<uint16_t> colorMap;
+};
 
-bool LoadTIF(Form_Camera& image, const std::string& path) {
-  G().LoadOK = true;
-  auto fail = [] { return G().LoadOK = false; };
-  InFile in;
-  if (!in.Open(path)) return fail();
+enum class TifVerdict { Takes, Compressed, Refused };
+
+// Walks the first directory and checks that it makes a picture this reader
+// takes: little-endian, uncompressed, 8 or 9 to 16 bits, one or three
+// samples, strips inside the file. With `tell` the entries go to the status
+// line as they are met: their labels in debug mode, unknown tags always.
+TifVerdict WalkTif(InFile& in, TifLayout& out, bool tell) {
+  auto fail = [] { return TifVerdict::Refused; };
   uint8_t head[8];
   if (!in.ReadAt(0, head, 8) || head[0] != 'I' || head[1] != 'I' || Word(head + 2) != 42)
     return fail();
@@ -92,7 +104,7 @@ bool LoadTIF(Form_Camera& image, const std::string& path) {
   std::vector<uint8_t> table(size_t(entries) * 12);
   if (!in.ReadAt(uint64_t(dir) + 2, table.data(), table.size())) return fail();
 
-  const bool debug = G().DebugMode;
+  const bool debug = tell && G().DebugMode;
   uint64_t width = 0, height = 0, rowsPerStrip = 0;
   uint32_t bits = 0, samples = 1, photometric = 1;
   bool colourBits = false;
@@ -145,10 +157,7 @@ bool LoadTIF(Form_Camera& image, const std::string& path) {
         break;
       case 259:
         if (!single) return fail();
-        if (scalar != 1) {
-          Message("Compressed files are not supported.", "Open Image");
-          return fail();
-        }
+        if (scalar != 1) return TifVerdict::Compressed;
         break;
       case 262:
         if (!single || scalar > 3) return fail();
@@ -210,7 +219,7 @@ bool LoadTIF(Form_Camera& image, const std::string& path) {
         break;
       }
       default:
-        if (!label)
+        if (tell && !label)
           ShowStatus("Unknown Tag: ID = " + std::to_string(tag) + ", Type = " +
                      std::to_string(type) + ", Length = " + std::to_string(length) +
                      ", Value = 0x" + Hex(value));
@@ -241,6 +250,53 @@ bool LoadTIF(Form_Camera& image, const std::string& path) {
     const uint64_t rows = std::min(rowsPerStrip, height - s * rowsPerStrip);
     if (!in.Fits(strips[s], rows * lineBytes)) return fail();
   }
+
+  out.width = width;
+  out.height = height;
+  out.rowsPerStrip = rowsPerStrip;
+  out.usedStrips = usedStrips;
+  out.channels = channels;
+  out.lineBytes = lineBytes;
+  out.bits = bits;
+  out.photometric = photometric;
+  out.colour = colour;
+  out.wide = wide;
+  out.xPels = xPels;
+  out.yPels = yPels;
+  out.description = std::move(description);
+  out.strips = std::move(strips);
+  out.colorMap = std::move(colorMap);
+  return TifVerdict::Takes;
+}
+
+}  // namespace
+
+bool TiffBuiltInTakes(const std::string& path) {
+  InFile in;
+  TifLayout layout;
+  return in.Open(path) && WalkTif(in, layout, false) == TifVerdict::Takes;
+}
+
+bool LoadTIF(Form_Camera& image, const std::string& path) {
+  G().LoadOK = true;
+  auto fail = [] { return G().LoadOK = false; };
+  InFile in;
+  if (!in.Open(path)) return fail();
+  TifLayout t;
+  switch (WalkTif(in, t, true)) {
+    case TifVerdict::Takes: break;
+    case TifVerdict::Compressed:
+      Message("Compressed files are not supported.", "Open Image");
+      return fail();
+    case TifVerdict::Refused: return fail();
+  }
+  const uint64_t width = t.width, height = t.height, rowsPerStrip = t.rowsPerStrip;
+  const uint64_t usedStrips = t.usedStrips, channels = t.channels, lineBytes = t.lineBytes;
+  const uint32_t bits = t.bits, photometric = t.photometric;
+  const bool colour = t.colour, wide = t.wide;
+  const std::vector<uint64_t>& strips = t.strips;
+  const std::vector<uint16_t>& colorMap = t.colorMap;
+
 
   // The old ".t16" repair is offered before a 16-bit file is read.
   bool swapBytes = false;
@@ -286,8 +342,8 @@ bool LoadTIF(Form_Camera& image, const std::string& path) {
     SV_swap_lo_hi_byte(size_t(pixels * channels), {dest, size_t(pixels * channels)});
   }
 
-  image.Header.bmiHeader.biXPelsPerMeter = int32_t(xPels);
-  image.Header.bmiHeader.biYPelsPerMeter = int32_t(yPels);
+  image.Header.bmiHeader.biXPelsPerMeter = int32_t(t.xPels);
+  image.Header.bmiHeader.biYPelsPerMeter = int32_t(t.yPels);
   if (!colour) {
     if (photometric == 3 && !colorMap.empty()) {
       const size_t n = colorMap.size() / 3;
@@ -301,7 +357,7 @@ bool LoadTIF(Form_Camera& image, const std::string& path) {
       GreyRamp(image.Header.bmiColors, photometric == 0);
     }
   }
-  image.ImgDescription = description;
+  image.ImgDescription = t.description;
   Finish(image, wide ? long(bits) : 8);
   return G().LoadOK;
 }
