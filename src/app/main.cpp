@@ -3,6 +3,7 @@
 
 #include <QApplication>
 #include <cmath>
+#include <memory>
 #include <QPixmap>
 #include <QTimer>
 #include <string>
@@ -21,8 +22,10 @@
 #include "app/main_window.h"
 #include "app/qt_host.h"
 #include "app/soft_trigger_dialog.h"
+#include "app/system_close.h"
 #include "app/window_setup_dialog.h"
 #include "app/worksheet_dialogs.h"
+#include "core/document_recovery.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "core/startup.h"
@@ -125,18 +128,30 @@ int main(int argc, char** argv) {
     sv::app::InstallLineTools(main, &window);
     sv::app::InstallExperimentDialog(main, &window);
     sv::app::InstallSoftTriggerDialog(main, &window);
+    sv::app::InstallRecoveryWriters();
+    // From here a signal to end waits for the event loop, then closes as
+    // the exit does, without its question. A screenshot leaves without it.
+    std::unique_ptr<sv::app::SystemClose> systemClose;
+    if (screenshot.isEmpty()) systemClose = std::make_unique<sv::app::SystemClose>(main, &window);
 
     if (!sv::Main(main, sv::JoinArguments(args))) {
       exitCode = 1;
     } else {
-      if (screenshot.isEmpty())  // sheets of runs that ended unsaved
-        QTimer::singleShot(0, &window, [&main] { sv::OfferRunRecovery(main); });
+      if (systemClose) {
+        QTimer::singleShot(0, &window, [&systemClose] { systemClose->Started(); });
+        // Sheets of runs that ended unsaved, documents the system closed.
+        QTimer::singleShot(0, &window, [&main, &systemClose] {
+          if (systemClose->Requested()) return;
+          sv::OfferRunRecovery(main);
+          sv::OfferDocumentRecovery(main);
+        });
+      }
       if (!screenshot.isEmpty()) {
         QTimer::singleShot(0, &window, [&] {
           // With a grabber up the live picture runs; otherwise a new image.
           if (sheetShot)
             ShowDemoSheet(main);
-          else
+          else if (!sv::PreviewRunning())  // a first start runs it already
             main.Click(sv::G().GrabberOK ? "mnuPreview" : "mnuNewImage");
           // Let the layouts settle before the picture is taken.
           QTimer::singleShot(sv::G().GrabberOK ? 1500 : 400, &window, [&] {
@@ -148,6 +163,7 @@ int main(int argc, char** argv) {
       exitCode = app.exec();
       sv::UnloadMain(main);
     }
+    sv::ClearRecoveryWriters();
     sv::app::RemoveDocumentDialogs();
     sv::SetMainForm(nullptr);
   }

@@ -15,7 +15,7 @@ inline constexpr const char* kSimulatedAD = "DummyAD";
 
 // What the status line says when a first start runs on the simulated devices.
 inline constexpr const char* kFirstStartHint =
-    "Simulated LEED screen. Choose real hardware in Setup: Grabber, I/O, D/A, A/D.";
+    "Simulated LEED screen. Real hardware: Setup menu.";
 
 // True when this user has never run the workbench: neither the ini file (a
 // bare name is looked for in the config folder) nor the per-user store of
