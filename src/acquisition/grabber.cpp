@@ -249,6 +249,7 @@ bool GrabberInit(long source) {
     b.GrabberSource = std::clamp(source, 0L, std::max(0L, GrabberInputs() - 1));
     b.StartTime = HasHost() ? host().TimeGetTime() : 0;
     b.DummyFrames = 0;
+    b.DummyFrameClock = false;
   }
   status("");
   return ok;
@@ -428,6 +429,9 @@ void ReadGrabberSettings(const Profile& ini) {
   b.OverlayTop = ini.GetInt("Overlay Window", "Top", 0);
   b.UseOverlay = ini.GetInt("Overlay Window", "UseOverlay", 0) != 0;
   G().NoiseReduction = ini.GetInt("Grabber", "NoiseReduction", 0) != 0;
+  b.DummyFramePeriod = std::clamp<long>(
+      ini.GetInt("Grabber", "DummyFramePeriod", int(kDummyFramePeriodDefault)), 0,
+      kDummyFramePeriodMax);
   ReadGenICamSettings(ini);
   // The name itself came with the hardware names; the menu shows it.
   if (MDIForm_Main* main = MainForm()) ShowGrabberSetupCaption(*main);
@@ -443,6 +447,7 @@ void WriteGrabberSettings(Profile& ini) {
   ini.SetInt("Overlay Window", "Top", b.OverlayTop);
   ini.SetInt("Overlay Window", "UseOverlay", b.UseOverlay ? -1 : 0);
   ini.SetInt("Grabber", "NoiseReduction", G().NoiseReduction ? -1 : 0);
+  ini.SetInt("Grabber", "DummyFramePeriod", b.DummyFramePeriod);
   // The GenICam camera's section goes into the file once it has been used.
   if (G().GrabberName == kGenICamStem || ini.Get(kGenICamSection, "PixelFormat"))
     WriteGenICamSettings(ini);
@@ -470,6 +475,7 @@ std::vector<std::string> DescribeGrabberSettings() {
       line("Overlay Window", "Top", b.OverlayTop),
       line("Overlay Window", "UseOverlay", b.UseOverlay ? -1 : 0),
       line("Grabber", "NoiseReduction", G().NoiseReduction ? -1 : 0),
+      line("Grabber", "DummyFramePeriod", b.DummyFramePeriod),
   };
 }
 

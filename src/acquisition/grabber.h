@@ -30,6 +30,11 @@ enum GrabberDriverNumbers : long {
 inline constexpr long kDummyWidth = 384;
 inline constexpr long kDummyHeight = 288;
 inline constexpr long kDummyBits = 12;  // a slow-scan CCD's depth
+// The dummy's frame period in ms ("Grabber"/"DummyFramePeriod"): 25 frames a
+// second unless set; 0 delivers a frame whenever one is asked for. Longer
+// periods are taken as the longest.
+inline constexpr long kDummyFramePeriodDefault = 40;
+inline constexpr long kDummyFramePeriodMax = 10000;
 
 struct GrabberDriverEntry {
   long number = 0;
@@ -69,6 +74,9 @@ struct GrabberGlobals {
   bool Initialised = false;    // GrabberInit succeeded and GrabberClose has not run
   uint32_t StartTime = 0;      // clock when the grabber came up
   uint32_t DummyFrames = 0;    // frames the dummy made
+  long DummyFramePeriod = kDummyFramePeriodDefault;  // ms between two frames; 0 unpaced
+  bool DummyFrameClock = false;  // a paced frame came since GrabberInit
+  uint32_t DummyFrameTime = 0;   // when the last paced frame was due (host clock)
 };
 GrabberGlobals& GB();
 void ResetGrabberGlobals();
@@ -117,8 +125,20 @@ bool GrabberOffersDialogs();
 
 // The dummy's frame: the simulated screen at the present electron energy and
 // the seconds since the grabber came up; grey or colour after GrabberColor.
-// 0, or -1 when `dest` is too small.
+// 0, or -1 when `dest` is too small. While the dummy is the grabber in use it
+// runs like a camera: frames fall due every DummyFramePeriod ms, counted from
+// the first read after GrabberInit; a read takes the newest frame that fell
+// due since the last one it took, or waits for the next (DummyAwaitFrame).
 long DummyReadImage(Samples16 dest);
+// Waits until the dummy's next frame is due, letting events run through the
+// host's waits; returns at once when it is due already or the dummy is not
+// paced. The wait also ends when the dummy stops being the grabber in use,
+// and after as many yields as the period has milliseconds (plus a few), so
+// that a host whose clock stands still gets its frame and never hangs.
+void DummyAwaitFrame();
+// True when reads of the dummy wait for their frame (the dummy is up and its
+// period is above 0).
+bool DummyPaced();
 
 // Exit step: stop, close, unload, keep the camera image's rectangle.
 void GrabberExit();

@@ -75,8 +75,33 @@ bool TakeDriverShape(Form_Camera& image) {
   return true;
 }
 
+// ReadFrame's answer when the image went while the frame was awaited.
+constexpr long kImageGone = -3;
+
+// Whether an image is still there: one that belongs to the main window may be
+// closed by an event that runs while a frame is awaited.
+class ImageGuard {
+ public:
+  explicit ImageGuard(Form_Camera& image)
+      : image_(image), main_(MainForm()), handle_(image.Handle()),
+        listed_(main_ && main_->Child(handle_) == &image) {}
+  bool There() const { return !listed_ || (MainForm() == main_ && main_->Child(handle_) == &image_); }
+
+ private:
+  Form_Camera& image_;
+  MDIForm_Main* main_;
+  long handle_;
+  bool listed_;
+};
+
 // The frame into GrabPtr: the driver's, or the dummy's when no sync came.
+// The dummy's frame is awaited first, before the image's buffer is taken.
 long ReadFrame(Form_Camera& image) {
+  if (DummyPaced()) {
+    const ImageGuard guard(image);
+    DummyAwaitFrame();
+    if (!guard.There()) return kImageGone;
+  }
   Samples16 dest = Grabbed(image);
   long result = GB().GrabberDriver == kDriverDummy ? DummyReadImage(dest) : GrabberReadImage(dest);
   if (result == kGrabberNoSync) {
@@ -229,7 +254,7 @@ long Grab(Form_Camera& image) {
   // 5.
   image.StatusLine.clear();
   const long result = ReadFrame(image);
-  if (result == -1) return -1;
+  if (result == -1 || result == kImageGone) return -1;
   // 6.
   const size_t samples = size_t(image.ImageBytes()) / 2;
   if (g.NoiseReduction)
@@ -340,12 +365,22 @@ bool Average(Form_Camera& image, long n) {
   std::fill(sum.begin(), sum.end(), 0u);
   g_live.AverageDone = 0;
   show(0);
+  // Events run between frames: the image may go, or take another shape.
+  const ImageGuard kept(image);
+  auto gone = [&] {
+    show(-1);
+    if (main && MainForm() == main) main->ShowStatus("");
+    return false;
+  };
   for (long frame = 0; frame < n; ++frame) {
-    if (ReadFrame(image) == -1) break;
+    const long read = ReadFrame(image);
+    if (read == kImageGone) return gone();
+    if (read == -1 || size_t(image.ImageBytes()) / 2 != samples) break;
     SV_add_16_to_32(samples, Grabbed(image), sum);
     g_live.AverageDone = frame + 1;
     show(int(100 * (frame + 1) / n));
     host().DoEvents();
+    if (!kept.There()) return gone();
   }
   const int shift = std::bit_width(static_cast<unsigned long>(n)) - 1;  // log2(n)
   SV_shr(samples, sum, Whole(image), shift);

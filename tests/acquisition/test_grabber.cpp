@@ -184,6 +184,7 @@ TEST_F(GrabberTest, TheDummyAnswersByItselfWhateverTheIniSays) {
 TEST_F(GrabberTest, DummyFramesAreTheScreenAtTheEnergyAndTimeOfNow) {
   host.clock = 5000;
   ASSERT_TRUE(GrabberSelect("DummyGrb"));
+  GB().DummyFramePeriod = 0;
   host.clock = 25000;  // 20 s later
   G().ElectronEnergy = 150.0f;
   const FrameSize size{384, 288};

@@ -32,6 +32,7 @@ class LiveTest : public test::GrabberTest {
     G().ImagesPath = host.root + "/images/";
     std::filesystem::create_directories(G().ImagesPath);
     ASSERT_TRUE(StartGrabber("DummyGrb"));
+    GB().DummyFramePeriod = 0;  // frames when asked; the pace has tests of its own
     preview = PreviewImage(&main);
     ASSERT_NE(preview, nullptr);
     main.PrepareAllMenus();

@@ -564,7 +564,6 @@ class TestWorkbench : public QObject {
     main_->PrepareAllMenus();
     QAction* preview = window_->ToolbarAction("Preview");
     QVERIFY(preview && preview->isEnabled());
-    host_->tick = 20;
     preview->trigger();
     QVERIFY(PreviewRunning());
     const uint32_t frames = GB().DummyFrames;

@@ -127,6 +127,7 @@ class TestExperimentRun : public QObject {
     RegisterGrabberCommands(*main_);
     RegisterLiveCommands(*main_);
     QVERIFY(StartGrabber("DummyGrb"));
+    GB().DummyFramePeriod = 0;  // the clock stands still: frames when asked
     main_->PrepareAllMenus();
     window_->ToolbarAction("Preview")->trigger();
     for (int i = 0; i < 2; ++i) host_->FireTimers();

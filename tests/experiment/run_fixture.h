@@ -66,6 +66,7 @@ class RunTest : public ::testing::Test {
     G().SheetsPath = host.root + "/sheets/";
     std::filesystem::create_directories(G().SheetsPath);
     ASSERT_TRUE(StartGrabber("DummyGrb"));
+    GB().DummyFramePeriod = 0;  // the run's own waits keep the clock
     ExperimentDoHook() = nullptr;
     RunRowHook() = [this](const RunRow& r) {
       rows.push_back(r);
