@@ -329,7 +329,9 @@ bool LoadFrom(Form_Camera& image, Source& src, const std::string& name, ForeignT
               uint64_t maxPixelBytes) {
   G().LoadOK = true;
   read = ForeignTiffRead{};
-  TiffHandle t = Open(src, maxPixelBytes);
+  // libtiff's own buffers (directories, strips) stay under the same limit,
+  // but never so low that a small file's directory does not fit.
+  TiffHandle t = Open(src, std::max<uint64_t>(maxPixelBytes, uint64_t(1) << 20));
   if (!t) {
     read.error = src.error.empty() ? "not a TIFF file" : src.error;
     return G().LoadOK = false;
