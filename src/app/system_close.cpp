@@ -98,9 +98,20 @@ void SystemClose::Started() {
 
 void SystemClose::Request() {
   requested_ = true;
+  const bool again = retries_ < kMaxRetries;
+  // An open box, the exit question and those of the start among them, is
+  // closed unanswered: nobody is there to answer it.
+  if (QWidget* modal = QApplication::activeModalWidget(); modal && again && !main_.Closed()) {
+    if (auto* dialog = qobject_cast<QDialog*>(modal))
+      dialog->reject();
+    else
+      modal->close();
+    ++retries_;
+    QTimer::singleShot(0, this, [this] { Request(); });
+    return;
+  }
   if (!started_) return;  // Started() comes back here
   if (!main_.Closed()) {
-    const bool again = retries_ < kMaxRetries;
     // A long run ends at its next check, with its sheet saved.
     if (main_.MenusClosed() && again) {
       StopCode() = int16_t(kErrExperimentCanceled);
@@ -108,18 +119,11 @@ void SystemClose::Request() {
       QTimer::singleShot(50, this, [this] { Request(); });
       return;
     }
-    // An open box, the exit question among them, is closed unanswered.
-    if (QWidget* modal = QApplication::activeModalWidget(); modal && again) {
-      if (auto* dialog = qobject_cast<QDialog*>(modal))
-        dialog->reject();
-      else
-        modal->close();
-      ++retries_;
-      QTimer::singleShot(0, this, [this] { Request(); });
-      return;
-    }
     if (!main_.UnloadBySystem()) {
-      if (++retries_ > kMaxRetries * 2) QCoreApplication::exit(0);
+      if (++retries_ > kMaxRetries * 2) {
+        QCoreApplication::exit(0);  // the other sequence never ended: go all the same
+        return;
+      }
       QTimer::singleShot(50, this, [this] { Request(); });
       return;
     }

@@ -10,9 +10,11 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QMessageBox>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -127,6 +129,23 @@ class SystemCloseTest : public QObject {
     QCOMPARE(child.exitStatus(), QProcess::NormalExit);
     QCOMPARE(child.exitCode(), 0);
     QVERIFY(Slurp(Config(dir, "user-sv4200.ini")).find("Grabber=DummyGrb") != std::string::npos);
+  }
+
+  void anOpenBoxIsClosedUnansweredAndTheExitRuns() {
+    sv::test::QueueHost host;
+    sv::G().IniFile = "SV4200_tester.ini";
+    sv::MDIForm_Main main;
+    sv::SetMainForm(&main);
+    sv::app::SystemClose close(main, nullptr);
+    close.Started();
+    QMessageBox box(QMessageBox::Question, "Open", "Waiting for an answer", QMessageBox::Yes | QMessageBox::No);
+    QTimer::singleShot(0, [] { ::raise(SIGHUP); });
+    box.exec();  // returns once the signal has closed it
+    QVERIFY(!box.isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(main.Closed(), 30000);
+    QVERIFY(QFile::exists(QString::fromStdString(host.configFolder + "/SV4200_tester.ini")));
+    sv::SetMainForm(nullptr);
+    sv::ResetGlobals();
   }
 
   void aSignalKeepsAChangedImageForTheNextStart() {
