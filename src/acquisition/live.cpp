@@ -281,6 +281,8 @@ void Preview(Form_Camera& image) {
   GrabberDigitize();
   g_live.PreviewHandle = image.Handle();
   Grab(image);
+  g_live.PreviewFrameTime = host().TimeGetTime();
+  g_live.PreviewFrameSeen = true;
   if (!g_live.TimerPreview)
     g_live.TimerPreview = host().StartTimer(kPreviewIntervalMs, [] { Timer_Preview(); });
   if (MDIForm_Main* main = Main()) RefreshLiveControls(*main);
@@ -292,6 +294,7 @@ void StopPreview() {
   if (!g_live.TimerPreview) return;
   if (HasHost()) host().StopTimer(g_live.TimerPreview);
   g_live.TimerPreview = 0;
+  g_live.PreviewFrameSeen = false;
   if (MDIForm_Main* main = Main()) RefreshLiveControls(*main);
 }
 
@@ -309,9 +312,15 @@ void Timer_Preview() {
     StopPreview();
     return;
   }
-  const uint32_t start = host().TimeGetTime();
+  // The rate is the frames': the time from the last frame the live picture
+  // showed to this one, so that a grab that waits for its frame and the
+  // timer's own gaps both count.
+  const uint32_t start = g_live.PreviewFrameSeen ? g_live.PreviewFrameTime : host().TimeGetTime();
   Grab(*image);
-  const int32_t ms = SV_SubTime(host().TimeGetTime(), start);
+  const uint32_t end = host().TimeGetTime();
+  g_live.PreviewFrameTime = end;
+  g_live.PreviewFrameSeen = true;
+  const int32_t ms = SV_SubTime(end, start);
   main->SetPanel(kPanelFrameRate, FrameRateText(uint32_t(std::max(0, ms))));
 }
 

@@ -30,6 +30,8 @@ inline constexpr int kBackgroundFilter = 6;
 struct LiveGlobals {
   int TimerPreview = 0;            // the host timer of the live picture; 0 when stopped
   long PreviewHandle = 0;          // the image the timer grabs into
+  bool PreviewFrameSeen = false;   // PreviewFrameTime holds the live picture's last frame
+  uint32_t PreviewFrameTime = 0;   // when the live picture's last frame was in (host clock)
   std::vector<uint32_t> AverageSum;  // the 32-bit sum of Average, kept between runs
   long AverageDone = 0;            // frames added so far (the bar of Picture1)
   bool FullScreenOn = false;
@@ -56,9 +58,10 @@ long Grab(Form_Camera& image);
 void Preview(Form_Camera& image);
 bool PreviewRunning();
 void StopPreview();
-// The timer's event: one grab, timed; the frame rate into its panel.
+// The timer's event: one grab; the frame rate into its panel, from the time
+// between the live picture's last frame and this one.
 void Timer_Preview();
-// "12.5 Hz" for a frame that took `ms` milliseconds ("0.0" format).
+// "12.5 Hz" for frames `ms` milliseconds apart ("0.0" format).
 std::string FrameRateText(uint32_t ms);
 // Averages n frames into `image` through a 32-bit sum and a shift by log2(n).
 bool Average(Form_Camera& image, long n);
