@@ -6,7 +6,7 @@ BENCH_BUILD ?= build-bench
 CMAKE_GEN  := -G Ninja
 JOBS       ?= $(shell nproc)
 
-.PHONY: all deps build run test test-core test-asan test-fuzz bench clean
+.PHONY: all deps build run install test test-core test-asan test-fuzz bench clean
 
 all: build
 
@@ -19,6 +19,10 @@ build: deps
 
 run: build
 	@$(BUILD)/src/app/sv4200
+
+# The program, its desktop entry and icon under PREFIX (/usr/local unless given).
+install: build
+	@cmake --install $(BUILD) $(if $(PREFIX),--prefix $(PREFIX))
 
 test: build
 	@cd $(BUILD) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)

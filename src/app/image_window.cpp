@@ -15,6 +15,7 @@
 #include "analysis/form_line_setup.h"
 #include "analysis/form_window_setup.h"
 #include "app/qt_overlay_painter.h"
+#include "app/toolbar_icons.h"
 #include "core/globals.h"
 
 namespace sv::app {
@@ -126,6 +127,7 @@ void PictureWidget::wheelEvent(QWheelEvent* e) {
 
 ImageWindow::ImageWindow(Form_Camera& form, QWidget* parent)
     : QWidget(parent), form_(&form) {
+  setWindowIcon(DocumentIcon(DocumentKind::Image));
   picture_ = new PictureWidget(*this);
   hbar_ = new QScrollBar(Qt::Horizontal, this);
   vbar_ = new QScrollBar(Qt::Vertical, this);

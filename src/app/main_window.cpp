@@ -1,9 +1,7 @@
 #include "app/main_window.h"
 
 #include <algorithm>
-#include <cmath>
 #include <functional>
-#include <numbers>
 
 #include <QAction>
 #include <QApplication>
@@ -15,20 +13,19 @@
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QMenuBar>
-#include <QPainter>
-#include <QPixmap>
-#include <QRadialGradient>
 #include <QPointer>
 #include <QProgressBar>
 #include <QScreen>
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
+#include <QToolButton>
 
 #include "app/image_window.h"
 #include "app/lut_dialog.h"
 #include "app/plot_window.h"
 #include "app/qt_host.h"
+#include "app/toolbar_icons.h"
 #include "app/worksheet_window.h"
 #include "core/globals.h"
 #include "image/form_camera.h"
@@ -87,42 +84,13 @@ void ApplyEntry(QAction* a, const MenuEntry& e) {
 
 }  // namespace
 
-QIcon AppIcon() {
-  // A diffraction pattern on a phosphor screen: a bright spot in the middle
-  // and six around it.
-  QIcon icon;
-  for (int size : {16, 32, 48, 64}) {
-    QPixmap pm(size, size);
-    pm.fill(Qt::transparent);
-    QPainter p(&pm);
-    p.setRenderHint(QPainter::Antialiasing);
-    p.setPen(Qt::NoPen);
-    p.setBrush(QColor(20, 28, 24));
-    p.drawRoundedRect(QRectF(0, 0, size, size), size / 6.0, size / 6.0);
-    const QPointF c(size / 2.0, size / 2.0);
-    auto spot = [&](QPointF at, qreal r) {
-      QRadialGradient g(at, r);
-      g.setColorAt(0, QColor(230, 255, 230));
-      g.setColorAt(0.4, QColor(80, 230, 90));
-      g.setColorAt(1, QColor(80, 230, 90, 0));
-      p.setBrush(g);
-      p.drawEllipse(at, r, r);
-    };
-    spot(c, size * 0.16);
-    for (int k = 0; k < 6; ++k) {
-      const qreal a = k * std::numbers::pi / 3.0;
-      spot(c + QPointF(std::cos(a), std::sin(a)) * size * 0.32, size * 0.11);
-    }
-    icon.addPixmap(pm);
-  }
-  return icon;
-}
-
 MainWindow::MainWindow(MDIForm_Main& main, QtHost* host) : main_(main), host_(host) {
   setObjectName("MDIForm_Main");
+  // Dialogs without an icon of their own take the application's.
   if (QApplication::windowIcon().isNull() ||
       QApplication::windowIcon().availableSizes().isEmpty())
     QApplication::setWindowIcon(AppIcon());
+  setWindowIcon(AppIcon());
   setWindowTitle(Q(G().AppTitle));
   mdi_ = new QMdiArea(this);
   mdi_->setObjectName("MdiArea");
@@ -393,14 +361,25 @@ void MainWindow::BuildToolbars() {
     bar->setObjectName(Q(t.name));
     bar->setMovable(false);
     bar->setFloatable(false);
-    bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    bar->setIconSize(QSize(24, 24));
+    bar->setToolButtonStyle(Qt::ToolButtonIconOnly);
     // Two rows: the document and grabber keys above, the tools below.
     if (t.name == "Toolbar_Scan") addToolBarBreak(Qt::TopToolBarArea);
     addToolBar(Qt::TopToolBarArea, bar);
     for (const ToolbarButton& b : t.buttons) {
-      QAction* a = bar->addAction(Q(b.caption.empty() ? b.key : b.caption));
+      QAction* a = bar->addAction(ToolbarText(b));
       a->setObjectName(Q(b.key));
-      a->setToolTip(Q(b.tip));
+      a->setIcon(ToolbarIcon(b));
+      a->setToolTip(ToolbarTip(b, main_));
+      // A key without a drawing shows its caption; a button the presenter
+      // captions (a video input) shows the caption beside the drawing.
+      if (auto* button = qobject_cast<QToolButton*>(bar->widgetForAction(a))) {
+        button->setObjectName(Q(b.key));
+        if (a->icon().isNull())
+          button->setToolButtonStyle(Qt::ToolButtonTextOnly);
+        else if (!b.caption.empty())
+          button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+      }
       const std::string key = b.key;
       connect(a, &QAction::triggered, this, [this, key] {
         main_.ToolbarClick(key);
@@ -429,14 +408,17 @@ void MainWindow::SyncToolbars() {
     if (bar->isEnabled() != t.enabled) bar->setEnabled(t.enabled);
     const bool visible = t.visible && showToolbars_;
     if (bar->isHidden() == visible) bar->setVisible(visible);
-    for (const ToolbarButton& b : t.buttons) {
-      QAction* a = ToolbarAction(b.key);
-      if (!a) continue;
+    // By place in its own bar: a key may sit on two bars ("Print").
+    const QList<QAction*> actions = bar->actions();
+    for (size_t j = 0; j < t.buttons.size() && j < size_t(actions.size()); ++j) {
+      const ToolbarButton& b = t.buttons[j];
+      QAction* a = actions[qsizetype(j)];
       const bool enabled = b.enabled && b.built;
       if (a->isEnabled() != enabled) a->setEnabled(enabled);
-      const QString text = Q(b.caption.empty() ? b.key : b.caption);
+      const QString text = ToolbarText(b);
       if (a->text() != text) a->setText(text);
-      if (a->toolTip() != Q(b.tip)) a->setToolTip(Q(b.tip));
+      const QString tip = ToolbarTip(b, main_);
+      if (a->toolTip() != tip) a->setToolTip(tip);
       if (a->isCheckable() != b.checked) a->setCheckable(b.checked);
       if (a->isChecked() != b.checked) a->setChecked(b.checked);
     }
@@ -617,6 +599,7 @@ void MainWindow::ChildAdded(ChildDocument& doc) {
     sub->setWidget(l);
   }
   sub->setWindowTitle(Q(doc.Caption()));
+  sub->setWindowIcon(sub->widget()->windowIcon());
   // Created hidden: the presenter shows it when it is ready.
   sub->hide();
   mdi_->addSubWindow(sub);

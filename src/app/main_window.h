@@ -21,9 +21,6 @@ class QToolBar;
 
 namespace sv::app {
 
-// The workbench's icon, drawn rather than loaded.
-QIcon AppIcon();
-
 class ChildSubWindow;
 class ImageWindow;
 class LutDialog;

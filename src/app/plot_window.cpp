@@ -11,6 +11,7 @@
 #include <QRegion>
 #include <QVBoxLayout>
 
+#include "app/toolbar_icons.h"
 #include "paint/qt_surface.h"
 
 namespace sv::app {
@@ -35,6 +36,7 @@ QString Text(const std::string& s) { return QString::fromStdString(s); }
 
 PlotWindow::PlotWindow(Form_Plot& plot, QWidget* parent) : QWidget(parent), plot_(&plot) {
   setObjectName("Form_Plot");
+  setWindowIcon(DocumentIcon(DocumentKind::Plot));
   setAttribute(Qt::WA_OpaquePaintEvent);
   setMinimumSize(120, 90);
 

@@ -11,6 +11,8 @@
 #include <QScrollBar>
 #include <QVBoxLayout>
 
+#include "app/toolbar_icons.h"
+
 namespace sv::app {
 
 namespace {
@@ -176,6 +178,7 @@ void SheetTableModel::ColumnChanged(long col) {
 WorksheetWindow::WorksheetWindow(Form_Worksheet& sheet, QWidget* parent)
     : QWidget(parent), sheet_(&sheet) {
   setObjectName("Form_Worksheet");
+  setWindowIcon(DocumentIcon(DocumentKind::Worksheet));
   grid_ = new SheetGrid(this);
   grid_->setObjectName("Grid");
   model_ = new SheetTableModel(&sheet, this);
