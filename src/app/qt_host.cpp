@@ -1,6 +1,7 @@
 #include "app/qt_host.h"
 
 #include <algorithm>
+#include <iostream>
 
 #include <QApplication>
 #include <QClipboard>
@@ -105,6 +106,10 @@ QtHost::~QtHost() {
 
 MsgResult QtHost::MsgBox(const std::string& text, MsgButtons buttons, MsgIcon icon,
                          const std::string& title) {
+  if (unattended_) {
+    std::cerr << (title.empty() ? G().AppTitle : title) << ": " << text << "\n";
+    return EscapeResult(buttons);
+  }
   QMessageBox box(IconFor(icon), Q(title.empty() ? G().AppTitle : title), Q(text),
                   ButtonsFor(buttons), dialogParent_);
   // A busy pointer must not hide the question.
@@ -116,6 +121,7 @@ MsgResult QtHost::MsgBox(const std::string& text, MsgButtons buttons, MsgIcon ic
 
 std::optional<std::string> QtHost::InputBox(const std::string& prompt, const std::string& title,
                                             const std::string& def) {
+  if (unattended_) return std::nullopt;
   bool ok = false;
   const QString s = QInputDialog::getText(dialogParent_, Q(title.empty() ? G().AppTitle : title),
                                           Q(prompt), QLineEdit::Normal, Q(def), &ok);
@@ -124,6 +130,7 @@ std::optional<std::string> QtHost::InputBox(const std::string& prompt, const std
 }
 
 FileDialogResult QtHost::RunFileDialog(const FileDialog& dlg, bool save) {
+  if (unattended_) return FileDialogResult{"", dlg.filterIndex};
   const QStringList filters = QtFilters(dlg.filter);
   QString start = Q(platform::NativePath(dlg.folder));
   if (!dlg.fileName.empty()) {

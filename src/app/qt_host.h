@@ -33,6 +33,11 @@ class QtHost : public Host {
   void SetStatusSink(StatusSink sink) { statusSink_ = std::move(sink); }
   // The parent of the modal dialogs.
   void SetDialogParent(QWidget* parent) { dialogParent_ = parent; }
+  // While the system ends the session nobody is there to answer: a message
+  // box is written to standard error and answers as its close box would,
+  // input boxes and file dialogs count as cancelled.
+  void SetUnattended(bool unattended) { unattended_ = unattended; }
+  bool Unattended() const { return unattended_; }
 
   MsgResult MsgBox(const std::string& text, MsgButtons buttons, MsgIcon icon,
                    const std::string& title) override;
@@ -71,6 +76,7 @@ class QtHost : public Host {
   QWidget* dialogParent_ = nullptr;
   std::unique_ptr<platform::IniUserStore> store_;
   bool busy_ = false;
+  bool unattended_ = false;
   std::map<int, QTimer*> qtimers_;
   int nextTimer_ = 1;
 };

@@ -14,8 +14,10 @@
 #include <cerrno>
 #include <filesystem>
 
+#include "app/qt_host.h"
 #include "core/document_recovery.h"
 #include "core/error_table.h"
+#include "core/host.h"
 #include "core/mdi_main.h"
 #include "experiment/experiment_settings.h"
 #include "image/form_camera.h"
@@ -119,7 +121,10 @@ void SystemClose::Request() {
       QTimer::singleShot(50, this, [this] { Request(); });
       return;
     }
+    auto* qtHost = HasHost() ? dynamic_cast<QtHost*>(&host()) : nullptr;
+    if (qtHost) qtHost->SetUnattended(true);
     if (!main_.UnloadBySystem()) {
+      if (qtHost) qtHost->SetUnattended(false);
       if (++retries_ > kMaxRetries * 2) {
         QCoreApplication::exit(0);  // the other sequence never ended: go all the same
         return;

@@ -19,11 +19,14 @@
 #include <fstream>
 #include <sstream>
 
+#include "app/qt_host.h"
 #include "app/system_close.h"
 #include "core/document_recovery.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "image/form_camera.h"
+#include "worksheet/form_worksheet.h"
+#include "worksheet/worksheet_documents.h"
 #include "support/queue_host.h"
 
 namespace {
@@ -148,6 +151,34 @@ class SystemCloseTest : public QObject {
     sv::ResetGlobals();
   }
 
+  void boxesOfTheSystemsExitAnswerThemselves() {
+    QTemporaryDir dir;
+    qputenv("XDG_CONFIG_HOME", dir.filePath("config").toLocal8Bit());
+    sv::app::QtHost host;
+    sv::SetHost(&host);
+    sv::G().IniFile = dir.filePath("SV4200_tester.ini").toStdString();
+    sv::MsgResult answer = sv::MsgResult::Yes;
+    {
+      sv::MDIForm_Main main;
+      sv::SetMainForm(&main);
+      main.exitHooks.shutdown.push_back([&] {
+        answer = sv::host().MsgBox("Park the gun first?", sv::MsgButtons::YesNo,
+                                   sv::MsgIcon::Question, "Shutdown");
+      });
+      sv::app::SystemClose close(main, nullptr);
+      close.Started();
+      ::raise(SIGTERM);
+      QTRY_VERIFY_WITH_TIMEOUT(main.Closed(), 30000);  // no box waited for an answer
+      sv::SetMainForm(nullptr);
+    }
+    QCOMPARE(int(answer), int(sv::MsgResult::No));
+    QVERIFY(host.Unattended());
+    QVERIFY(QFile::exists(dir.filePath("SV4200_tester.ini")));
+    sv::SetHost(nullptr);
+    sv::ResetGlobals();
+    qunsetenv("XDG_CONFIG_HOME");
+  }
+
   void aSignalKeepsAChangedImageForTheNextStart() {
     sv::test::QueueHost host;
     sv::G().IniFile = "SV4200_tester.ini";
@@ -165,6 +196,14 @@ class SystemCloseTest : public QObject {
       image->SetChanged(true);
       pixels.assign(image->ImagePtr(), image->ImagePtr() + 64 * 48);
       main.CreateImage();  // unchanged: nothing to keep
+      sv::RegisterWorksheetDocuments(main);
+      auto* sheet = dynamic_cast<sv::Form_Worksheet*>(main.CreateWorksheet());
+      QVERIFY(sheet);
+      sheet->Rows(3);
+      sheet->Cols(3);
+      sheet->TextMatrix(1, 1, sv::Cell(42.5f));
+      QCOMPARE(sheet->TextMatrix(1, 1).Number(), 42.5);
+      sheet->SetChanged();
 
       sv::app::SystemClose close(main, nullptr);
       close.Started();
@@ -175,14 +214,18 @@ class SystemCloseTest : public QObject {
     }
     QVERIFY(QFile::exists(QString::fromStdString(host.configFolder + "/SV4200_tester.ini")));
     const std::vector<std::string> kept = sv::RecoveredFiles();
-    QCOMPARE(kept.size(), size_t(1));
-    QCOMPARE(std::filesystem::path(kept[0]).filename().string(), std::string("Image1.t16"));
+    QCOMPARE(kept.size(), size_t(2));
+    QCOMPARE(std::filesystem::path(kept[0]).filename().string(), std::string("Data1.sht"));
+    QCOMPARE(std::filesystem::path(kept[1]).filename().string(), std::string("Image1.t16"));
 
     // The next start asks, and Yes brings the image back into the image folder.
     sv::MDIForm_Main next;
     sv::SetMainForm(&next);
     sv::RegisterImageDocuments(next);
+    sv::RegisterWorksheetDocuments(next);
+    sv::G().SheetsPath = host.homeFolder + "/Worksheets/";
     next.Load();
+    next.SetCommand("mnuOpenWorksheet", [](int) {});
     next.SetCommand("mnuOpenImage", [](int) {});
     host.queue.push_back(sv::MsgResult::Yes);
     sv::OfferDocumentRecovery(next);
@@ -194,6 +237,14 @@ class SystemCloseTest : public QObject {
     QCOMPARE(std::tuple(back->ImageWidth(), back->ImageHeight()), std::tuple(64L, 48L));
     QVERIFY(std::equal(pixels.begin(), pixels.end(), back->ImagePtr()));
     QVERIFY(sv::RecoveredFiles().empty());
+    sv::Form_Worksheet* sheetBack = nullptr;
+    for (sv::ChildDocument* doc : next.Documents())
+      if (auto* s = dynamic_cast<sv::Form_Worksheet*>(doc)) sheetBack = s;
+    QVERIFY(sheetBack);
+    // A sheet's name is kept in capitals, as ever.
+    QCOMPARE(QString::fromStdString(sheetBack->Filename()).toLower(),
+             QString::fromStdString(host.homeFolder + "/Worksheets/Data1_recovered.sht").toLower());
+    QCOMPARE(sheetBack->TextMatrix(1, 1).Number(), 42.5);
     sv::SetMainForm(nullptr);
     sv::ClearRecoveryWriters();
   }
