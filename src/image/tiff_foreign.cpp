@@ -19,6 +19,8 @@ using namespace image_io;
 
 namespace {
 
+// The name libtiff gives the open file in its messages.
+constexpr const char* kHandleName = "TIFF";
 // At most this many samples a pixel (colour plus extra channels).
 constexpr uint16_t kMaxSamples = 16;
 
@@ -78,7 +80,9 @@ int OnError(TIFF*, void* user, const char* module, const char* fmt, va_list ap) 
     char text[512];
     std::vsnprintf(text, sizeof text, fmt, ap);
     s->error = text;
-    if (module && *module && s->error.find(module) == std::string::npos)
+    // The handle's own name says nothing; libtiff's function names stay.
+    if (module && *module && std::strcmp(module, kHandleName) != 0 &&
+        s->error.find(module) == std::string::npos)
       s->error = std::string(module) + ": " + s->error;
   }
   return 1;
@@ -96,7 +100,7 @@ TiffHandle Open(Source& src, uint64_t maxAlloc) {
   TIFFOpenOptionsSetErrorHandlerExtR(opts, OnError, &src);
   TIFFOpenOptionsSetWarningHandlerExtR(opts, OnWarning, &src);
   TIFFOpenOptionsSetMaxSingleMemAlloc(opts, tmsize_t(maxAlloc));
-  TIFF* t = TIFFClientOpenExt("TIFF", "r", &src, ReadProc, WriteProc, SeekProc, CloseProc,
+  TIFF* t = TIFFClientOpenExt(kHandleName, "r", &src, ReadProc, WriteProc, SeekProc, CloseProc,
                               SizeProc, MapProc, UnmapProc, opts);
   TIFFOpenOptionsFree(opts);
   return TiffHandle(t);
@@ -284,11 +288,21 @@ class PageReader {
     return true;
   }
 
+  // What the file holds, for a refusal of its colours.
+  std::string Layout() const {
+    return " (colour model " + std::to_string(photometric_) + ", " + Plural(spp_, "sample") +
+           " of " + std::to_string(bits_) + " bits)";
+  }
+
   // Colour models other than grey, palette and RGB (YCbCr, CMYK, CIE Lab,
   // ...) through libtiff's conversion to 8-bit RGBA.
   bool ReadRGBA() {
     char why[1024] = "";
-    if (!TIFFRGBAImageOK(t_, why)) return Fail(why);
+    if (!TIFFRGBAImageOK(t_, why)) {
+      // libtiff's words, and what the file holds.
+      read_.error = why + Layout();
+      return Fail(why);
+    }
     if (!SizeOk(width_, height_, 6) || width_ * height_ * 6 > max_)
       return Fail("the picture is too large");
     std::vector<uint32_t> raster;
@@ -298,8 +312,10 @@ class PageReader {
       return Fail("not enough memory");
     }
     if (!TIFFReadRGBAImageOriented(t_, uint32_t(width_), uint32_t(height_), raster.data(),
-                                   ORIENTATION_TOPLEFT, 0))
-      return Fail("the colours cannot be converted");
+                                   ORIENTATION_TOPLEFT, 0)) {
+      read_.error = (src_.error.empty() ? "the colours cannot be converted" : src_.error) + Layout();
+      return Fail("");
+    }
     if (!Shape(image_, long(width_), long(height_), true)) return Fail("not enough memory");
     uint16_t* dest = image_.ImagePtr();
     for (size_t i = 0; i < raster.size(); ++i) {

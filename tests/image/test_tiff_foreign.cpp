@@ -125,6 +125,16 @@ TEST_F(TiffForeignTest, CompressedTiledAndPlanarFilesOpenWithTheirSamples) {
   }
 }
 
+TEST_F(TiffForeignTest, OtherColourModelsComeAsEightBitRgbWithANote) {
+  // JPEG coding stores YCbCr; libtiff converts it back.
+  const std::string path = Copy(Write("src.tif", true, 8), "-c jpeg", "ycbcr.tif");
+  Form_Camera in;
+  ASSERT_TRUE(ImageOpenDo(in, path));
+  EXPECT_EQ(std::tuple(in.ImageWidth(), in.ImageHeight(), in.HasColors(), in.ImageBitsPerPixel()),
+            std::tuple(kW, kH, true, 8L));
+  EXPECT_EQ(host.LastStatus(), "ycbcr.tif: colours converted to 8-bit RGB");
+}
+
 TEST_F(TiffForeignTest, OfThreePagesTheFirstOpensAndTheStatusLineSaysSo) {
   const std::string a = Write("a.tif", false, 8, 1), b = Write("b.tif", false, 8, 2),
                     c = Write("c.tif", false, 8, 3);
