@@ -26,8 +26,10 @@
 #include "core/settings.h"
 #include "core/startup.h"
 #include "image/form_camera.h"
+#include "plot/form_plot.h"
 #include "plot/plot_documents.h"
 #include "support/queue_host.h"
+#include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
 
 using namespace sv;
@@ -278,6 +280,17 @@ class TestToolbarIcons : public QObject {
       main_->Click(menu);
       ChildDocument* doc = main_->ActiveChild();
       QVERIFY(doc);
+      if (auto* sheet = dynamic_cast<Form_Worksheet*>(doc)) {
+        // The sheet's plot as well.
+        SheetPlot* made = nullptr;
+        QVERIFY(sheet->NewPlot(made));
+        auto* plot = dynamic_cast<Form_Plot*>(made);
+        QVERIFY(plot);
+        QMdiSubWindow* sub = window_->SubWindowFor(plot->Handle());
+        QVERIFY(sub);
+        QCOMPARE(sub->windowIcon().pixmap(16).toImage(),
+                 app::DocumentIcon(app::DocumentKind::Plot).pixmap(16).toImage());
+      }
       QMdiSubWindow* sub = window_->SubWindowFor(doc->Handle());
       QVERIFY(sub && sub->widget());
       const QImage expected = app::DocumentIcon(kind).pixmap(16).toImage();
