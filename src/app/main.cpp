@@ -21,6 +21,7 @@
 #include "app/live_views.h"
 #include "app/main_window.h"
 #include "app/qt_host.h"
+#include "app/screenshot_scenes.h"
 #include "app/soft_trigger_dialog.h"
 #include "app/system_close.h"
 #include "app/window_setup_dialog.h"
@@ -38,53 +39,16 @@
 #include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
 
-namespace {
-
-// The sheet of the "--sheet" screenshot: an I(E) curve with three Bragg
-// peaks, and its plot beside it.
-void ShowDemoSheet(sv::MDIForm_Main& main) {
-  main.Click("mnuNewWorksheet");
-  auto* sheet = dynamic_cast<sv::Form_Worksheet*>(main.ActiveChild());
-  if (!sheet) return;
-  sheet->Redraw(false);
-  sheet->Rows(97);
-  for (long r = 1; r < sheet->Rows(); ++r) {
-    const double e = 20.0 + 5.0 * double(r - 1);
-    double i = 400.0 * std::exp(-e / 250.0);
-    for (double peak : {95.0, 180.0, 310.0}) i += 900.0 * std::exp(-std::pow((e - peak) / 12.0, 2));
-    sheet->TextMatrix(r, 1, sv::Cell(float(e)));
-    sheet->TextMatrix(r, 2, sv::Cell(float(std::round(i))));
-  }
-  sheet->Col(1);
-  sheet->ColLabel("E (eV)");
-  sheet->Col(2);
-  sheet->ColLabel("I (counts)");
-  sheet->Redraw(true);
-  sheet->SetSelection(0, 2, sheet->Rows() - 1, 2);
-  sv::SheetPlot* made = nullptr;
-  if (!sheet->NewPlot(made)) return;
-  if (auto* plot = dynamic_cast<sv::Form_Plot*>(made)) {
-    plot->AddCurve();
-    plot->CurveXCol(1);
-    plot->TitleText("I(E)");
-    plot->Plot();
-  }
-  main.ShowChild(made->Handle());
-  main.Click("mnuArrange", 2);
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
   QApplication::setApplicationName("SV4200");
   QApplication::setOrganizationName("SV4200");
 
-  // "--screenshot FILE": start, make a new image, save the main window as a
+  // "--screenshot FILE [--scene NAME]": start, set a scene up, save its
   // picture and leave without the exit sequence. For the documentation.
-  // With "--sheet" the picture shows a worksheet and its plot instead.
+  // "--sheet" is the scene "sheet".
   QString screenshot;
-  bool sheetShot = false;
+  std::string scene = "image";
   std::vector<std::string> args;
   for (int i = 1; i < argc; ++i) {
     const std::string a = argv[i];
@@ -93,7 +57,11 @@ int main(int argc, char** argv) {
       continue;
     }
     if (a == "--sheet") {
-      sheetShot = true;
+      scene = "sheet";
+      continue;
+    }
+    if (a == "--scene" && i + 1 < argc && sv::app::IsScreenshotScene(argv[i + 1])) {
+      scene = argv[++i];
       continue;
     }
     args.push_back(a);
@@ -148,16 +116,8 @@ int main(int argc, char** argv) {
       }
       if (!screenshot.isEmpty()) {
         QTimer::singleShot(0, &window, [&] {
-          // With a grabber up the live picture runs; otherwise a new image.
-          if (sheetShot)
-            ShowDemoSheet(main);
-          else if (!sv::PreviewRunning())  // a first start runs it already
-            main.Click(sv::G().GrabberOK ? "mnuPreview" : "mnuNewImage");
-          // Let the layouts settle before the picture is taken.
-          QTimer::singleShot(sv::G().GrabberOK ? 1500 : 400, &window, [&] {
-            const bool saved = window.grab().save(screenshot);
-            app.exit(saved ? 0 : 1);
-          });
+          sv::app::TakeScreenshot(main, window, scene, screenshot,
+                                  [&app](bool saved) { app.exit(saved ? 0 : 1); });
         });
       }
       exitCode = app.exec();

@@ -1,0 +1,152 @@
+#include "app/screenshot_scenes.h"
+
+#include <QApplication>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QPixmap>
+#include <QScreen>
+#include <QTimer>
+#include <QWidget>
+
+#include <cmath>
+#include <memory>
+
+#include "acquisition/grabber.h"
+#include "acquisition/grabber_environment.h"
+#include "acquisition/live.h"
+#include "analysis/scan_windows.h"
+#include "app/main_window.h"
+#include "core/globals.h"
+#include "core/mdi_main.h"
+#include "image/form_camera.h"
+#include "image/kernel/test_image.h"
+#include "plot/form_plot.h"
+#include "worksheet/form_worksheet.h"
+
+namespace sv::app {
+
+namespace {
+
+constexpr const char* kDummyGrabber = "DummyGrb";
+
+// An I(E) curve with three Bragg peaks, and its plot beside it.
+void ShowDemoSheet(MDIForm_Main& main) {
+  main.Click("mnuNewWorksheet");
+  auto* sheet = dynamic_cast<Form_Worksheet*>(main.ActiveChild());
+  if (!sheet) return;
+  sheet->Redraw(false);
+  sheet->Rows(97);
+  for (long r = 1; r < sheet->Rows(); ++r) {
+    const double e = 20.0 + 5.0 * double(r - 1);
+    double i = 400.0 * std::exp(-e / 250.0);
+    for (double peak : {95.0, 180.0, 310.0}) i += 900.0 * std::exp(-std::pow((e - peak) / 12.0, 2));
+    sheet->TextMatrix(r, 1, Cell(float(e)));
+    sheet->TextMatrix(r, 2, Cell(float(std::round(i))));
+  }
+  sheet->Col(1);
+  sheet->ColLabel("E (eV)");
+  sheet->Col(2);
+  sheet->ColLabel("I (counts)");
+  sheet->Redraw(true);
+  sheet->SetSelection(0, 2, sheet->Rows() - 1, 2);
+  SheetPlot* made = nullptr;
+  if (!sheet->NewPlot(made)) return;
+  if (auto* plot = dynamic_cast<Form_Plot*>(made)) {
+    plot->AddCurve();
+    plot->CurveXCol(1);
+    plot->TitleText("I(E)");
+    plot->Plot();
+  }
+  main.ShowChild(made->Handle());
+  main.Click("mnuArrange", 2);
+}
+
+bool EnsureGrabber() { return G().GrabberOK || StartGrabber(kDummyGrabber); }
+
+// The live picture with four windows on the first-order spots, the window
+// setup open on it.
+void ShowLiveWithWindows(MDIForm_Main& main) {
+  if (!EnsureGrabber()) return;
+  if (!PreviewRunning()) main.Click("mnuPreview");  // a first start runs it already
+  const FrameSize size{kDummyWidth, kDummyHeight};
+  const int orders[4][2] = {{1, 0}, {0, 1}, {-1, 0}, {0, -1}};
+  for (int i = 0; i < 4; ++i) {
+    ScanWindow& w = WG().ScanWindows[size_t(i)];
+    const SpotPlace at = SpotPosition(orders[i][0], orders[i][1], G().ElectronEnergy, size);
+    w.W = w.H = 30;
+    w.X1 = int32_t(std::lround(at.x)) - 15;
+    w.Y1 = int32_t(std::lround(at.y)) - 15;
+    w.Mode = kModeFollow;
+  }
+  main.Click("mnuWindowSetup");
+}
+
+QWidget* VisibleTopLevel(const char* objectName) {
+  for (QWidget* w : QApplication::topLevelWidgets())
+    if (w->isVisible() && w->objectName() == objectName) return w;
+  return nullptr;
+}
+
+// What the screen shows of the main window and the tool windows over it;
+// the window's own picture where there is no screen to read.
+QPixmap ScreenPicture(MainWindow& window) {
+  QRect area = window.frameGeometry();
+  for (QWidget* w : QApplication::topLevelWidgets())
+    if (w->isVisible() && w != &window && w->isWindow()) area = area.united(w->frameGeometry());
+  QScreen* screen = QGuiApplication::primaryScreen();
+  const bool realScreen = QGuiApplication::platformName() != "offscreen";
+  if (screen && realScreen) {
+    const QPixmap shot = screen->grabWindow(0, area.x(), area.y(), area.width(), area.height());
+    if (!shot.isNull()) return shot;
+  }
+  return window.grab();
+}
+
+}  // namespace
+
+bool IsScreenshotScene(const std::string& scene) {
+  return scene == "live" || scene == "sheet" || scene == "grabber" || scene == "image";
+}
+
+void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& scene,
+                    const QString& file, std::function<void(bool)> done) {
+  // The same place and size every time, so that pictures compare.
+  window.move(0, 0);
+  window.resize(1200, 800);
+  int settle = 400;
+  if (scene == "sheet") {
+    ShowDemoSheet(main);
+  } else if (scene == "live") {
+    ShowLiveWithWindows(main);
+    settle = 1500;
+  } else if (scene == "grabber") {
+    main.Click("mnuGrabberSetup");
+    settle = 600;
+  } else {
+    // With a grabber up the live picture runs; otherwise a new image.
+    if (!PreviewRunning()) main.Click(G().GrabberOK ? "mnuPreview" : "mnuNewImage");
+    if (G().GrabberOK) settle = 1500;
+  }
+  auto finish = std::make_shared<std::function<void(bool)>>(std::move(done));
+  // The tool windows side by side right of the documents, none over another.
+  if (scene == "live")
+    QTimer::singleShot(settle / 2, &window, [&window] {
+      int x = 400;
+      for (QWidget* w : QApplication::topLevelWidgets()) {
+        if (!w->isVisible() || w == &window || !w->isWindow()) continue;
+        w->move(x, 110);
+        x += w->frameGeometry().width() + 8;
+      }
+    });
+  QTimer::singleShot(settle, &window, [&window, scene, file, finish] {
+    QPixmap picture;
+    if (scene == "grabber") {
+      if (QWidget* dialog = VisibleTopLevel("Form_GrabberInterface")) picture = dialog->grab();
+    } else {
+      picture = ScreenPicture(window);
+    }
+    (*finish)(!picture.isNull() && picture.save(file, "PNG"));
+  });
+}
+
+}  // namespace sv::app

@@ -1,0 +1,29 @@
+// Pictures of the workbench for the documentation: a scene is set up on the
+// running workbench, left to settle and saved as a PNG.
+#pragma once
+
+#include <QString>
+
+#include <functional>
+#include <string>
+
+namespace sv {
+class MDIForm_Main;
+}
+
+namespace sv::app {
+
+class MainWindow;
+
+// The scenes: "live" (the live picture of the simulated screen with scan
+// windows on its spots and the window setup beside it), "sheet" (an I(E)
+// sheet and its plot), "grabber" (the grabber dialog), "image" (a new
+// image, or the live picture when a grabber is up).
+bool IsScreenshotScene(const std::string& scene);
+
+// Sets the scene up, waits for it to settle and saves the picture to
+// `file`; `done` gets whether the picture was written.
+void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& scene,
+                    const QString& file, std::function<void(bool)> done);
+
+}  // namespace sv::app
