@@ -24,7 +24,9 @@ std::string ImageSaveDialogFilter();
 
 // The file's kind by its first bytes: 1 TIFF ("II" and 42), 2 BMP ("BM"),
 // 7 B16 ("PCO-"), 4 ITEX ("IM"), 3 anything else (tried as JPEG). 0 when the
-// file cannot be read.
+// file cannot be read. The opener reads a kind-3 file that starts with
+// another TIFF mark (big-endian, BigTIFF) through libtiff, and a kind-1 file
+// the built-in reader does not take as well.
 int GetImageFileType(const std::string& path);
 
 // Readers. Each sets LoadOK at its start and leaves it false when it fails or
