@@ -727,7 +727,9 @@ bool MDIForm_Main::OpenDocument(const std::string& path, int /*asMode*/, bool /*
     MenuEntry* e = FindMenu(name);
     return e && e->built && e->enabled && !menusClosed_;
   };
-  const bool image = ext == ".tif" || ext == ".bmp" || ext == ".jpg" || ext == ".img" ||
+  // ".tiff" is how other programs name their TIFF files.
+  const bool tiff = path.size() >= 5 && Lower(path.substr(path.size() - 5)) == ".tiff";
+  const bool image = ext == ".tif" || tiff || ext == ".bmp" || ext == ".jpg" || ext == ".img" ||
                      ext == ".fts" || ext == ".t16" || ext == ".b16" || ext == ".i16" ||
                      (!path.empty() && path.back() == '.');
   if (image) {

@@ -160,10 +160,11 @@ TEST_F(MainFormTest, OpenDocumentByExtension) {
   main.SetCommand("mnuOpenImage", [](int) {});
   main.ImageOpenDo = [](ChildDocument&, const std::string& p) { return p != "bad."; };
   EXPECT_TRUE(main.OpenDocument("noextension."));
-  EXPECT_EQ(std::tuple(main.ImageCount, images.back()->visible), std::tuple(1L, true));
+  EXPECT_TRUE(main.OpenDocument("/x/fiji.TIFF"));
+  EXPECT_EQ(std::tuple(main.ImageCount, images.back()->visible), std::tuple(2L, true));
   EXPECT_FALSE(main.OpenDocument("bad."));
   // The opener tells its own failure; the failed image is gone again.
-  EXPECT_EQ(std::tuple(host.messages.size(), main.ImageCount), std::tuple(1u, 1L));
+  EXPECT_EQ(std::tuple(host.messages.size(), main.ImageCount), std::tuple(1u, 2L));
 }
 
 TEST_F(MainFormTest, ExitAsksAndCancelKeepsEverything) {
