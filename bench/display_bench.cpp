@@ -35,7 +35,7 @@ SVBENCH_ROWS(DisplayRows) {
       auto& d = Data();
       sv::SV_set_display_isa(level);
       sv::SV_display(w, h, d.grey.data(), d.out8.data(), Table().data());
-      sv::SV_set_display_isa(-1);
+      sv::SV_set_display_isa(svbench::KernelLevel());
       svbench::Use(d.out8.data());
     });
   }

@@ -39,6 +39,10 @@ void TargetAgainst(const std::string& name, const std::string& baseline, double 
 // A line printed under the table (a figure that is not a time).
 void Note(std::function<std::string()> line);
 
+// The kernel level the run holds to (SV_KERNEL_PATH): 2 AVX-512, 1 AVX2,
+// 0 the baseline, -1 the best the processor has.
+int KernelLevel();
+
 // Keeps the optimiser from dropping a result.
 void Use(const void* p);
 

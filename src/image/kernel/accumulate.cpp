@@ -51,6 +51,109 @@ SV_INLINE void MixMean(size_t n, const uint16_t* f, uint16_t* m, int32_t frames)
 }
 
 #ifdef SV_X86
+// MixMean by hand, sixteen samples a step (thirty-two on AVX-512). One fused
+// multiply-add of d by 1 / n with mean + 1.5 * 2^23 (exact: its unit is 1)
+// rounds mean + d / n to nearest, ties to even, which is the rule itself
+// whenever the product d / n is exact, as for a weight that is a power of
+// two. With an odd weight no quotient is a tie (2 d = (2 k + 1) n needs an
+// even n), and a quotient that is no tie lies 1 / (2 n) or more from every
+// half, far beyond the error of the product, so it rounds as the quotient
+// does. Other even weights take the tie test above, on e = d / n - k rounded
+// once; the step to the neighbour on the side of x is the sign of e.
+enum { kNoTies, kExactTies, kTies };
+
+#define SV_AVX2_FMA __attribute__((target("avx2,fma")))
+
+template <int Ties>
+SV_AVX2_FMA SV_INLINE __m256i MixMean8(__m256i f, __m256i m, __m256 inv, __m256 tieAbove) {
+  const __m256i magicBits = _mm256_set1_epi32(0x4B400000);
+  const __m256 df = _mm256_cvtepi32_ps(_mm256_sub_epi32(f, m));
+  if constexpr (Ties != kTies) {
+    const __m256 y =
+        _mm256_fmadd_ps(df, inv, _mm256_castsi256_ps(_mm256_add_epi32(magicBits, m)));
+    return _mm256_sub_epi32(_mm256_castps_si256(y), magicBits);
+  }
+  const __m256 magic = _mm256_castsi256_ps(magicBits);
+  const __m256 y = _mm256_fmadd_ps(df, inv, magic);
+  const __m256i t = _mm256_add_epi32(m, _mm256_sub_epi32(_mm256_castps_si256(y), magicBits));
+  const __m256 e = _mm256_fmsub_ps(df, inv, _mm256_sub_ps(y, magic));
+  const __m256 absE = _mm256_andnot_ps(_mm256_set1_ps(-0.0f), e);
+  // Sign bit set on a tie with an odd mean: the one that moves.
+  const __m256i move = _mm256_and_si256(_mm256_castps_si256(_mm256_sub_ps(tieAbove, absE)),
+                                        _mm256_slli_epi32(t, 31));
+  const __m256i one = _mm256_srli_epi32(move, 31);
+  return _mm256_add_epi32(t, _mm256_sign_epi32(one, _mm256_castps_si256(e)));
+}
+
+// The words go to 32-bit lanes and back within each 128-bit half, so the
+// pack puts them back in order.
+template <int Ties>
+SV_AVX2_FMA void MixMeanLanes(size_t n, const uint16_t* f, uint16_t* m, int32_t frames) {
+  const float invS = 1.0f / float(frames);
+  const __m256 inv = _mm256_set1_ps(invS);
+  const __m256 tieAbove = _mm256_set1_ps(0.5f - 0.25f * invS);
+  const __m256i zero = _mm256_setzero_si256();
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    const __m256i fv = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(f + i));
+    const __m256i mv = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(m + i));
+    const __m256i lo = MixMean8<Ties>(_mm256_unpacklo_epi16(fv, zero),
+                                      _mm256_unpacklo_epi16(mv, zero), inv, tieAbove);
+    const __m256i hi = MixMean8<Ties>(_mm256_unpackhi_epi16(fv, zero),
+                                      _mm256_unpackhi_epi16(mv, zero), inv, tieAbove);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(m + i), _mm256_packus_epi32(lo, hi));
+  }
+  MixMean(n - i, f + i, m + i, frames);
+}
+
+// GCC 12 takes the undefined pass-through lanes of its AVX-512 conversions
+// for uninitialised values.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+template <int Ties>
+SV_AVX512 SV_INLINE __m512i MixMean16(__m512i f, __m512i m, __m512 inv, __m512 tieAbove) {
+  const __m512i magicBits = _mm512_set1_epi32(0x4B400000);
+  const __m512 df = _mm512_cvtepi32_ps(_mm512_sub_epi32(f, m));
+  if constexpr (Ties != kTies) {
+    const __m512 y =
+        _mm512_fmadd_ps(df, inv, _mm512_castsi512_ps(_mm512_add_epi32(magicBits, m)));
+    return _mm512_sub_epi32(_mm512_castps_si512(y), magicBits);
+  }
+  const __m512 magic = _mm512_castsi512_ps(magicBits);
+  const __m512 y = _mm512_fmadd_ps(df, inv, magic);
+  const __m512i t = _mm512_add_epi32(m, _mm512_sub_epi32(_mm512_castps_si512(y), magicBits));
+  const __m512 e = _mm512_fmsub_ps(df, inv, _mm512_sub_ps(y, magic));
+  const __m512 absE = _mm512_abs_ps(e);
+  // A tie with an odd mean moves by one toward x.
+  const __mmask16 move = _mm512_cmp_ps_mask(absE, tieAbove, _CMP_GT_OQ) &
+                         _mm512_test_epi32_mask(t, _mm512_set1_epi32(1));
+  const __mmask16 down = _mm512_cmp_ps_mask(e, _mm512_setzero_ps(), _CMP_LT_OQ);
+  const __m512i step = _mm512_mask_blend_epi32(down, _mm512_set1_epi32(1), _mm512_set1_epi32(-1));
+  return _mm512_mask_add_epi32(t, move, t, step);
+}
+
+template <int Ties>
+SV_AVX512 void MixMeanLanes512(size_t n, const uint16_t* f, uint16_t* m, int32_t frames) {
+  const float invS = 1.0f / float(frames);
+  const __m512 inv = _mm512_set1_ps(invS);
+  const __m512 tieAbove = _mm512_set1_ps(0.5f - 0.25f * invS);
+  size_t i = 0;
+  for (; i + 32 <= n; i += 32) {
+    const __m256i* fp = reinterpret_cast<const __m256i*>(f + i);
+    const __m256i* mp = reinterpret_cast<const __m256i*>(m + i);
+    const __m512i lo = MixMean16<Ties>(_mm512_cvtepu16_epi32(_mm256_loadu_si256(fp)),
+                                       _mm512_cvtepu16_epi32(_mm256_loadu_si256(mp)), inv,
+                                       tieAbove);
+    const __m512i hi = MixMean16<Ties>(_mm512_cvtepu16_epi32(_mm256_loadu_si256(fp + 1)),
+                                       _mm512_cvtepu16_epi32(_mm256_loadu_si256(mp + 1)), inv,
+                                       tieAbove);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(m + i), _mm512_cvtepi32_epi16(lo));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(m + i + 16), _mm512_cvtepi32_epi16(hi));
+  }
+  MixMean(n - i, f + i, m + i, frames);
+}
+#pragma GCC diagnostic pop
+
 // Saturating word sums have their own instruction.
 SV_AVX2 void Add16To16Avx2(size_t n, const uint16_t* s, uint16_t* d) {
   size_t i = 0;
@@ -79,8 +182,22 @@ void Add8To16Base(size_t n, const uint8_t* s, uint16_t* d) { AddSaturating(n, s,
 SV_AVX512 void Add16To32Avx512(size_t n, const uint16_t* s, uint32_t* d) { AddWide(n, s, d); }
 SV_AVX2 void Add16To32Avx2(size_t n, const uint16_t* s, uint32_t* d) { AddWide(n, s, d); }
 void Add16To32Base(size_t n, const uint16_t* s, uint32_t* d) { AddWide(n, s, d); }
+#ifdef SV_X86
+SV_AVX512 void MixMeanAvx512(size_t n, const uint16_t* f, uint16_t* m, int32_t k) {
+  (k & 1 ? MixMeanLanes512<kNoTies> : (k & (k - 1)) == 0 ? MixMeanLanes512<kExactTies> : MixMeanLanes512<kTies>)(n, f, m, k);
+}
+bool HaveFma() {
+  static const bool has = __builtin_cpu_supports("fma") != 0;
+  return has;
+}
+SV_AVX2 void MixMeanAvx2(size_t n, const uint16_t* f, uint16_t* m, int32_t k) {
+  if (!HaveFma()) return MixMean(n, f, m, k);
+  (k & 1 ? MixMeanLanes<kNoTies> : (k & (k - 1)) == 0 ? MixMeanLanes<kExactTies> : MixMeanLanes<kTies>)(n, f, m, k);
+}
+#else
 SV_AVX512 void MixMeanAvx512(size_t n, const uint16_t* f, uint16_t* m, int32_t k) { MixMean(n, f, m, k); }
-SV_AVX2 void MixMeanAvx2(size_t n, const uint16_t* f, uint16_t* m, int32_t k) { MixMean(n, f, m, k); }
+void MixMeanAvx2(size_t n, const uint16_t* f, uint16_t* m, int32_t k) { MixMean(n, f, m, k); }
+#endif
 void MixMeanBase(size_t n, const uint16_t* f, uint16_t* m, int32_t k) { MixMean(n, f, m, k); }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "image/kernel/convert.h"
 #include "image/kernel/cpu_paths.h"
+#include "image/kernel/quotient_lanes.h"
 #include "image/kernel/sv_kernel.h"
 
 namespace sv {
@@ -191,16 +192,33 @@ void QuotientBase(size_t n, const uint16_t* a, const uint16_t* b, const int32_t*
   QuotientBody<Op, Clip>(n, a, b, d, f);
 }
 
-template <int Op, bool Clip>
-SV_AVX2 void QuotientAvx2(size_t n, const uint16_t* a, const uint16_t* b, const int32_t*,
-                          uint16_t* d, const FastArgs& f) {
-  QuotientBody<Op, Clip>(n, a, b, d, f);
+lanes::QuotientArgs LaneArgs(int op, bool clip, const FastArgs& f) {
+  if (op == kMathFade) return lanes::FadeArgs(f.fade, f.divisor, f.bias, f.top, clip);
+  lanes::QuotientArgs q;
+  q.bias = f.bias;
+  q.top = f.top;
+  q.divisor = float(f.divisor);
+  q.den = float(f.den);
+  q.wa = float(f.fade);
+  q.wb = float(100 - f.fade);
+  q.divide = true;
+  q.clip = clip;
+  q.reciprocal = false;
+  return q;
 }
 
 template <int Op, bool Clip>
-SV_AVX512 void QuotientAvx512(size_t n, const uint16_t* a, const uint16_t* b, const int32_t*,
-                              uint16_t* d, const FastArgs& f) {
-  QuotientBody<Op, Clip>(n, a, b, d, f);
+void QuotientAvx2(size_t n, const uint16_t* a, const uint16_t* b, const int32_t*, uint16_t* d,
+                  const FastArgs& f) {
+  const size_t done = lanes::QuotientAvx2(n, a, b, d, LaneArgs(Op, Clip, f));
+  QuotientBase<Op, Clip>(n - done, a + done, b + done, nullptr, d + done, f);
+}
+
+template <int Op, bool Clip>
+void QuotientAvx512(size_t n, const uint16_t* a, const uint16_t* b, const int32_t*, uint16_t* d,
+                    const FastArgs& f) {
+  const size_t done = lanes::QuotientAvx512(n, a, b, d, LaneArgs(Op, Clip, f));
+  QuotientBase<Op, Clip>(n - done, a + done, b + done, nullptr, d + done, f);
 }
 
 template <int Op>
