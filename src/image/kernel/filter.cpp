@@ -122,9 +122,32 @@ SumWay ChooseWay(int64_t bound, int32_t factor) {
 }
 
 constexpr int kChunk = 64;
-// Sixteen lanes; the compiler splits them into what each instruction set has.
+// Sixteen lanes for AVX-512, eight for the others: a generic vector wider
+// than the registers is not split into them on AVX2 but goes through memory,
+// which costs ten times the time.
 using I32x16 = int32_t __attribute__((vector_size(64)));
 using U16x16 = uint16_t __attribute__((vector_size(32)));
+using I32x8 = int32_t __attribute__((vector_size(32)));
+using U16x8 = uint16_t __attribute__((vector_size(16)));
+
+// The sums of kChunk samples from i0 on, into acc.
+template <class I32, class U16>
+__attribute__((always_inline)) inline void ChunkSums(const uint16_t* const* ptr,
+                                                     const int32_t* weight, int n, long i0,
+                                                     int32_t* acc) {
+  constexpr int kLanes = int(sizeof(I32) / sizeof(int32_t));
+  I32 sum[kChunk / kLanes] = {};
+  for (int t = 0; t < n; ++t) {
+    const uint16_t* p = ptr[t] + i0;
+    const int32_t w = weight[t];
+    for (int k = 0; k < kChunk / kLanes; ++k) {
+      U16 v;
+      std::memcpy(&v, p + kLanes * k, sizeof v);
+      sum[k] += w * __builtin_convertvector(v, I32);
+    }
+  }
+  std::memcpy(acc, sum, sizeof sum);
+}
 
 template <int C>
 void FilterLine(const LineWindow<C>& window, const std::vector<Tap>& taps, long samples,
@@ -148,7 +171,7 @@ void FilterLine(const LineWindow<C>& window, const std::vector<Tap>& taps, long 
   simd::Run(
       g_level,
       [](const uint16_t* const* ptr, const int32_t* weight, int n, long samples, int32_t factor,
-         int32_t bias, int32_t top, SumWay way, uint16_t* out) SV_INLINE_BODY {
+         int32_t bias, int32_t top, SumWay way, uint16_t* out, int level) SV_INLINE_BODY {
         const float ff = float(factor);
         const double fd = double(factor);
         // In the float way |sum / factor| < 2^23; a bias beyond +-2^25 clamps
@@ -159,18 +182,11 @@ void FilterLine(const LineWindow<C>& window, const std::vector<Tap>& taps, long 
           const int m = int(std::min<long>(kChunk, samples - i0));
           // Whole blocks, the sums held in vector registers; the lines run on
           // into their slack.
-          I32x16 sum[kChunk / 16] = {};
-          for (int t = 0; t < n; ++t) {
-            const uint16_t* p = ptr[t] + i0;
-            const int32_t w = weight[t];
-            for (int k = 0; k < kChunk / 16; ++k) {
-              U16x16 v;
-              std::memcpy(&v, p + 16 * k, sizeof v);
-              sum[k] += w * __builtin_convertvector(v, I32x16);
-            }
-          }
           alignas(64) int32_t acc[kChunk];
-          std::memcpy(acc, sum, sizeof acc);
+          if (level >= 2)
+            ChunkSums<I32x16, U16x16>(ptr, weight, n, i0, acc);
+          else
+            ChunkSums<I32x8, U16x8>(ptr, weight, n, i0, acc);
           uint16_t* o = out + i0;
           if (way == SumWay::kFloat) {
             for (int j = 0; j < m; ++j) {
@@ -189,7 +205,7 @@ void FilterLine(const LineWindow<C>& window, const std::vector<Tap>& taps, long 
           }
         }
       },
-      ptr, weight, n, samples, factor, bias, top, way, out);
+      ptr, weight, n, samples, factor, bias, top, way, out, g_level.Get());
 }
 
 template <int C>
