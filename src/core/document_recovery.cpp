@@ -48,7 +48,7 @@ bool MoveFile(const std::string& from, const std::string& to) {
   std::error_code ec;
   fs::rename(from, to, ec);
   if (!ec) return true;
-  // Another file system: a copy, then the original goes.
+  // Another file system: a copy, then the first one goes.
   ec.clear();
   fs::copy_file(from, to, fs::copy_options::none, ec);
   if (ec) return false;
