@@ -157,7 +157,12 @@ SV_AVX512 void MixMeanLanes512(size_t n, const uint16_t* f, uint16_t* m, int32_t
 // Saturating word sums have their own instruction.
 SV_AVX2 void Add16To16Avx2(size_t n, const uint16_t* s, uint16_t* d) {
   size_t i = 0;
+  const bool ahead = cpu::FetchAheadPays(n * 2);
   for (; i + 16 <= n; i += 16) {
+    if (ahead) {
+      cpu::Ahead(s + i);
+      cpu::AheadWrite(d + i);
+    }
     const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i));
     const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(d + i));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i), _mm256_adds_epu16(a, b));

@@ -76,13 +76,24 @@ SV_INLINE uint16_t UsedBody(size_t n, const uint16_t* s) {
   return uint16_t(a | b | c | e);
 }
 
+#define SV_ARGS(...) __VA_ARGS__
 // Each body compiled twice; Run picks the one the processor can take.
 #define SV_PATHS(name, params, args)        \
   SV_AVX2 void name##Avx2 params { name##Body args; } \
   void name##Base params { name##Body args; }
-SV_PATHS(Widen, (size_t n, const uint8_t* s, uint16_t* d), (n, s, d))
-SV_PATHS(Narrow, (size_t n, const uint16_t* s, uint8_t* d, int bits), (n, s, d, bits))
-SV_PATHS(Sums, (size_t n, const uint32_t* s, uint16_t* d), (n, s, d))
+// The conversions of whole frames stream with their lines fetched ahead.
+#define SV_STREAMED_PATHS(name, params, streams, args)                                   \
+  SV_AVX2 void name##Avx2 params {                                                      \
+    cpu::Streamed(n, [=](size_t m, size_t i) SV_INLINE_LAMBDA { name##Body args; }, streams); \
+  }                                                                                     \
+  void name##Base params { name##Body(n, s, d); }
+SV_STREAMED_PATHS(Widen, (size_t n, const uint8_t* s, uint16_t* d), SV_ARGS(s, d), (m, s + i, d + i))
+SV_STREAMED_PATHS(Sums, (size_t n, const uint32_t* s, uint16_t* d), SV_ARGS(s, d), (m, s + i, d + i))
+#undef SV_STREAMED_PATHS
+SV_AVX2 void NarrowAvx2(size_t n, const uint16_t* s, uint8_t* d, int bits) {
+  cpu::Streamed(n, [=](size_t m, size_t i) SV_INLINE_LAMBDA { NarrowBody(m, s + i, d + i, bits); }, s, d);
+}
+void NarrowBase(size_t n, const uint16_t* s, uint8_t* d, int bits) { NarrowBody(n, s, d, bits); }
 SV_PATHS(Swap, (size_t n, const uint16_t* s, uint16_t* d), (n, s, d))
 SV_PATHS(Grey, (size_t n, const uint8_t* s, uint8_t* d), (n, s, d))
 #undef SV_PATHS
@@ -135,20 +146,27 @@ void FloatsBase(size_t n, const float* s, Dest* d, float top) { FloatsBody(n, s,
 void InverseBase(size_t n, const uint8_t* s, uint16_t* d) { InverseBody(n, s, d); }
 
 #ifdef SV_X86
-// Sixteen floats to integers in two registers of eight, as RoundClamp does it:
-// max with 0 first (it also turns NaN into 0), then min with the top, then
-// the conversion, which rounds to nearest, ties to even, as the float adds of
-// RoundClamp do (both in the processor's rounding mode, which is that one).
+// Sixteen floats to integers in two registers of eight, as RoundClamp does it
+// (max with 0, min with the top, round to nearest, ties to even), for the
+// packs that follow with their saturation: the min takes the top as its first
+// operand, so that NaN passes; the conversion turns NaN, like anything below
+// -0.5, into a negative integer, which the pack makes 0, as the max with 0
+// would. The conversion rounds in the processor's rounding mode, which is
+// that of the float adds of RoundClamp.
 SV_AVX2 SV_INLINE void RoundClamp16(const float* s, __m256 top, __m256i& lo, __m256i& hi) {
-  const __m256 zero = _mm256_setzero_ps();
-  lo = _mm256_cvtps_epi32(_mm256_min_ps(_mm256_max_ps(_mm256_loadu_ps(s), zero), top));
-  hi = _mm256_cvtps_epi32(_mm256_min_ps(_mm256_max_ps(_mm256_loadu_ps(s + 8), zero), top));
+  lo = _mm256_cvtps_epi32(_mm256_min_ps(top, _mm256_loadu_ps(s)));
+  hi = _mm256_cvtps_epi32(_mm256_min_ps(top, _mm256_loadu_ps(s + 8)));
 }
 
 SV_AVX2 void FloatsAvx2(size_t n, const float* s, uint16_t* d, float top) {
   const __m256 vtop = _mm256_set1_ps(top);
+  const bool ahead = cpu::FetchAheadPays(n * sizeof(float));
   size_t i = 0;
   for (; i + 16 <= n; i += 16) {
+    if (ahead) {
+      cpu::Ahead(s + i);
+      cpu::AheadWrite(d + i);
+    }
     __m256i a, b;
     RoundClamp16(s + i, vtop, a, b);
     const __m256i words = _mm256_permute4x64_epi64(_mm256_packus_epi32(a, b), 0xD8);

@@ -17,7 +17,10 @@
 #define SV_AVX512
 #endif
 #define SV_INLINE inline __attribute__((always_inline))
+#define SV_INLINE_LAMBDA __attribute__((always_inline))
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 namespace sv::cpu {
@@ -50,6 +53,53 @@ inline bool HaveAvx512() {
 #else
   return false;
 #endif
+}
+
+// Streaming loops fetch each stream's line 512 bytes ahead of where they
+// read or write, once for every 64 bytes they pass: on frames that sit in the
+// last-level cache the hardware prefetcher alone leaves the core waiting
+// (whole-frame loops ran 10 to 20 % faster). A prefetch never faults, so
+// fetching past the end of a buffer is harmless.
+// Only streams of up to 4 MB gain: colour frames of three times the bytes
+// lost by it (measured), as their lines come from memory rather than cache.
+constexpr size_t kAheadBytes = 512;
+inline bool FetchAheadPays(size_t streamBytes) { return streamBytes <= (size_t(4) << 20); }
+template <typename T>
+SV_INLINE void Ahead(const T* p) {
+  __builtin_prefetch(reinterpret_cast<const char*>(p) + kAheadBytes);
+}
+template <typename T>
+SV_INLINE void AheadWrite(T* p) {
+  __builtin_prefetch(reinterpret_cast<char*>(p) + kAheadBytes, 1);
+}
+
+constexpr size_t kStreamStep = 32;
+
+// One stream of Streamed: its samples from offset i, fetched for reading or
+// for writing, one line for every 64 bytes of a step.
+template <typename T>
+SV_INLINE void Fetch(const T* p, size_t i) {
+  for (size_t o = 0; o < kStreamStep * sizeof(T); o += 64)
+    Ahead(reinterpret_cast<const char*>(p + i) + o);
+}
+template <typename T>
+SV_INLINE void Fetch(T* p, size_t i) {
+  for (size_t o = 0; o < kStreamStep * sizeof(T); o += 64)
+    AheadWrite(reinterpret_cast<char*>(p + i) + o);
+}
+
+// Runs body(count, offset) over n samples in steps of kStreamStep with
+// the streams fetched ahead; the whole steps have a constant count, so the
+// compiler vectorises the body without a remainder loop.
+template <typename Body, typename... Streams>
+SV_INLINE void Streamed(size_t n, Body&& body, Streams... streams) {
+  if (!FetchAheadPays(n * std::max({sizeof(*streams)...}))) return body(n, 0);
+  size_t i = 0;
+  for (; i + kStreamStep <= n; i += kStreamStep) {
+    (Fetch(streams, i), ...);
+    body(kStreamStep, i);
+  }
+  if (i < n) body(n - i, i);
 }
 
 // Exact integer division that vectorises: the floor of num / den and the

@@ -63,7 +63,9 @@ SV_INLINE void Narrow(size_t n, const uint32_t* b, uint16_t* d, int shift) {
 
 SV_AVX2 void ShiftAvx2(size_t n, uint32_t* b, int shift) { Shift(n, b, shift); }
 void ShiftBase(size_t n, uint32_t* b, int shift) { Shift(n, b, shift); }
-SV_AVX2 void NarrowAvx2(size_t n, const uint32_t* b, uint16_t* d, int shift) { Narrow(n, b, d, shift); }
+SV_AVX2 void NarrowAvx2(size_t n, const uint32_t* b, uint16_t* d, int shift) {
+  cpu::Streamed(n, [=](size_t m, size_t i) SV_INLINE_LAMBDA { Narrow(m, b + i, d + i, shift); }, b, d);
+}
 void NarrowBase(size_t n, const uint32_t* b, uint16_t* d, int shift) { Narrow(n, b, d, shift); }
 
 }  // namespace
