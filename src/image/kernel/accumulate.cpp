@@ -138,7 +138,12 @@ SV_AVX512 void MixMeanLanes512(size_t n, const uint16_t* f, uint16_t* m, int32_t
   const __m512 inv = _mm512_set1_ps(invS);
   const __m512 tieAbove = _mm512_set1_ps(0.5f - 0.25f * invS);
   size_t i = 0;
+  const bool ahead = cpu::FetchAheadPays(n * 2);
   for (; i + 32 <= n; i += 32) {
+    if (ahead) {
+      cpu::Ahead(f + i);
+      cpu::AheadWrite(m + i);
+    }
     const __m256i* fp = reinterpret_cast<const __m256i*>(f + i);
     const __m256i* mp = reinterpret_cast<const __m256i*>(m + i);
     const __m512i lo = MixMean16<Ties>(_mm512_cvtepu16_epi32(_mm256_loadu_si256(fp)),

@@ -56,7 +56,13 @@ __attribute__((target("avx2,fma"))) void Avx2(size_t blocks, const uint16_t* a, 
     const __m256i v = _mm256_sub_epi32(_mm256_castps_si256(y), offset);
     return Clip ? v : _mm256_and_si256(v, top32);
   };
+  const bool ahead = cpu::FetchAheadPays(blocks * 32);
   for (size_t k = 0; k < blocks; ++k) {
+    if (ahead) {
+      cpu::Ahead(a + 16 * k);
+      cpu::Ahead(b + 16 * k);
+      cpu::AheadWrite(d + 16 * k);
+    }
     const __m256i av = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a) + k);
     const __m256i bv = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b) + k);
     const __m256i bd = Divide ? _mm256_max_epu16(bv, one16) : bv;
@@ -100,7 +106,13 @@ SV_AVX512 void Avx512(size_t blocks, const uint16_t* a, const uint16_t* b, uint1
     const __m512i v = _mm512_sub_epi32(_mm512_castps_si512(y), offset);
     return Clip ? v : _mm512_and_si512(v, top32);
   };
+  const bool ahead = cpu::FetchAheadPays(blocks * 64);
   for (size_t k = 0; k < blocks; ++k) {
+    if (ahead) {
+      cpu::Ahead(a + 32 * k);
+      cpu::Ahead(b + 32 * k);
+      cpu::AheadWrite(d + 32 * k);
+    }
     const __m512i av = _mm512_loadu_si512(reinterpret_cast<const __m512i*>(a) + k);
     const __m512i bv = _mm512_loadu_si512(reinterpret_cast<const __m512i*>(b) + k);
     const __m512i bd = Divide ? _mm512_max_epu16(bv, one16) : bv;

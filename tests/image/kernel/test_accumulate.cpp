@@ -155,5 +155,30 @@ TEST_P(KernelAccumulatePaths, TiesGoToTheEvenMean) {
   }
 }
 
+// The full swing of a sample, both ways, at every weight up to 300 (odd, even
+// and powers of two take different loops) and a few far beyond.
+TEST_P(KernelAccumulatePaths, FullSwingAtEveryWeight) {
+  std::vector<int> weights;
+  for (int w = 1; w <= 300; ++w) weights.push_back(w);
+  for (int w : {1023, 1024, 1025, 32768, 65534, 65535}) weights.push_back(w);
+  const uint16_t ends[] = {0, 1, 2, 32767, 32768, 65534, 65535};
+  std::vector<uint16_t> mean0, frame;
+  for (uint16_t m : ends)
+    for (uint16_t f : ends) {
+      mean0.push_back(m);
+      frame.push_back(f);
+    }
+  while (mean0.size() < 100) {  // whole vectors and a tail
+    mean0.push_back(mean0[mean0.size() % 49]);
+    frame.push_back(frame[frame.size() % 47]);
+  }
+  for (int w : weights) {
+    std::vector<uint16_t> mean = mean0, expected(mean0.size());
+    for (size_t i = 0; i < mean.size(); ++i) expected[i] = Mixed(mean[i], frame[i], uint32_t(w));
+    ASSERT_TRUE(SV_avg_hist(mean.size(), frame, mean, w));
+    ASSERT_EQ(mean, expected) << "frames " << w;
+  }
+}
+
 }  // namespace
 }  // namespace sv
