@@ -108,6 +108,7 @@ SVBENCH_ROWS(AnalysisRows) {
     cv::calcHist(&src, 1, channels, cv::noArray(), hist, 1, bins, ranges);
     svbench::Use(hist.data);
   });
+  svbench::Target("SV_histogram", 0, 1.0);
 #endif
   svbench::Kernel("SV_RGB_histogram", Frames::kRgbBytes, [] {
     sv::SV_RGB_histogram(kSize, Data().rgb, Counts());

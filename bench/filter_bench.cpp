@@ -78,7 +78,7 @@ SVBENCH_ROWS(FilterRows) {
                      cv::Point(-1, -1), double(f.Bias), cv::BORDER_REPLICATE);
         svbench::Use(out.data);
       });
-      svbench::Target(name, 0, 1.25);
+      svbench::Target(name, 0, 1.0);
 #endif
     }
 
@@ -94,7 +94,7 @@ SVBENCH_ROWS(FilterRows) {
     cv::threshold(Wrap(d.grey, 1), out, 30000, 65535, cv::THRESH_BINARY);
     svbench::Use(out.data);
   });
-  svbench::Target("SV_Binarize", 0, 1.25);
+  svbench::Target("SV_Binarize", 0, 1.0);
 #endif
 
   for (int conn : {4, 8})
@@ -118,7 +118,7 @@ SVBENCH_ROWS(FilterRows) {
           cv::erode(Wrap(d.grey, 1), out, element);
         svbench::Use(out.data);
       });
-      svbench::Target(name, 0, 1.25);
+      svbench::Target(name, 0, 1.0);
 #endif
     }
 

@@ -107,6 +107,6 @@ SVBENCH_ROWS(GeometryRows) {
   for (const char* name : {"SV_flip", "SV_RGB_flip", "SV_mirror", "SV_RGB_mirror", "SV_Rotate90",
                            "SV_RGB_Rotate90", "SV_Rotate270", "SV_RGB_Rotate270", "SV_stretch",
                            "SV_RGB_stretch"})
-    svbench::Target(name, 0, 1.25);
+    svbench::Target(name, 0, 1.0);
 #endif
 }

@@ -276,12 +276,12 @@ SVBENCH_ROWS(MathRows) {
     cv::compare(Grey(d.grey), Grey(d.grey2), m, cv::CMP_NE);
     svbench::Use(reinterpret_cast<const void*>(long(cv::countNonZero(m))));
   });
-  for (const MathRow& row : kMathRows) svbench::Target(row.name, 0, 1.25);
+  for (const MathRow& row : kMathRows) svbench::Target(row.name, 0, 1.0);
   for (const char* name :
        {"SV_image_math2 Add (RGB)", "SV_modify_image16 Add", "SV_RGB_modify_image16 Add",
         "SV_image_and_const", "SV_subtract_background", "SV_negative", "SV_RGB_negative",
         "SV_change_color_depth", "SV_CvtToMono", "SV_RGB_Greyscale16", "SV_RGB_TrueColor16",
         "SV_RGB_split16", "SV_RGB_fill16", "SV_compare"})
-    svbench::Target(name, 0, 1.25);
+    svbench::Target(name, 0, 1.0);
 #endif
 }

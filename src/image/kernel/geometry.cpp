@@ -123,6 +123,10 @@ bool Mirror(FrameSize size, ConstSamples16 source, Samples16 dest) {
 // destination line is written in ascending order.
 
 constexpr long kTile = 32;
+// The colour loop's bands: sixteen lines (a 96-byte piece of each destination
+// line) ran 1.5 times faster than thirty-two, whose pieces the caches lose
+// before the next column writes on (measured on 1024 x 1024).
+constexpr long kColourTile = 16;
 
 // Where source pixel (x, y) lands, in pixels from the destination's start.
 template <bool kClockwise>
@@ -217,8 +221,8 @@ void TurnColour(const uint16_t* s, uint16_t* d, long w, long h) {
           to[1] = from[1];
           to[2] = from[2];
         };
-        for (long y0 = 0; y0 < h; y0 += kTile) {
-          const long y1 = std::min(h, y0 + kTile);
+        for (long y0 = 0; y0 < h; y0 += kColourTile) {
+          const long y1 = std::min(h, y0 + kColourTile);
           for (long x = 0; x < w; ++x) {
             // The run of destination pixels from source column x, lines y0..y1.
             const uint16_t* col = s + size_t(x) * 3;
