@@ -162,10 +162,15 @@ SV_AVX2 void FloatsAvx2(size_t n, const float* s, uint16_t* d, float top) {
   const __m256 vtop = _mm256_set1_ps(top);
   const bool ahead = cpu::FetchAheadPays(n * sizeof(float));
   size_t i = 0;
+  if (reinterpret_cast<uintptr_t>(d) % 2 == 0) {
+    // Stores from a line's start on, so that none is split between two.
+    i = std::min(n, size_t((64 - reinterpret_cast<uintptr_t>(d) % 64) % 64) / 2);
+    FloatsBody(i, s, d, top);
+  }
   for (; i + 16 <= n; i += 16) {
     if (ahead) {
-      cpu::Ahead(s + i);
-      cpu::AheadWrite(d + i);
+      __builtin_prefetch(reinterpret_cast<const char*>(s + i) + 1024);
+      if (i % 32 == 0) __builtin_prefetch(reinterpret_cast<const char*>(d + i) + 1024, 1);
     }
     __m256i a, b;
     RoundClamp16(s + i, vtop, a, b);

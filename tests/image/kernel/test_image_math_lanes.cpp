@@ -3,6 +3,7 @@
 // destinations off their cache-line boundaries, colour frames large enough
 // for the stores that pass the caches, and the negative in place.
 #include "image/kernel/image_math.h"
+#include "image/kernel/convert.h"
 
 #include <gtest/gtest.h>
 
@@ -140,6 +141,30 @@ TEST_P(KernelMathLanes, NegativeInPlaceFromAnyWord) {
         ASSERT_EQ(image[i], levels - 1 - v) << "levels " << levels << " at " << off + i;
       }
     }
+}
+
+// The loops that start their stores on a line: floats to words and the
+// colour split, from every word offset.
+TEST_P(KernelMathLanes, LineStartsFromAnyWord) {
+  std::mt19937 rng(9);
+  const size_t n = 300;
+  std::vector<float> floats(n);
+  for (auto& f : floats) f = float(int(rng() % 140000) - 5000) * 0.5f;
+  const Words rgb = test::Random(3 * n, 12);
+  for (size_t off = 0; off < 34; ++off) {
+    std::vector<uint16_t> store(n + 64);
+    Samples16 out(store.data() + off, n);
+    ASSERT_TRUE(SV_copy_floats_to_shorts(n, floats, out));
+    for (size_t i = 0; i < n; ++i)
+      ASSERT_EQ(out[i], uint16_t(std::nearbyint(std::clamp(floats[i], 0.0f, 65535.0f))))
+          << floats[i];
+    std::vector<uint16_t> planes(3 * (n + 64));
+    Samples16 r(planes.data() + off, n), g(planes.data() + n + 64, n),
+        b(planes.data() + 2 * (n + 64) + 33 - off, n);
+    ASSERT_TRUE(SV_RGB_split16({long(n), 1}, rgb, r, g, b));
+    for (size_t i = 0; i < n; ++i)
+      ASSERT_TRUE(r[i] == rgb[3 * i] && g[i] == rgb[3 * i + 1] && b[i] == rgb[3 * i + 2]) << i;
+  }
 }
 
 }  // namespace
