@@ -263,13 +263,23 @@ SV_AVX512 void FastAvx512(size_t n, const uint16_t* a, const uint16_t* b, const 
 }
 
 #ifdef SV_X86
-// Without divisor and bias, the operations other than Multiply stay within
-// sixteen bits, and AVX2 has them as single instructions on sixteen lanes.
+// Without divisor and bias, the operations stay within sixteen bits (Multiply
+// through the high word of its product), and AVX2 has them as single
+// instructions on sixteen lanes.
 template <int Op, bool Clip>
 SV_AVX2 SV_INLINE __m256i Lane16(__m256i a, __m256i b, __m256i top) {
   __m256i v;
   if constexpr (Op == kMathCompare) return _mm256_and_si256(_mm256_cmpeq_epi16(a, b), top);
   else if constexpr (Op == kMathAdd) v = Clip ? _mm256_adds_epu16(a, b) : _mm256_add_epi16(a, b);
+  else if constexpr (Op == kMathMultiply) {
+    // The low word of the product; a product beyond it saturates to 65535
+    // (the clip's min with the top follows), and a wrap keeps the low bits.
+    v = _mm256_mullo_epi16(a, b);
+    if (Clip)
+      v = _mm256_or_si256(v, _mm256_xor_si256(_mm256_cmpeq_epi16(_mm256_mulhi_epu16(a, b),
+                                                                  _mm256_setzero_si256()),
+                                              _mm256_set1_epi16(-1)));
+  }
   else if constexpr (Op == kMathSubtract) v = Clip ? _mm256_subs_epu16(a, b) : _mm256_sub_epi16(a, b);
   else if constexpr (Op == kMathDifference)
     v = _mm256_or_si256(_mm256_subs_epu16(a, b), _mm256_subs_epu16(b, a));
@@ -328,6 +338,7 @@ FastFn PickLane16(int op, bool clip) {
   case OP: return clip ? Lane16Avx2<OP, true, C, ArrayB> : Lane16Avx2<OP, false, C, ArrayB>;
   switch (op) {
     SV_LANE16(kMathAdd)
+    SV_LANE16(kMathMultiply)
     SV_LANE16(kMathSubtract)
     SV_LANE16(kMathDifference)
     SV_LANE16(kMathLightest)
