@@ -4,6 +4,7 @@
 // for the stores that pass the caches, and the negative in place.
 #include "image/kernel/image_math.h"
 #include "image/kernel/convert.h"
+#include "image/kernel/geometry.h"
 
 #include <gtest/gtest.h>
 
@@ -164,6 +165,21 @@ TEST_P(KernelMathLanes, LineStartsFromAnyWord) {
     ASSERT_TRUE(SV_RGB_split16({long(n), 1}, rgb, r, g, b));
     for (size_t i = 0; i < n; ++i)
       ASSERT_TRUE(r[i] == rgb[3 * i] && g[i] == rgb[3 * i + 1] && b[i] == rgb[3 * i + 2]) << i;
+  }
+}
+
+TEST_P(KernelMathLanes, LargeColourFlipFromAnyWord) {
+  const FrameSize size{1021, 700};
+  const size_t line = size_t(size.width) * 3;
+  const Words source = test::Random(size, 3, 31);
+  for (size_t off : {0, 1, 5, 31}) {
+    std::vector<uint16_t> store(source.size() + 32);
+    Samples16 out(store.data() + off, source.size());
+    ASSERT_TRUE(SV_RGB_flip(size, source, out));
+    for (size_t y = 0; y < size_t(size.height); ++y)
+      ASSERT_TRUE(std::equal(source.begin() + long(y * line), source.begin() + long((y + 1) * line),
+                             out.begin() + long((size_t(size.height) - 1 - y) * line)))
+          << "line " << y << " offset " << off;
   }
 }
 
