@@ -492,11 +492,11 @@ __attribute__((target("avx512f,avx512bw,avx512vl,avx512dq"))) void StretchAcross
 }
 #endif
 
-// The grey pass across for AVX2: eight samples at a time, each pair (a, b) of
-// adjacent words taken by one 32-bit gather; the weights as for AVX-512. A
-// sample at the last pixel is taken as the pixel before with all the weight
-// on its neighbour, so no gather reads past the line. (Colour pairs, three
-// words apart, would take two gathers, which lose to the plain loop.)
+// The grey pass across for AVX2 when a shrink is too strong for the lane
+// windows below: eight samples at a time, each pair (a, b) of adjacent words
+// taken by one 32-bit gather; the weights as for AVX-512. A sample at the
+// last pixel is taken as the pixel before with all the weight on its
+// neighbour, so no gather reads past the line.
 struct GatherPlan {
   bool usable = false;
   std::vector<int32_t> at;       // word of a
@@ -543,6 +543,89 @@ __attribute__((target("avx2"))) void StretchAcrossAvx2(const uint16_t* s, const 
 }
 #endif
 
+// The pass across for AVX2: four samples a 128-bit lane, their pairs
+// (a, b) picked by byte shuffles from a window of sixteen words, two
+// shuffles (one for each half of the window) joined; two lanes a step. The
+// weights and sums as for AVX-512.
+struct LanePlan {
+  bool usable = false;
+  std::vector<int32_t> base;    // first word of each lane's window
+  std::vector<uint8_t> mask;    // 64 bytes a step: both lanes' picks from the low halves, then the high
+  std::vector<int16_t> weight;  // 8 a lane
+};
+
+template <int C>
+LanePlan PlanLanes(long from, const AxisMap& xs, long to) {
+  LanePlan p;
+  const long n = to * C, rowLen = from * C;
+  if (rowLen < 16) return p;
+  const long lanes = (n + 7) / 8 * 2;
+  p.base.resize(size_t(lanes));
+  p.mask.resize(size_t(lanes) * 32);
+  p.weight.resize(size_t(lanes) * 8);
+  for (long b = 0; b < lanes; ++b) {
+    long ia[4], ib[4], wb[4];
+    long lo = rowLen, hi = 0;
+    for (int k = 0; k < 4; ++k) {
+      const long sample = std::min(4 * b + k, n - 1);  // the tail repeats the last
+      const long x = sample / C, c = sample % C;
+      const long i = xs.index[size_t(x)];
+      const long j = i + 1 < from ? i + 1 : i;
+      ia[k] = i * C + c;
+      ib[k] = j * C + c;
+      wb[k] = xs.frac[size_t(x)];
+      lo = std::min(lo, ia[k]);
+      hi = std::max(hi, ib[k]);
+    }
+    if (hi - lo >= 16) return LanePlan{};  // shrinking too far for one window
+    const long base = std::min(lo, rowLen - 16);
+    p.base[size_t(b)] = int32_t(base);
+    uint8_t* low = p.mask.data() + 64 * (b / 2) + 16 * (b % 2);
+    uint8_t* high = low + 32;
+    for (int k = 0; k < 4; ++k)
+      for (int t = 0; t < 2; ++t) {
+        const long w = (t == 0 ? ia[k] : ib[k]) - base;
+        const int at = 2 * (2 * k + t);
+        for (int e = 0; e < 2; ++e) {
+          low[at + e] = w < 8 ? uint8_t(2 * w + e) : 0x80;
+          high[at + e] = w >= 8 ? uint8_t(2 * (w - 8) + e) : 0x80;
+        }
+      }
+    for (int k = 0; k < 4; ++k) {
+      p.weight[size_t(8 * b + 2 * k)] = int16_t(kOne - wb[k]);
+      p.weight[size_t(8 * b + 2 * k + 1)] = int16_t(wb[k]);
+    }
+  }
+  p.usable = true;
+  return p;
+}
+
+#if defined(__x86_64__)
+__attribute__((target("avx2"))) void StretchAcrossLanes(const uint16_t* s, const LanePlan& p,
+                                                         int32_t* out) {
+  const __m256i flip = _mm256_set1_epi16(int16_t(0x8000));
+  const __m256i offset = _mm256_set1_epi32((32768 << kFracBits) + 64);
+  const size_t lanes = p.base.size();
+  for (size_t b = 0; b < lanes; b += 2) {
+    const uint16_t* w0 = s + p.base[b];
+    const uint16_t* w1 = s + p.base[b + 1];
+    const __m256i low = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(w1),
+                                            reinterpret_cast<const __m128i*>(w0));
+    const __m256i high = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(w1 + 8),
+                                             reinterpret_cast<const __m128i*>(w0 + 8));
+    const uint8_t* m = p.mask.data() + 32 * b;
+    const __m256i pairs = _mm256_or_si256(
+        _mm256_shuffle_epi8(low, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(m))),
+        _mm256_shuffle_epi8(high, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(m + 32))));
+    const __m256i sum = _mm256_madd_epi16(
+        _mm256_xor_si256(pairs, flip),
+        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p.weight.data() + 8 * b)));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * b),
+                        _mm256_srai_epi32(_mm256_add_epi32(sum, offset), 7));
+  }
+}
+#endif
+
 void StretchDown(const int32_t* upper, const int32_t* lower, int32_t g, uint16_t* d, long n) {
   simd::Run(
       g_level,
@@ -566,6 +649,8 @@ bool Stretch(FrameSize from, ConstSamples16 source, FrameSize to, Samples16 dest
 #if defined(__x86_64__)
   if (g_level.Get() >= 2) blocks = PlanAcross<C>(from.width, xs, to.width);
   if (g_level.Get() == 1 && C == 1) gathers = PlanGather(from.width, xs, to.width);
+  LanePlan lanes;
+  if (g_level.Get() == 1) lanes = PlanLanes<C>(from.width, xs, to.width);
 #endif
   const size_t line = size_t(to.width) * C;
   const size_t stride = line + 16;  // whole blocks may run on past the line
@@ -583,6 +668,10 @@ bool Stretch(FrameSize from, ConstSamples16 source, FrameSize to, Samples16 dest
 #if defined(__x86_64__)
     if (blocks.usable) {
       StretchAcrossAvx512(s, blocks, r);
+      return r;
+    }
+    if (lanes.usable) {
+      StretchAcrossLanes(s, lanes, r);
       return r;
     }
     if (gathers.usable) {

@@ -239,6 +239,11 @@ TEST_P(GeometryIsa, EveryLevelGivesTheSameSamples) {
       r.push_back(big);
       (channels == 1 ? SV_stretch : SV_RGB_stretch)(to, Frame(big), size, out);
       r.push_back(out);
+      // A shrink too strong for the vector windows takes the other loops.
+      const FrameSize tiny{19, 9};
+      Frame small(tiny.Samples(channels));
+      (channels == 1 ? SV_stretch : SV_RGB_stretch)(size, src, tiny, small);
+      r.push_back(small);
       SV_set_geometry_isa(GetParam());
       return r;
     };
