@@ -108,8 +108,10 @@ SV_AVX2_FMA void MixMeanLanes(size_t n, const uint16_t* f, uint16_t* m, int32_t 
 
 // GCC 12 takes the undefined pass-through lanes of its AVX-512 conversions
 // for uninitialised values.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 template <int Ties>
 SV_AVX512 SV_INLINE __m512i MixMean16(__m512i f, __m512i m, __m512 inv, __m512 tieAbove) {
   const __m512i magicBits = _mm512_set1_epi32(0x4B400000);
@@ -157,7 +159,9 @@ SV_AVX512 void MixMeanLanes512(size_t n, const uint16_t* f, uint16_t* m, int32_t
   }
   MixMean(n - i, f + i, m + i, frames);
 }
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic pop
+#endif
 
 // Saturating word sums have their own instruction.
 SV_AVX2 void Add16To16Avx2(size_t n, const uint16_t* s, uint16_t* d) {

@@ -81,8 +81,10 @@ __attribute__((target("avx2,fma"))) void Avx2(size_t blocks, const uint16_t* a, 
 
 // GCC 12 takes the undefined pass-through lanes of its AVX-512 conversions
 // for uninitialised values.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 template <bool Divide, bool Clip>
 SV_AVX512 void Avx512(size_t blocks, const uint16_t* a, const uint16_t* b, uint16_t* d,
                       const QuotientArgs& q) {
@@ -128,7 +130,9 @@ SV_AVX512 void Avx512(size_t blocks, const uint16_t* a, const uint16_t* b, uint1
   }
 }
 
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic pop
+#endif
 
 }  // namespace
 
