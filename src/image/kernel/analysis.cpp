@@ -365,7 +365,8 @@ SV_AVX2 SV_INLINE void PutWords(uint32_t* d, __m128i words) {
 
 // Colour rows on AVX2: eight pixels (three 128-bit loads) part into their
 // red, green and blue words by three shuffles each, widened to 32 bits and
-// summed into the planes; the source is fetched 768 bytes ahead.
+// summed into the planes; the source is fetched 768 bytes ahead. Whole
+// blocks of eight only: the caller sums the rest.
 template <bool kStart>
 SV_AVX2 void AccumulateColourAvx2(const uint16_t* src, size_t sstep, uint32_t* d0, uint32_t* d1,
                                   uint32_t* d2, size_t dstep, long m, long count) {
@@ -379,8 +380,7 @@ SV_AVX2 void AccumulateColourAvx2(const uint16_t* src, size_t sstep, uint32_t* d
   const __m128i b1 = WordPicks(-1, -1, 0, 3, 6, -1, -1, -1);
   const __m128i b2 = WordPicks(-1, -1, -1, -1, -1, 1, 4, 7);
   for (long r = 0; r < count; ++r, src += sstep, d0 += dstep, d1 += dstep, d2 += dstep) {
-    long i = 0;
-    for (; i + 8 <= m; i += 8) {
+    for (long i = 0; i + 8 <= m; i += 8) {
       const __m128i* p = reinterpret_cast<const __m128i*>(src + 3 * i);
       _mm_prefetch(reinterpret_cast<const char*>(p) + 768, _MM_HINT_T0);
       const __m128i v0 = _mm_loadu_si128(p), v1 = _mm_loadu_si128(p + 1),
@@ -391,17 +391,6 @@ SV_AVX2 void AccumulateColourAvx2(const uint16_t* src, size_t sstep, uint32_t* d
                                _mm_shuffle_epi8(v2, g2)));
       PutWords<kStart>(d2 + i, _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(v0, b0), _mm_shuffle_epi8(v1, b1)),
                                _mm_shuffle_epi8(v2, b2)));
-    }
-    for (; i < m; ++i) {
-      if constexpr (kStart) {
-        d0[i] = src[3 * i];
-        d1[i] = src[3 * i + 1];
-        d2[i] = src[3 * i + 2];
-      } else {
-        d0[i] += src[3 * i];
-        d1[i] += src[3 * i + 1];
-        d2[i] += src[3 * i + 2];
-      }
     }
   }
 }
@@ -444,6 +433,10 @@ void AccumulateRows(const uint16_t* s, size_t sourceStride, uint32_t* const* d, 
     // AVX-512's word permutes make this slower than AVX2's byte shuffles.
     if (CurrentIsa() >= 1) {
       AccumulateColourAvx2<kStart>(s, sourceStride, d[0], d[1], d[2], stride, n, rows);
+      const long done = n / 8 * 8;
+      if (done < n)
+        Run<0>(body, s + 3 * done, sourceStride, d[0] + done, d[1] + done, d[2] + done, stride,
+               n - done, rows);
       return;
     }
 #endif

@@ -433,6 +433,24 @@ struct AcrossBlocks {
   std::vector<int16_t> pick, weight;  // 32 a block
 };
 
+// The K samples of block b of a line of n: the words of each pair (a, b),
+// the weight of b, and the lowest and highest word they take.
+template <int C, int K>
+void PlanPairs(long from, const AxisMap& xs, long n, long b, long* ia, long* ib, long* wb,
+               long& lo, long& hi) {
+  for (int k = 0; k < K; ++k) {
+    const long sample = std::min(K * b + k, n - 1);  // the tail repeats the last
+    const long x = sample / C, c = sample % C;
+    const long i = xs.index[size_t(x)];
+    const long j = i + 1 < from ? i + 1 : i;
+    ia[k] = i * C + c;
+    ib[k] = j * C + c;
+    wb[k] = xs.frac[size_t(x)];
+    lo = std::min(lo, ia[k]);
+    hi = std::max(hi, ib[k]);
+  }
+}
+
 template <int C>
 AcrossBlocks PlanAcross(long from, const AxisMap& xs, long to) {
   AcrossBlocks p;
@@ -445,17 +463,7 @@ AcrossBlocks PlanAcross(long from, const AxisMap& xs, long to) {
   for (long b = 0; b < blocks; ++b) {
     long ia[16], ib[16], wb[16];
     long lo = rowLen, hi = 0;
-    for (int k = 0; k < 16; ++k) {
-      const long sample = std::min(16 * b + k, n - 1);  // the tail repeats the last
-      const long x = sample / C, c = sample % C;
-      const long i = xs.index[size_t(x)];
-      const long j = i + 1 < from ? i + 1 : i;
-      ia[k] = i * C + c;
-      ib[k] = j * C + c;
-      wb[k] = xs.frac[size_t(x)];
-      lo = std::min(lo, ia[k]);
-      hi = std::max(hi, ib[k]);
-    }
+    PlanPairs<C, 16>(from, xs, n, b, ia, ib, wb, lo, hi);
     if (hi - lo >= 64) return AcrossBlocks{};  // shrinking too far for one window
     const long base = std::min(lo, rowLen - 64);
     p.base[size_t(b)] = int32_t(base);
@@ -566,17 +574,7 @@ LanePlan PlanLanes(long from, const AxisMap& xs, long to) {
   for (long b = 0; b < lanes; ++b) {
     long ia[4], ib[4], wb[4];
     long lo = rowLen, hi = 0;
-    for (int k = 0; k < 4; ++k) {
-      const long sample = std::min(4 * b + k, n - 1);  // the tail repeats the last
-      const long x = sample / C, c = sample % C;
-      const long i = xs.index[size_t(x)];
-      const long j = i + 1 < from ? i + 1 : i;
-      ia[k] = i * C + c;
-      ib[k] = j * C + c;
-      wb[k] = xs.frac[size_t(x)];
-      lo = std::min(lo, ia[k]);
-      hi = std::max(hi, ib[k]);
-    }
+    PlanPairs<C, 4>(from, xs, n, b, ia, ib, wb, lo, hi);
     if (hi - lo >= 16) return LanePlan{};  // shrinking too far for one window
     const long base = std::min(lo, rowLen - 16);
     p.base[size_t(b)] = int32_t(base);
