@@ -1,0 +1,7 @@
+#include "video/video_file.h"
+
+namespace sv {
+
+std::unique_ptr<VideoFile> NewAVIFile() { return nullptr; }
+
+}  // namespace sv
