@@ -18,6 +18,7 @@
 #include "experiment/film_source.h"
 #include "experiment/form_experiment.h"
 #include "experiment/run_overlay.h"
+#include "experiment/run_steps.h"
 #include "experiment/trigger.h"
 #include "experiment/wait.h"
 #include "experiment/shutter.h"
@@ -238,90 +239,49 @@ void Form_Experiment::ExperimentDo(int flags) {
 
 bool Form_Experiment::StepLoop(bool single, bool vtr, bool ie) {
   ExperimentSettings& es = ES();
-  // When the last step was due, in ms since StartTime: the time the tStep
-  // wait aimed at when it had to wait, else the step's own time stamp.
-  int32_t due = es.Time;
-  for (;;) {
-    // 1.
+  StepSweep sweep;
+  sweep.ie = ie;
+  sweep.film = vtr;
+  sweep.userSweep = es.UserSweep != 0;
+  sweep.sweepCount = long(List_Sweep.size());
+  sweep.tStop = es.tStop;
+  sweep.tStep = es.tStep;
+  sweep.dwell = es.DwellTime;
+  sweep.EStart = es.EStart;
+  sweep.EStop = es.EStop;
+  sweep.EStep = es.EStep;
+  StepState state{startTime_, es.Time, es.Energy, List_SweepIndex, nextDisplay_};
+  StepHooks hooks;
+  hooks.beforeStep = [this] {
     if (shutterOn_) ShutterOpen();
-    // 2.
-    WaitTrigger(false);
-    // 3.
-    host().DoEvents();
-    if (Stopped()) return false;
-    // 4. The dwell counts from the top of the pass.
-    if (es.DwellTime != 0) {
-      Label_dwellTimeMarked = true;
-      Changed();
-      WaitSince(host().TimeGetTime(), int32_t(RoundEven(double(es.DwellTime))));
-      Label_dwellTimeMarked = false;
-      Changed();
-    }
-    // 5. The interval counts from the last step, not from the end of its
-    // work, so the time a step takes does not add up. A step on time counts
-    // from when it was due, so that a wait that wakes a little late (or a
-    // clock read after it) does not push all later steps back either.
-    bool onTime = false;
-    if (!ie && es.tStep != 0) {
-      Label_tStepMarked = true;
-      Changed();
-      const uint32_t from = SV_AddTime(startTime_, due);
-      onTime = SV_SubTime(host().TimeGetTime(), from) < es.tStep;
-      WaitSince(from, es.tStep);
-      Label_tStepMarked = false;
-      Changed();
-    }
-    // 6.
-    if (!vtr)
-      es.Time = SV_SubTime(host().TimeGetTime(), startTime_);
-    else
-      es.Time = TheFilmSource()->TimeMs();
-    due = onTime ? due + es.tStep : es.Time;
-    // 7. Time and rate at most once a second.
-    if (es.Time > nextDisplay_) {
-      ShowTimeAndRate(!vtr);
-      nextDisplay_ = es.Time + 1000;
-      Changed();
-      host().DoEvents();
-      if (Stopped()) return false;
-    }
-    // 8.
+  };
+  hooks.mark = [this](StepWait wait, bool on) {
+    (wait == StepWait::Dwell ? Label_dwellTimeMarked : Label_tStepMarked) = on;
+    Changed();
+  };
+  hooks.filmTime = [] { return TheFilmSource()->TimeMs(); };
+  hooks.display = [this, vtr] {
+    ShowTimeAndRate(!vtr);
+    Changed();
+  };
+  hooks.record = [this] {
     ExperimentGrab();
-    if (linkFailed_) return false;
-    // 9.
-    if (Stopped()) {
-      const int code = StopCode();
-      // The film's end is the normal end of a run on a film; -1 has told
-      // its reason already.
-      if (code != kErrEndOfClip && code != 1 && code != -1)
-        host().MsgBox(ErrorText(code), MsgButtons::OK, MsgIcon::Critical, G().AppTitle);
-      return false;
-    }
-    // 10.
-    if (ie) {
-      if (es.UserSweep) {
-        if (List_SweepIndex + 1 >= long(List_Sweep.size())) return true;
-        ++List_SweepIndex;
-        SweepEntryEnergy(List_SweepIndex, es.Energy);
-      } else if (!vtr) {
-        es.Energy = es.Energy + es.EStep;
-        if ((es.EStep > 0 && es.Energy > es.EStop) || (es.EStep < 0 && es.Energy < es.EStop)) {
-          es.Energy = es.EStart;
-          SetEnergy(es.Energy, true);
-          return true;
-        }
-      }
-      if (!vtr) SetEnergy(es.Energy, true);
-    }
-    // 11.
-    if (!ie && es.tStop > 0 && es.Time >= es.tStop) return true;
-    // 12. A row limit leaves as one step does.
-    if (single) return false;
+    return !linkFailed_;
+  };
+  hooks.stopped = [this] { return Stopped(); };
+  hooks.stopCode = [] { return int(StopCode()); };
+  hooks.sweepEnergy = [this](long index, float& energy) { return SweepEntryEnergy(index, energy); };
+  hooks.setEnergy = [](float energy) { SetEnergy(energy, true); };
+  // A row limit leaves as one step does.
+  hooks.leave = [this, single] {
+    if (single) return true;
     if (StepLimit > 0) {
       const Form_Worksheet* sheet = Worksheet();
-      if (sheet && sheet->Row() >= StepLimit) return false;
+      if (sheet && sheet->Row() >= StepLimit) return true;
     }
-  }
+    return false;
+  };
+  return RunSteps(sweep, state, hooks);
 }
 
 void Form_Experiment::CleanUp(bool ended) {
