@@ -9,6 +9,7 @@
 #include "acquisition/live.h"
 #include "cli/batch_devices.h"
 #include "cli/batch_experiment.h"
+#include "cli/batch_film.h"
 #include "cli/batch_grab.h"
 #include "cli/batch_host.h"
 #include "cli/batch_images.h"
@@ -99,7 +100,7 @@ std::string Usage() {
          "              looked for in the config folder\n"
          "  help        this text\n" +
          GrabUsage() + ImageUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() +
-         DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage();
+         DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage() + FilmUsage();
 }
 
 int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -134,6 +135,8 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "trigger-wait") return TriggerWaitCommand(args, out, err);
   if (cmd == "run") return RunCommand(args, out, err);
   if (cmd == "recover") return RecoverCommand(args, out, err);
+  if (cmd == "film-info") return FilmInfoCommand(args, out, err);
+  if (cmd == "film-repair") return FilmRepairCommand(args, out, err);
   return BadCommandLine(err, "unknown command " + cmd);
 }
 
