@@ -30,9 +30,10 @@ int CheckFilmSize(const std::string& path, FilmSizeCheck& check) {
   const VideoHeader& h = check.header;
   check.headerFrames = h.NumberOfPictures;
   check.frameBytes = FilmFrameBytes(h);
-  // A negative count in the header stands for no frames.
-  const uint64_t counted = h.NumberOfPictures > 0 ? uint64_t(h.NumberOfPictures) : 0;
-  check.expectedSize = kFilmFirstFrame + counted * check.frameBytes;
+  // A negative count matches no size: the repair sets it right.
+  check.expectedSize = h.NumberOfPictures < 0
+                           ? 0
+                           : kFilmFirstFrame + uint64_t(h.NumberOfPictures) * check.frameBytes;
   if (check.frameBytes > 0 && check.fileSize > kFilmFirstFrame) {
     const uint64_t body = check.fileSize - kFilmFirstFrame;
     check.completeFrames = int64_t(body / check.frameBytes);

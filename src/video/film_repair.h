@@ -17,7 +17,7 @@ struct FilmSizeCheck {
   long headerFrames = 0;        // the header's count
   uint64_t frameBytes = 0;      // width * height, * 3 in colour, * 2 above 8 bits
   uint64_t fileSize = 0;
-  uint64_t expectedSize = 0;    // 1056 + headerFrames * frameBytes
+  uint64_t expectedSize = 0;    // 1056 + headerFrames * frameBytes; 0 for a negative count
   int64_t completeFrames = 0;   // whole frames behind the header
   int64_t roundedFrames = 0;    // (size - 1056) / frameBytes rounded to nearest, ties to even
   uint64_t tailBytes = 0;       // bytes of an incomplete last frame
