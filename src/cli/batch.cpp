@@ -16,6 +16,7 @@
 #include "cli/batch_lines.h"
 #include "cli/batch_links.h"
 #include "cli/batch_plot.h"
+#include "cli/batch_record.h"
 #include "cli/batch_run.h"
 #include "cli/batch_scan.h"
 #include "cli/batch_sheets.h"
@@ -100,7 +101,8 @@ std::string Usage() {
          "              looked for in the config folder\n"
          "  help        this text\n" +
          GrabUsage() + ImageUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() +
-         DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage() + FilmUsage();
+         DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage() + FilmUsage() +
+         RecordUsage();
 }
 
 int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -137,6 +139,7 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "recover") return RecoverCommand(args, out, err);
   if (cmd == "film-info") return FilmInfoCommand(args, out, err);
   if (cmd == "film-repair") return FilmRepairCommand(args, out, err);
+  if (cmd == "record") return RecordCommand(args, out, err);
   return BadCommandLine(err, "unknown command " + cmd);
 }
 

@@ -24,13 +24,10 @@
 #include "image/kernel/numbers.h"
 #include "plot/form_plot.h"
 #include "video/form_image_vtr.h"
+#include "video/text_stamp.h"
 #include "worksheet/form_worksheet.h"
 
 namespace sv {
-
-// Stamps text in a small built-in font at the top left of a frame.
-__attribute__((weak)) void StampText(uint8_t* pixels, long width, long height, long bytesPerLine,
-                                     bool colour, const std::string& text);
 
 namespace {
 
@@ -328,7 +325,7 @@ bool Form_ImageVTR::ExperimentGrab() {
     SV_code(Samples8(frame_.data(), frame_.size()), cells);
   } else {
     const long bytesPerLine = height_ > 0 ? long(frame_.size()) / height_ : 0;
-    if (StampText) StampText(frame_.data(), width_, height_, bytesPerLine, colour_,
+    StampText(frame_.data(), width_, height_, bytesPerLine, colour_,
               StampLine(labels_, NumericDataRow));
   }
   // 4. The frame's buffer is ours: it is always there.
