@@ -14,6 +14,7 @@
 #include "analysis/energy_hooks.h"
 #include "app/app_environment.h"
 #include "app/experiment_dialog.h"
+#include "app/image_vtr_dialog.h"
 #include "app/genicam_dialog.h"
 #include "app/grabber_dialog.h"
 #include "app/hardware_dialogs.h"
@@ -96,6 +97,7 @@ int main(int argc, char** argv) {
     sv::app::InstallLineTools(main, &window);
     sv::app::InstallExperimentDialog(main, &window);
     sv::app::InstallSoftTriggerDialog(main, &window);
+    sv::app::InstallImageVTRDialog(main, &window);
     sv::app::InstallRecoveryWriters();
     // From here a signal to end waits for the event loop, then closes as
     // the exit does, without its question. A screenshot leaves without it.

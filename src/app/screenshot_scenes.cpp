@@ -1,6 +1,8 @@
 #include "app/screenshot_scenes.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFile>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPixmap>
@@ -21,6 +23,7 @@
 #include "image/form_camera.h"
 #include "image/kernel/test_image.h"
 #include "plot/form_plot.h"
+#include "video/form_image_vtr.h"
 #include "worksheet/form_worksheet.h"
 
 namespace sv::app {
@@ -81,6 +84,25 @@ void ShowLiveWithWindows(MDIForm_Main& main) {
   main.Click("mnuWindowSetup");
 }
 
+// The recorder after a short I(E) sweep of the simulated screen into a film
+// in the temp folder.
+void RecordDemoFilm(MDIForm_Main& main, MainWindow& window) {
+  if (!EnsureGrabber()) return;
+  if (!PreviewRunning()) main.Click("mnuPreview");
+  main.Click("mnuImageVTR");
+  const QString film = QDir::temp().filePath("sv4200-demo.vid");
+  QFile::remove(film);
+  Form_ImageVTR& f = ImageVTRForm();
+  f.Option_Experiment_Click(kExperimentIE);
+  f.Text_EStart = "50";
+  f.Text_EStop = "70";
+  f.Text_EStep = "2";
+  f.Text_File = film.toStdString();
+  f.Text_File_Change();
+  f.Command_Accept();
+  QTimer::singleShot(300, &window, [] { ImageVTRForm().Command_Start(); });
+}
+
 QWidget* VisibleTopLevel(const char* objectName) {
   for (QWidget* w : QApplication::topLevelWidgets())
     if (w->isVisible() && w->objectName() == objectName) return w;
@@ -105,7 +127,8 @@ QPixmap ScreenPicture(MainWindow& window) {
 }  // namespace
 
 bool IsScreenshotScene(const std::string& scene) {
-  return scene == "live" || scene == "sheet" || scene == "grabber" || scene == "image";
+  return scene == "live" || scene == "sheet" || scene == "grabber" || scene == "image" ||
+         scene == "recorder";
 }
 
 void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& scene,
@@ -122,6 +145,9 @@ void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& s
   } else if (scene == "grabber") {
     main.Click("mnuGrabberSetup");
     settle = 600;
+  } else if (scene == "recorder") {
+    RecordDemoFilm(main, window);
+    settle = 3000;
   } else {
     // With a grabber up the live picture runs; otherwise a new image.
     if (!PreviewRunning()) main.Click(G().GrabberOK ? "mnuPreview" : "mnuNewImage");
@@ -129,7 +155,7 @@ void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& s
   }
   auto finish = std::make_shared<std::function<void(bool)>>(std::move(done));
   // The tool windows side by side right of the documents, none over another.
-  if (scene == "live")
+  if (scene == "live" || scene == "recorder")
     QTimer::singleShot(settle / 2, &window, [&window] {
       int x = 400;
       for (QWidget* w : QApplication::topLevelWidgets()) {
