@@ -304,11 +304,7 @@ bool Form_ImageVTR::ExperimentGrab() {
   };
   if (ie_) put(energy_);
   put(seconds);
-  Form_Plot* adplot = nullptr;
-  if (!v.PlotChannels.empty()) {
-    for (long h = 0; h < sheet->Plots() && !adplot; ++h)
-      adplot = dynamic_cast<Form_Plot*>(sheet->FindPlot(sheet->PlotWindowHwnd(h)));
-  }
+  Form_Plot* adplot = adPlotHandle_ ? dynamic_cast<Form_Plot*>(sheet->FindPlot(adPlotHandle_)) : nullptr;
   long curve = 0;
   const float x = ie_ ? energy_ : seconds;
   for (int16_t c : channels_) {
