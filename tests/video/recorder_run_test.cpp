@@ -8,6 +8,7 @@
 #include <csignal>
 
 #include "core/error_table.h"
+#include "experiment/form_experiment.h"
 #include "recorder_fixture.h"
 
 namespace sv::test {
@@ -292,6 +293,42 @@ TEST_F(RecorderTest, AnAviFilmHasNoCellsWhateverTheChannelsSay) {
   ASSERT_TRUE(avi->ReadFrame(0, bytes.data(), got));
   float cell = 0;
   EXPECT_FALSE(SV_decode(std::span<float>(&cell, 1), bytes));
+}
+
+}  // namespace
+}  // namespace sv::test
+
+namespace sv::test {
+namespace {
+
+TEST_F(RecorderTest, TheFormShowsTheFilmsSizeAndFormatAndRefusesFieldsOutOfRange) {
+  DefineIt(folder + "info", 1, 3);
+  Record();
+  // Two films: the size of the one in turn, with its number.
+  const auto size = std::filesystem::file_size(folder + "info_2.vid");
+  EXPECT_EQ(form.CurrentFilm(), 1);
+  EXPECT_EQ(form.Label_FileSize, "2: " + std::to_string(size) + " (1 frames)");
+  form.Text_File = folder + "info_1.vid";
+  form.Text_File_Change();
+  EXPECT_EQ(form.Label_FilmFrames, " (2 frames)");
+  EXPECT_EQ(form.Label_FilmFormat, "Video Format: 64 x 8 Pixel, 12 Bit");
+  form.Text_File = folder + "none.vid";
+  form.Text_File_Change();
+  EXPECT_EQ(form.Label_FilmFormat, "Not a valid Video File");
+
+  form.Text_EStart = "2000";
+  EXPECT_FALSE(form.Text_LostFocus(Form_ImageVTR::EStart));
+  EXPECT_EQ(form.Text_EStart, "20");
+  form.Text_tStep = "0,5";
+  EXPECT_TRUE(form.Text_LostFocus(Form_ImageVTR::tStep));
+  EXPECT_EQ(host.beeps, 1);
+
+  // Accepting over recorded rows asks first; No keeps everything.
+  host.Answer(MsgResult::No);
+  form.Command_Accept();
+  EXPECT_EQ(host.messages.back().text, kRestartQuestion);
+  EXPECT_EQ(VTR().tStep, 100);
+  EXPECT_EQ(form.Worksheet()->Rows(), 4);
 }
 
 }  // namespace
