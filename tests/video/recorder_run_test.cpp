@@ -333,3 +333,36 @@ TEST_F(RecorderTest, TheFormShowsTheFilmsSizeAndFormatAndRefusesFieldsOutOfRange
 
 }  // namespace
 }  // namespace sv::test
+
+namespace sv::test {
+namespace {
+
+TEST_F(RecorderTest, AUserSweepGivesTheEnergiesAndAPointOutOfRangeIsRefused) {
+  const std::string bad = folder + "bad.swp", good = folder + "good.swp";
+  WriteFile(bad, "30\r\n1001\r\n");
+  WriteFile(good, "30\r\n25,22.5\r\n");
+  form.LoadControls();
+  form.Option_Experiment = kExperimentIE;
+  host.Answer(MsgResult::OK);
+  EXPECT_FALSE(form.OpenSweepFileDo(bad));
+  EXPECT_EQ(host.messages.at(0).text, "Energy[1] = 1001 eV is out of range");
+  EXPECT_EQ(host.messages.at(0).title, "Open Sweep File");
+  EXPECT_TRUE(form.List_Sweep.empty());
+
+  ASSERT_TRUE(form.OpenSweepFileDo(good));
+  form.Check_UserSweep = true;
+  form.Check_UserSweep_Click();
+  form.Text_File = folder + "user";
+  form.Text_File_Change();
+  form.Command_Accept();
+  Record();
+  auto vid = Open(folder + "user.vid");
+  ASSERT_EQ(vid->Samples(), 3);
+  EXPECT_EQ(vid->ColLabel(0), "energy (eV)");
+  EXPECT_EQ(ReadFrame(*vid, 0).cells[1], 30.0f);
+  EXPECT_EQ(ReadFrame(*vid, 1).cells[1], 25.0f);
+  EXPECT_EQ(ReadFrame(*vid, 2).cells[1], 22.5f);
+}
+
+}  // namespace
+}  // namespace sv::test
