@@ -13,6 +13,7 @@
 #include "acquisition/live.h"
 #include "analysis/energy_hooks.h"
 #include "app/app_environment.h"
+#include "app/compress_dialog.h"
 #include "app/experiment_dialog.h"
 #include "app/image_vtr_dialog.h"
 #include "app/genicam_dialog.h"
@@ -97,6 +98,7 @@ int main(int argc, char** argv) {
     sv::app::InstallLineTools(main, &window);
     sv::app::InstallExperimentDialog(main, &window);
     sv::app::InstallSoftTriggerDialog(main, &window);
+    sv::app::InstallCompressDialog(&window);
     sv::app::InstallImageVTRDialog(main, &window);
     sv::app::InstallRecoveryWriters();
     // From here a signal to end waits for the event loop, then closes as
@@ -127,6 +129,7 @@ int main(int argc, char** argv) {
     }
     sv::ClearRecoveryWriters();
     sv::app::RemoveDocumentDialogs();
+    sv::app::RemoveCompressDialog();
     sv::SetMainForm(nullptr);
   }
   sv::SetHost(nullptr);
