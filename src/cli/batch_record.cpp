@@ -24,6 +24,7 @@
 #include "hardware/hardware.h"
 #include "image/form_camera.h"
 #include "plot/plot_documents.h"
+#include "video/compress_options.h"
 #include "video/form_image_vtr.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/sheet_plot.h"
@@ -116,13 +117,6 @@ int Parse(const std::vector<std::string>& args, RecordOptions& o, std::ostream& 
   return 0;
 }
 
-// The codec of AVI films for this recording.
-bool ChooseRecorderCodec(const std::string& codec, std::ostream& err) {
-  (void)codec;
-  (void)err;
-  return true;
-}
-
 extern "C" void OnRecordTerminate(int) { RequestStop(); }
 
 class TerminateScope {
@@ -197,6 +191,7 @@ class RecordSession {
       if (!name.empty() && !start(name)) err << "svbatch: " << name << " did not come up\n";
   }
   ~RecordSession() {
+    ClearCompressOptions();
     GrabberClose();
     GrabberUnload();
     DAStop();
@@ -245,11 +240,16 @@ int RecordCommand(const std::vector<std::string>& args, std::ostream& out, std::
     err << "svbatch: no ini file " << o.ini << "\n";
     return 1;
   }
-  if (!o.codec.empty() && !ChooseRecorderCodec(o.codec, err)) return 1;
   ClearStopRequest();
   InstallStopHandler();
   TerminateScope terminate;
   RecordSession session(err, o.ini, o.existing);
+  // AVI films take the codec named, else that of "Compress.opt", else
+  // lossless: the command line shows no chooser.
+  if (!SelectCompressCodec(o.codec)) {
+    err << "svbatch: no codec " << o.codec << "\n";
+    return 1;
+  }
   Form_ImageVTR form;
   session.host.form = &form;
   struct FormScope {

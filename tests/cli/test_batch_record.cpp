@@ -115,6 +115,20 @@ TEST_F(BatchRecordTest, AnEnergySweepStoresItsEnergies) {
   EXPECT_EQ(f.cells[2][1], 23.0f);
 }
 
+TEST_F(BatchRecordTest, AnAviFilmTakesTheCodecNamedAndHasNoColumns) {
+  const std::string clip = root + "/clip.avi";
+  for (const char* codec : {"lossless", "view"}) {
+    SCOPED_TRACE(codec);
+    ASSERT_EQ(Run({"record", clip, "--frames", "2", "--codec", codec, "--replace", "--ini", ini}), 0)
+        << err.str();
+    EXPECT_EQ(out.str(), clip + ": 2 frames, 384 x 288, 8 bit\n");
+    ASSERT_EQ(Run({"film-info", clip}), 0) << err.str();
+    EXPECT_NE(out.str().find("type: avi\n"), std::string::npos) << out.str();
+    EXPECT_NE(out.str().find("frames: 2\n"), std::string::npos) << out.str();
+    EXPECT_NE(out.str().find("columns: 0\n"), std::string::npos) << out.str();
+  }
+}
+
 // Killed outright mid-recording: the header still says 0 frames. After the
 // repair every counted frame is complete and its cells decode.
 TEST_F(BatchRecordTest, AKilledRecordingIsMadeWholeByTheRepair) {
