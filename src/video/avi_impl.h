@@ -49,6 +49,7 @@ struct Class_SV2AVI::Impl {
   } memory;
   int streamIndex = -1;
   int64_t startTs = 0;
+  int delay = 0;                 // frames a B-frame decoder holds back
   AVRational frameTime{1, 15};   // one frame's duration
   AVFrame* held = nullptr;       // the last decoded frame,
   int64_t heldIndex = -1;        // its index (-1: none)

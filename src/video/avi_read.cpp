@@ -1,4 +1,5 @@
 // Class_SV2AVI: opening a film for reading and finding its frames.
+#include <algorithm>
 #include <cstring>
 
 #include "video/avi_impl.h"
@@ -107,26 +108,53 @@ bool Class_SV2AVI::OpenRead(const std::string& filename, const uint8_t* data, si
   d.frameTime = av_inv_q(rate);
   rate_ = float(av_q2d(rate));
   d.startTs = d.stream->start_time != AV_NOPTS_VALUE ? d.stream->start_time : 0;
+  d.delay = std::clamp(par->video_delay, 0, 16);
 
   int64_t frames = d.stream->nb_frames;
-  if (frames <= 0 && d.stream->duration != AV_NOPTS_VALUE && d.stream->duration > 0)
-    frames = av_rescale_q(d.stream->duration, d.stream->time_base, d.frameTime);
-  if (frames <= 0) frames = avformat_index_get_entries_count(d.stream);
-  if (frames <= 0) return fail();
+  if (frames <= 0) {
+    // A film whose writer never closed it: no count and no index. Its
+    // chunks are counted, and the film read from the first.
+    while (av_read_frame(d.fmt, d.packet) >= 0) {
+      if (d.packet->stream_index == d.streamIndex) {
+        int64_t at = frames;
+        if (d.packet->dts != AV_NOPTS_VALUE)
+          at = av_rescale_q(d.packet->dts - d.startTs, d.stream->time_base, d.frameTime);
+        frames = std::max(frames + 1, at + 1);
+      }
+      av_packet_unref(d.packet);
+    }
+    if (frames <= 0 || av_seek_frame(d.fmt, d.streamIndex, d.startTs, AVSEEK_FLAG_BACKWARD) < 0)
+      return fail();
+  }
   frames_ = long(std::min<int64_t>(frames, INT32_MAX));
   filename_ = data ? std::string("(memory)") : filename;
   return true;
 }
 
+// AVI keeps no presentation times: a picture's stamp is that of the chunk
+// whose decoding let it out, later by the decoder's delay when it reorders
+// B-frames.
 int64_t Class_SV2AVI::Impl::IndexOf(const AVFrame* f) const {
   const int64_t ts = f->best_effort_timestamp;
   if (ts == AV_NOPTS_VALUE) return heldIndex + 1;
   return av_rescale_q_rnd(ts - startTs, stream->time_base, frameTime,
-                          AVRounding(AV_ROUND_NEAR_INF | AV_ROUND_PASS_MINMAX));
+                          AVRounding(AV_ROUND_NEAR_INF | AV_ROUND_PASS_MINMAX)) -
+         delay;
 }
 
 bool Class_SV2AVI::Impl::Seek(int64_t target) {
-  const int64_t ts = startTs + av_rescale_q(target, frameTime, stream->time_base);
+  int64_t ts = startTs + av_rescale_q(target, frameTime, stream->time_base);
+  if (delay > 0) {
+    // A B-frame may lean on the picture before the key frame found, so one
+    // key frame further back.
+    const int e = av_index_search_timestamp(stream, ts, AVSEEK_FLAG_BACKWARD);
+    const AVIndexEntry* key = e >= 0 ? avformat_index_get_entry(stream, e) : nullptr;
+    const int before = key ? av_index_search_timestamp(stream, key->timestamp - 1,
+                                                       AVSEEK_FLAG_BACKWARD)
+                           : -1;
+    const AVIndexEntry* earlier = before >= 0 ? avformat_index_get_entry(stream, before) : nullptr;
+    ts = earlier ? earlier->timestamp : startTs;
+  }
   avcodec_flush_buffers(codec);
   if (av_seek_frame(fmt, streamIndex, ts, AVSEEK_FLAG_BACKWARD) < 0 &&
       av_seek_frame(fmt, streamIndex, startTs, AVSEEK_FLAG_BACKWARD) < 0 &&

@@ -56,7 +56,8 @@ long Class_SV2AVI::Samples() const { return IsOpen() ? frames_ : 0; }
 
 uint32_t Class_SV2AVI::FrameSize() const {
   const uint64_t perPixel = colour_ ? 3 : bits_ > 8 ? 2 : 1;
-  const uint64_t bytes = uint64_t(std::max(width_, 0L)) * uint64_t(std::max(height_, 0L)) * perPixel;
+  const uint64_t bytes =
+      uint64_t(std::max(width_, 0L)) * uint64_t(std::max(height_, 0L)) * perPixel;
   return bytes > kMaxAVIFrameBytes ? 0 : uint32_t(bytes);
 }
 

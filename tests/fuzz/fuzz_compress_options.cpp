@@ -87,7 +87,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   form.List_Codec = size ? int(data[0] % 4) - 1 : 0;
   form.Text_KeyFrames = rest.substr(0, cut);
   form.Text_Quality = cut == std::string::npos ? "" : rest.substr(cut + 1);
-  if (form.Command_OK()) Check(sv::CompressOptionsValid(form.Result), "the chooser gave invalid options");
+  if (form.Command_OK())
+    Check(sv::CompressOptionsValid(form.Result), "the chooser gave invalid options");
   sv::SetHost(nullptr);
   return 0;
 }
