@@ -71,7 +71,10 @@ class Class_SV2AVI : public VideoFile {
   long BitsPerPixel() const override { return bits_; }
   long NumberOfPictures() const override { return frames_; }
   bool HasColors() const override { return colour_; }
-  void HasColors(bool colours) override { colour_ = colours; }
+  // The pixel layout of an open film stays as it was opened.
+  void HasColors(bool colours) override {
+    if (!d_) colour_ = colours;
+  }
   bool WriteFrame(uint32_t index, const void* buffer) override;
   bool FileOpen(std::string& filename, int mode, long* width, long* height, long* bits,
                 float* rate, bool hasColors) override;

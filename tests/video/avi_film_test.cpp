@@ -238,6 +238,8 @@ TEST_F(AviTest, ModesAndBadInput) {
   EXPECT_TRUE(film.SaveHeader());
   EXPECT_TRUE(film.FlushFileBuffer());
   EXPECT_TRUE(film.IsAVI());
+  film.HasColors(false);  // an open film keeps its layout
+  EXPECT_EQ(film.FrameSize(), 8u * 8u * 3u);
   EXPECT_FALSE(film.WriteFrame(1, Pattern(8, 8, 3, 9).data()));  // opened for reading
   ASSERT_TRUE(film.FileClose());
 
