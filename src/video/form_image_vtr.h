@@ -285,7 +285,7 @@ class Form_ImageVTR {
   void ReadFrame();
   void PutCells(long film);
   void ShowDiskSpace();
-  void EndRun(bool ended);
+  void EndRun();
 
   View nullView_;
   View* view_ = &nullView_;
@@ -307,7 +307,6 @@ class Form_ImageVTR {
   uint32_t startTime_ = 0;
   int32_t time_ = 0, nextDisplay_ = 0;
   float energy_ = 0;
-  long sweepIndex_ = -1;
   uint32_t lastDiskShow_ = 0;
   std::vector<std::string> filmNames_, labels_;
   std::vector<int16_t> channels_;  // A/D channels of the run

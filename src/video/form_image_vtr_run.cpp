@@ -119,7 +119,6 @@ void Form_ImageVTR::ExperimentDo() {
   Changed();
   host().DoEvents();
 
-  bool ended = false;
   time_ = 0;
   WaitTrigger(true);
   if (StopCode() == 0) {
@@ -178,16 +177,17 @@ void Form_ImageVTR::ExperimentDo() {
         const Form_Worksheet* s = Worksheet();
         return StepLimit > 0 && s && s->Row() >= StepLimit;
       };
-      ended = RunSteps(sweep, state, hooks);
+      RunSteps(sweep, state, hooks);
     }
   }
-  EndRun(ended);
+  EndRun();
   if (previewWas)
     if (Form_Camera* image = PreviewImage(MainForm())) Preview(*image);
 }
 
-void Form_ImageVTR::EndRun(bool ended) {
-  (void)ended;
+// The end of a recording, however it came: the films closed with their
+// headers, the sheet keeps the rows that were written.
+void Form_ImageVTR::EndRun() {
   Form_Worksheet* sheet = Worksheet();
   const long rows = sheet ? std::clamp(sheet->Row(), 0L, sheet->Rows() - 1) : 0;
   Label_tStartMarked = Label_tStepMarked = Label_dwellTimeMarked = false;
