@@ -366,3 +366,31 @@ TEST_F(RecorderTest, AUserSweepGivesTheEnergiesAndAPointOutOfRangeIsRefused) {
 
 }  // namespace
 }  // namespace sv::test
+
+namespace sv::test {
+namespace {
+
+// The sheet's copy in the temporary folder stays only with AutoSave; one
+// film records the input that is selected.
+TEST_F(RecorderTest, TheTemporarySheetStaysWithAutoSaveAndOneFilmTakesTheCurrentInput) {
+  const std::string temp = host.tempPath + kRecorderSweepSheet;
+  grabber.input = 1;
+  VTR().AutoSave = -1;
+  DefineIt(folder + "auto.vid", 0, 2);
+  ASSERT_TRUE(form.Check_AutoSave);
+  Record();
+  EXPECT_TRUE(std::filesystem::exists(temp));
+  EXPECT_EQ(host.LastStatus(), "2 Records saved to " + temp);
+  EXPECT_EQ(ReadFrame(*Open(folder + "auto.vid"), 1).lastSample, 1010u);
+  EXPECT_EQ(grabber.selects, std::vector<long>{1});  // put back, never moved
+
+  VTR().AutoSave = 0;
+  DefineIt(folder + "auto2.vid", 0, 1);
+  ASSERT_FALSE(form.Check_AutoSave);
+  Record();
+  EXPECT_FALSE(std::filesystem::exists(temp));
+  EXPECT_EQ(host.LastStatus(), "1 Records");
+}
+
+}  // namespace
+}  // namespace sv::test
