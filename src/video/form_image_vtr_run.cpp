@@ -3,6 +3,8 @@
 // averages) with its numbers in its first cells, or stamped on the picture
 // in an AVI film, goes to the film of the present input; the row goes to
 // the sheet; the next input is selected.
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -44,11 +46,19 @@ std::string Fixed(double value, int decimals) {
 
 std::string SweepSheetPath() { return host().TempPath() + kRecorderSweepSheet; }
 
-// The folder a film lies in, for the free space of its disk.
-std::string FolderOf(const std::string& name) {
+// The drive of a film: the mount point of the folder it lies in (the
+// highest folder above it on the same device).
+std::string DriveOf(const std::string& name) {
   std::error_code ec;
-  std::filesystem::path p = std::filesystem::absolute(name, ec);
-  return ec ? std::string(".") : p.parent_path().string();
+  std::filesystem::path p = std::filesystem::absolute(name, ec).parent_path();
+  struct stat st {};
+  if (ec || ::stat(p.c_str(), &st) != 0) return p.string();
+  for (;;) {
+    const std::filesystem::path up = p.parent_path();
+    struct stat above {};
+    if (up == p || ::stat(up.c_str(), &above) != 0 || above.st_dev != st.st_dev) return p.string();
+    p = up;
+  }
 }
 
 std::string SizeText(int64_t bytes) {
@@ -88,8 +98,8 @@ void Form_ImageVTR::Command_Stop() {
 }
 
 void Form_ImageVTR::ShowDiskSpace() {
-  const std::string folder = FolderOf(filmNames_.empty() ? Label_VIDFilename : filmNames_[0]);
-  ShowStatus("Free disk space on " + folder + " " + SizeText(host().FreeDiskSpace(folder)));
+  const std::string drive = DriveOf(filmNames_.empty() ? Label_VIDFilename : filmNames_[0]);
+  ShowStatus("Free disk space on " + drive + " " + SizeText(host().FreeDiskSpace(drive)));
 }
 
 // --- The loop ------------------------------------------------------------------------

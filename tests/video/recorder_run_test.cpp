@@ -216,7 +216,12 @@ TEST_F(RecorderTest, IERecordingStoresEnergyTimeAndTheADChannelsAndShowsItsProgr
     return all;
   }();
   EXPECT_NE(statuses.find("Initializing...|"), std::string::npos);
-  EXPECT_NE(statuses.find("Free disk space on " + std::filesystem::path(folder + "x").parent_path().string() + " "), std::string::npos);
+  // The drive is the mount point above the film's folder.
+  const size_t disk = statuses.find("Free disk space on /");
+  ASSERT_NE(disk, std::string::npos) << statuses;
+  const std::string drive = statuses.substr(disk + 19, statuses.find(' ', disk + 19) - disk - 19);
+  EXPECT_EQ(folder.rfind(drive, 0), 0u) << drive;
+  EXPECT_NE(statuses.find("Free disk space on " + drive + " 1024.00 GB|"), std::string::npos);
   EXPECT_EQ(host.LastStatus(), "3 Records");
   EXPECT_EQ(form.Text_Records, "3 Records");
   EXPECT_EQ(form.Label_FileSize, std::to_string(std::filesystem::file_size(folder + "ie.vid")) + " (3 frames)");
