@@ -72,6 +72,9 @@ TEST_F(BatchRecordTest, BadCommandLinesAreRefused) {
     EXPECT_EQ(Run(args), 2);
   }
   EXPECT_EQ(Run({"record", film, "--ini", root + "/none.ini"}), 1);
+  // The simulated camera has one input: two films need two.
+  EXPECT_EQ(Run({"record", film, "--frames", "1", "--sources", "1", "--ini", ini}), 1);
+  EXPECT_NE(err.str().find("source mode 1"), std::string::npos) << err.str();
   EXPECT_FALSE(fs::exists(film));
 }
 
