@@ -245,6 +245,8 @@ void Form_ImageVTR::ExperimentExit() {
   CloseAllFilms();
   for (const std::string& name : filmNames_) UpdateLastVIDFileList(LastVIDFiles, name);
   VTR().LastFiles = LastVIDFiles;
+  // The film's line shows what it holds now.
+  DrawFilmInfo();
   RecorderGrabber().SelectInput(firstSource_);
   std::vector<uint16_t>().swap(grab_);
   std::vector<uint32_t>().swap(sum_);

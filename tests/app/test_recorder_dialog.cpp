@@ -141,6 +141,7 @@ class TestRecorderDialog : public QObject {
     QCOMPARE(QString::fromStdString(host_->messages.back().text),
              QString("Append Video to existing Video File?"));
     QVERIFY(host_->unscripted.empty());
+    QCOMPARE(ImageVTRForm().Label_FilmFrames, std::string(" (12 frames)"));
 
     std::unique_ptr<VideoFile> film = NewVideoFile(false);
     std::string name = Film().toStdString();
