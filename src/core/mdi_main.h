@@ -156,6 +156,8 @@ class MDIForm_Main {
   std::function<bool(ChildDocument&, const std::string&)> ImageOpenDo;
   // The sheet's file open: it reports its own errors and keeps what it read.
   std::function<bool(ChildDocument&, const std::string&)> WorksheetOpenDo;
+  // The film player's open: shows the player and opens the film there.
+  std::function<bool(const std::string&)> FilmOpenDo;
 
   // Status bar.
   void ShowStatus(const std::string& text, int progress = -1);
