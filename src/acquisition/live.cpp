@@ -230,6 +230,8 @@ std::string BackgroundFilePath() {
   return folder + kBackgroundFileName;
 }
 
+bool BackgroundFits(Form_Camera& image) { return BackgroundReady(image); }
+
 Form_Camera* BackgroundImage(MDIForm_Main* main) {
   if (!main) main = MainForm();
   if (!main || G().BackgroundImageHandle == 0) return nullptr;

@@ -51,6 +51,11 @@ std::string BackgroundFilePath();
 // The hidden background image; nullptr when there is none.
 Form_Camera* BackgroundImage(MDIForm_Main* main = nullptr);
 
+// Before the background is subtracted from `image`: a background of
+// another size or depth asks the three-way question (reload, convert, or
+// subtraction off). True when subtraction goes on.
+bool BackgroundFits(Form_Camera& image);
+
 // One frame into `image`. Returns the grabber's result: 0, or -2 when no sync
 // came and the dummy's frame stands in; -1 when no frame can be taken.
 long Grab(Form_Camera& image);
