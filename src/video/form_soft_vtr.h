@@ -112,6 +112,8 @@ class Form_SoftVTR final : public FilmSource {
   // The image document the frames go to; made on first use (through the
   // main window's image factory when there is one). Null without a film.
   Form_Camera* Image() override;
+  // The image document if there is one; never makes one.
+  Form_Camera* ImageIf() const;
 
   // --- Columns of the present frame ----------------------------------------------------------
   long Cols() const;
@@ -260,6 +262,8 @@ class Form_SoftVTR final : public FilmSource {
   std::string filename_;
   std::unique_ptr<Form_Camera> ownImage_;  // without a main window
   long imageHandle_ = 0;                   // with one
+  int fd_ = -1;                            // ".vid": the frames are read here
+  bool atStart_ = false;                   // First() was the last move: frame 0 is yet to count
   std::vector<uint8_t> frame8_;            // 8-bit films: the frame before conversion
   std::vector<float> colData_;             // the present frame's numbers, 0-based
   std::vector<std::string> colLabels_;
