@@ -342,7 +342,7 @@ class PageReader {
 };
 
 bool LoadFrom(Form_Camera& image, Source& src, const std::string& name, ForeignTiffRead& read,
-              uint64_t maxPixelBytes) {
+              uint64_t maxPixelBytes, long page = 0) {
   G().LoadOK = true;
   read = ForeignTiffRead{};
   // libtiff's own buffers (directories, strips) stay under the same limit,
@@ -352,8 +352,12 @@ bool LoadFrom(Form_Camera& image, Source& src, const std::string& name, ForeignT
     read.error = src.error.empty() ? "not a TIFF file" : src.error;
     return G().LoadOK = false;
   }
-  PageReader page(t.get(), src, image, name, maxPixelBytes, read);
-  if (!page.Read()) return false;
+  if (page != 0 && (page < 0 || page > 0xFFFF || !TIFFSetDirectory(t.get(), tdir_t(page)))) {
+    read.error = "the file has no page " + std::to_string(page + 1);
+    return G().LoadOK = false;
+  }
+  PageReader reader(t.get(), src, image, name, maxPixelBytes, read);
+  if (!reader.Read()) return false;
 
   float xres = 0, yres = 0;
   uint16_t unit = RESUNIT_INCH;
@@ -366,7 +370,7 @@ bool LoadFrom(Form_Camera& image, Source& src, const std::string& name, ForeignT
   image.ImgDescription.clear();
   if (TIFFGetField(t.get(), TIFFTAG_IMAGEDESCRIPTION, &description) && description)
     image.ImgDescription = description;
-  Finish(image, page.Depth());
+  Finish(image, reader.Depth());
   return G().LoadOK;
 }
 
@@ -411,10 +415,26 @@ bool LoadForeignTIF(Form_Camera& image, const std::string& path, ForeignTiffRead
 
 bool LoadForeignTIFBytes(Form_Camera& image, const uint8_t* data, size_t size,
                          ForeignTiffRead& read, uint64_t maxPixelBytes) {
+  return LoadForeignTIFPageBytes(image, data, size, 0, read, maxPixelBytes);
+}
+
+bool LoadForeignTIFPage(Form_Camera& image, const std::string& path, long page,
+                        ForeignTiffRead& read) {
+  FileSource file;
+  if (!file.Open(path)) {
+    read = ForeignTiffRead{};
+    read.error = "the file cannot be opened";
+    return G().LoadOK = false;
+  }
+  return LoadFrom(image, file.src, FileName(path), read, kMaxPixelBytes, page);
+}
+
+bool LoadForeignTIFPageBytes(Form_Camera& image, const uint8_t* data, size_t size, long page,
+                             ForeignTiffRead& read, uint64_t maxPixelBytes) {
   Source src;
   src.data = data;
   src.size = size;
-  return LoadFrom(image, src, "memory", read, std::min(maxPixelBytes, kMaxPixelBytes));
+  return LoadFrom(image, src, "memory", read, std::min(maxPixelBytes, kMaxPixelBytes), page);
 }
 
 }  // namespace sv

@@ -44,4 +44,11 @@ bool LoadForeignTIF(Form_Camera& image, const std::string& path, ForeignTiffRead
 bool LoadForeignTIFBytes(Form_Camera& image, const uint8_t* data, size_t size,
                          ForeignTiffRead& read, uint64_t maxPixelBytes);
 
+// Page `page` (from 0) of a file of several pages, read as LoadForeignTIF
+// reads the first; a page the file does not have fails with that reason.
+bool LoadForeignTIFPage(Form_Camera& image, const std::string& path, long page,
+                        ForeignTiffRead& read);
+bool LoadForeignTIFPageBytes(Form_Camera& image, const uint8_t* data, size_t size, long page,
+                             ForeignTiffRead& read, uint64_t maxPixelBytes);
+
 }  // namespace sv
