@@ -192,20 +192,20 @@ bool ParseImportColumns(std::string_view text, ImportColumns& columns, std::stri
     text = nl == std::string_view::npos ? std::string_view() : text.substr(nl + 1);
     ++number;
     std::vector<std::string_view> fields;
-    // Tabs, blanks and ";" part the fields; "," too unless it is the only
-    // separator a decimal comma could be.
-    const bool commaSplits = line.find_first_of("\t;") == std::string_view::npos;
+    // Tabs or ";" part the fields; else ","; else blanks. A comma inside a
+    // field is a decimal comma.
+    const char* seps = line.find_first_of("\t;") != std::string_view::npos ? "\t;"
+                       : line.find(',') != std::string_view::npos       ? ","
+                                                                        : " ";
     size_t i = 0;
-    while (i < line.size()) {
-      while (i < line.size() && (line[i] == ' ' || line[i] == '\t' || line[i] == ';' ||
-                                 line[i] == '\r' || (commaSplits && line[i] == ',')))
-        ++i;
-      size_t j = i;
-      while (j < line.size() && line[j] != '\t' && line[j] != ';' && line[j] != '\r' &&
-             !(commaSplits && (line[j] == ',' || line[j] == ' ')))
-        ++j;
-      if (j > i) fields.push_back(line.substr(i, j - i));
-      i = j;
+    while (i <= line.size()) {
+      size_t j = line.find_first_of(seps, i);
+      if (j == std::string_view::npos) j = line.size();
+      std::string_view f = line.substr(i, j - i);
+      while (!f.empty() && (f.front() == ' ' || f.front() == '\r')) f.remove_prefix(1);
+      while (!f.empty() && (f.back() == ' ' || f.back() == '\r')) f.remove_suffix(1);
+      if (!f.empty()) fields.push_back(f);
+      i = j + 1;
     }
     if (fields.empty()) continue;
     if (fields.size() > size_t(kFilmMaxCols)) {
@@ -224,7 +224,22 @@ bool ParseImportColumns(std::string_view text, ImportColumns& columns, std::stri
     }
     if (!numbers) {
       if (count == 0 && columns.labels.empty()) {
-        for (std::string_view f : fields) columns.labels.emplace_back(f);
+        // Labels are parted by tabs, ";" or "," only: blanks belong to them.
+        const char* labelSeps = std::string_view(seps) == " " ? "" : seps;
+        size_t k = 0;
+        while (k <= line.size()) {
+          size_t j = *labelSeps ? line.find_first_of(labelSeps, k) : std::string_view::npos;
+          if (j == std::string_view::npos) j = line.size();
+          std::string_view f = line.substr(k, j - k);
+          while (!f.empty() && (f.front() == ' ' || f.front() == '\r')) f.remove_prefix(1);
+          while (!f.empty() && (f.back() == ' ' || f.back() == '\r')) f.remove_suffix(1);
+          columns.labels.emplace_back(f);
+          k = j + 1;
+        }
+        if (columns.labels.size() > size_t(kFilmMaxCols)) {
+          error = "Line " + std::to_string(number) + ": more than 32 columns";
+          return false;
+        }
         continue;
       }
       error = "Line " + std::to_string(number) + ": not a line of numbers";
@@ -311,6 +326,13 @@ ImportResult ImportFilm(const std::vector<ImportFrame>& frames, const std::strin
     return r;
   }
   const FramePixels pixels = PixelsOf(*film);
+  if (size_t(film->FrameSize()) < (labels.size() + 1) * kCodeCellBytes) {
+    film->FileClose();
+    std::filesystem::remove(path);
+    r.error = "Frames of " + std::to_string(r.width) + " x " + std::to_string(r.height) +
+              " are too small for " + std::to_string(labels.size() + 1) + " numbers";
+    return r;
+  }
   std::vector<uint8_t> frame(film->FrameSize());
   std::vector<uint16_t> samples;
   std::vector<float> cells(labels.size() + 1);

@@ -39,8 +39,9 @@ std::vector<std::string> ImagesInFolder(const std::string& folder);
 bool ExpandImportSources(const std::vector<std::string>& inputs, std::vector<ImportFrame>& frames,
                          std::string& error);
 
-// The columns of an import's ".txt": one line of numbers a frame (blanks,
-// tabs, "," or ";" between them, a decimal comma taken as a point). A first
+// The columns of an import's ".txt": one line of numbers a frame, parted by
+// tabs or ";", else by ",", else by blanks (a comma inside a field is a
+// decimal comma). A first
 // line that is not all numbers holds the labels; without it the columns are
 // "Column 1" ... Up to 32 columns; lines of another count are refused.
 struct ImportColumns {
