@@ -11,6 +11,7 @@
 #include "cli/batch_experiment.h"
 #include "cli/batch_film.h"
 #include "cli/batch_film_edit.h"
+#include "cli/batch_film_scan.h"
 #include "cli/batch_grab.h"
 #include "cli/batch_host.h"
 #include "cli/batch_images.h"
@@ -102,7 +103,7 @@ std::string Usage() {
          "              looked for in the config folder\n"
          "  help        this text\n" +
          GrabUsage() + ImageUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() +
-         DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage() + FilmUsage() + FilmEditUsage() +
+         DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage() + FilmUsage() + FilmEditUsage() + FilmScanUsage() +
          RecordUsage();
 }
 
@@ -142,6 +143,7 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "film-repair") return FilmRepairCommand(args, out, err);
   if (cmd == "film-export") return FilmExportCommand(args, out, err);
   if (cmd == "film-import") return FilmImportCommand(args, out, err);
+  if (cmd == "film-scan") return FilmScanCommand(args, out, err);
   if (cmd == "record") return RecordCommand(args, out, err);
   return BadCommandLine(err, "unknown command " + cmd);
 }
