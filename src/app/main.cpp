@@ -15,6 +15,7 @@
 #include "app/app_environment.h"
 #include "app/compress_dialog.h"
 #include "app/experiment_dialog.h"
+#include "app/film_player_window.h"
 #include "app/image_vtr_dialog.h"
 #include "app/genicam_dialog.h"
 #include "app/grabber_dialog.h"
@@ -100,6 +101,7 @@ int main(int argc, char** argv) {
     sv::app::InstallSoftTriggerDialog(main, &window);
     sv::app::InstallCompressDialog(&window);
     sv::app::InstallImageVTRDialog(main, &window);
+    sv::app::InstallFilmPlayer(main, &window);
     sv::app::InstallRecoveryWriters();
     // From here a signal to end waits for the event loop, then closes as
     // the exit does, without its question. A screenshot leaves without it.
@@ -130,6 +132,7 @@ int main(int argc, char** argv) {
     sv::ClearRecoveryWriters();
     sv::app::RemoveDocumentDialogs();
     sv::app::RemoveCompressDialog();
+    sv::app::RemoveFilmPlayer();
     sv::SetMainForm(nullptr);
   }
   sv::SetHost(nullptr);

@@ -12,6 +12,7 @@
 
 #include <cmath>
 #include <memory>
+#include <vector>
 
 #include "acquisition/grabber.h"
 #include "acquisition/grabber_environment.h"
@@ -21,9 +22,12 @@
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "image/form_camera.h"
+#include "image/kernel/numbers.h"
 #include "image/kernel/test_image.h"
 #include "plot/form_plot.h"
 #include "video/form_image_vtr.h"
+#include "video/form_soft_vtr.h"
+#include "video/video_file.h"
 #include "worksheet/form_worksheet.h"
 
 namespace sv::app {
@@ -103,6 +107,22 @@ void RecordDemoFilm(MDIForm_Main& main, MainWindow& window) {
   QTimer::singleShot(300, &window, [] { ImageVTRForm().Command_Start(); });
 }
 
+// The film player on a short sweep of the simulated screen: a frame in the
+// middle on show, a range around it tagged.
+void ShowFilmPlayer(MDIForm_Main& main) {
+  // The film alone: no live picture beside it.
+  if (PreviewRunning()) StopPreview();
+  if (Form_Camera* live = PreviewImage()) main.CloseChild(live->Handle());
+  const QString film = QDir::temp().filePath("sv4200-player.vid");
+  QFile::remove(film);
+  if (!WriteSimulatedFilm(film.toStdString(), 41, 40.0, 2.0)) return;
+  if (!main.OpenDocument(film.toStdString())) return;
+  Form_SoftVTR& p = SoftVTRForm();
+  p.GotoFrame(22);
+  p.TagDown(14);
+  p.TagDrag(30);
+}
+
 QWidget* VisibleTopLevel(const char* objectName) {
   for (QWidget* w : QApplication::topLevelWidgets())
     if (w->isVisible() && w->objectName() == objectName) return w;
@@ -126,9 +146,34 @@ QPixmap ScreenPicture(MainWindow& window) {
 
 }  // namespace
 
+bool WriteSimulatedFilm(const std::string& path, int frames, double eStart, double eStep) {
+  std::unique_ptr<VideoFile> film = NewVideoFile(false);
+  std::string name = path;
+  long width = kDummyWidth, height = kDummyHeight, bits = 12;
+  float rate = 2.0f;
+  if (!film->FileOpen(name, kFilmOpenCreateWrite, &width, &height, &bits, &rate, false) ||
+      !film->NumericData({"energy (eV)", "time (s)"}))
+    return false;
+  std::vector<uint16_t> pixels(size_t(width) * size_t(height));
+  bool ok = true;
+  for (int i = 0; ok && i < frames; ++i) {
+    TestImageParams p;
+    p.Energy = eStart + eStep * i;
+    p.Time = 0.5 * i;
+    p.Seed = uint32_t(i);
+    p.Bits = int(bits);
+    // The cycle, then the columns, from the frame's first byte.
+    const float cells[3] = {0.0f, float(p.Energy), float(p.Time)};
+    ok = SV_test_image({width, height}, pixels, p) &&
+         SV_code(Samples8(reinterpret_cast<uint8_t*>(pixels.data()), pixels.size() * 2), cells) &&
+         film->WriteFrame(uint32_t(i), pixels.data());
+  }
+  return film->FileClose() && ok;
+}
+
 bool IsScreenshotScene(const std::string& scene) {
   return scene == "live" || scene == "sheet" || scene == "grabber" || scene == "image" ||
-         scene == "recorder";
+         scene == "recorder" || scene == "player";
 }
 
 void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& scene,
@@ -145,6 +190,9 @@ void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& s
   } else if (scene == "grabber") {
     main.Click("mnuGrabberSetup");
     settle = 600;
+  } else if (scene == "player") {
+    ShowFilmPlayer(main);
+    settle = 800;
   } else if (scene == "recorder") {
     RecordDemoFilm(main, window);
     settle = 3000;
@@ -155,9 +203,10 @@ void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& s
   }
   auto finish = std::make_shared<std::function<void(bool)>>(std::move(done));
   // The tool windows side by side right of the documents, none over another.
-  if (scene == "live" || scene == "recorder")
-    QTimer::singleShot(settle / 2, &window, [&window] {
-      int x = 400;
+  if (scene == "live" || scene == "recorder" || scene == "player")
+    QTimer::singleShot(settle / 2, &window, [&window, scene] {
+      // The player right of its film's picture.
+      int x = scene == "player" ? 430 : 400;
       for (QWidget* w : QApplication::topLevelWidgets()) {
         if (!w->isVisible() || w == &window || !w->isWindow()) continue;
         w->move(x, 110);

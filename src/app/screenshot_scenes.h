@@ -18,8 +18,16 @@ class MainWindow;
 // The scenes: "live" (the live picture of the simulated screen with scan
 // windows on its spots and the window setup beside it), "sheet" (an I(E)
 // sheet and its plot), "grabber" (the grabber dialog), "image" (a new
-// image, or the live picture when a grabber is up).
+// image, or the live picture when a grabber is up), "recorder" (the image
+// recorder after a short sweep), "player" (the film player on a film of
+// the simulated screen, a range of frames tagged).
 bool IsScreenshotScene(const std::string& scene);
+
+// A film of the simulated screen for the player: `frames` frames of 12 bits
+// at the dummy camera's size, an I(E) sweep from `eStart` in steps of
+// `eStep` eV, half a second apart, with the columns "energy (eV)" and
+// "time (s)" in every frame. False when the file cannot be written.
+bool WriteSimulatedFilm(const std::string& path, int frames, double eStart, double eStep);
 
 // Sets the scene up, waits for it to settle and saves the picture to
 // `file`; `done` gets whether the picture was written.
