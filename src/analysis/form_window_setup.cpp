@@ -81,7 +81,11 @@ bool EnergyKnownFor(const Form_Camera* image) {
 
 float PresentEnergy() {
   const AnalysisHooks& h = Hooks();
-  if (!h.Energy || !EnergyKnownFor(WindowSetupForm().Image())) return 0.0f;
+  const Form_Camera* image = WindowSetupForm().Image();
+  if (!EnergyKnownFor(image)) return 0.0f;
+  if (image && h.IsFilmFrame && h.IsFilmFrame(*image))
+    return h.FilmEnergy ? h.FilmEnergy(*image) : 0.0f;
+  if (!h.Energy) return 0.0f;
   return h.Energy();
 }
 

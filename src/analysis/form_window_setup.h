@@ -30,6 +30,8 @@ struct AnalysisHooks {
   // The image is a film's frame (VTR mode), and that film has an energy column.
   std::function<bool(const Form_Camera&)> IsFilmFrame;
   std::function<bool(const Form_Camera&)> FilmHasEnergy;
+  // The energy of the film frame on show (eV).
+  std::function<float(const Form_Camera&)> FilmEnergy;
   // The intensity calibration of an image is on; its conversion and unit.
   std::function<bool(const Form_Camera&)> CalibrationOn;
   std::function<float(const Form_Camera&, float)> CalIntensity;
