@@ -353,6 +353,10 @@ void InstallFilmHooks() {
     Form_SoftVTR& p = SoftVTRForm();
     return p.IsOpen() && p.ImageIf() == &image && p.EnergyCol >= 0;
   };
+  Hooks().FilmEnergy = [](const Form_Camera& image) {
+    Form_SoftVTR& p = SoftVTRForm();
+    return p.IsOpen() && p.ImageIf() == &image ? p.Energy() : 0.0f;
+  };
 }
 
 void RegisterSoftVTRForm(MDIForm_Main& main, std::function<void()> show) {

@@ -2,7 +2,9 @@
 
 #include <tuple>
 
+#include "analysis/form_window_setup.h"
 #include "experiment/form_experiment.h"
+#include "image/form_camera.h"
 #include "player_fixture.h"
 
 namespace sv::test {
@@ -103,6 +105,32 @@ TEST_F(PlayerTransportTest, ARunHoldingTheFilmTurnsTransportOff) {
   EXPECT_EQ(player.CurrentFrame, 1);
   player.SetExperimentForm(nullptr);
   EXPECT_TRUE(player.TransportEnabled());
+}
+
+}  // namespace
+}  // namespace sv::test
+
+namespace sv::test {
+namespace {
+
+TEST_F(PlayerTransportTest, TheWindowToolsKnowTheFilmFrameAndItsEnergy) {
+  InstallFilmHooks();
+  Form_SoftVTR& p = SoftVTRForm();
+  ASSERT_TRUE(p.OpenVideo(Film("e.vid", 3, 64, 2, 8, {"energy (eV)"}, [](long f) {
+    return std::vector<float>{40.0f + float(f)};
+  })));
+  ASSERT_TRUE(p.GotoFrame(2));
+  Form_Camera other;
+  const AnalysisHooks& h = Hooks();
+  EXPECT_TRUE(h.IsFilmFrame(*p.Image()));
+  EXPECT_FALSE(h.IsFilmFrame(other));
+  EXPECT_TRUE(h.FilmHasEnergy(*p.Image()));
+  EXPECT_EQ(h.FilmEnergy(*p.Image()), 42.0f);
+  ASSERT_TRUE(p.OpenVideo(Film("t.vid", 2, 8, 2, 8)));
+  EXPECT_FALSE(h.FilmHasEnergy(*p.Image()));
+  p.CloseVideo();
+  EXPECT_FALSE(h.IsFilmFrame(other));
+  Hooks() = AnalysisHooks();
 }
 
 }  // namespace
