@@ -32,6 +32,7 @@
 #include "core/globals.h"
 #include "core/host.h"
 #include "core/mdi_main.h"
+#include "experiment/experiment_run.h"
 #include "experiment/film_source.h"
 #include "experiment/form_experiment.h"
 #include "video/film_edit.h"
@@ -185,6 +186,10 @@ class FilmPlayerWindow : public QDialog, public Form_SoftVTR::View {
   ~FilmPlayerWindow() override { P().SetView(nullptr); }
 
   void Changed(const Form_SoftVTR&) override { LoadControls(); }
+  // A run took the film or let it go: the transport follows.
+  void RunChanged() {
+    if (transportShown_ != P().TransportEnabled()) LoadControls();
+  }
   void FrameShown(const Form_SoftVTR&) override { LoadControls(); }
   void Shown(const Form_SoftVTR&, bool on) override {
     if (on) {
@@ -219,6 +224,7 @@ class FilmPlayerWindow : public QDialog, public Form_SoftVTR::View {
   void LoadControls();
 
   bool loading_ = false;
+  bool transportShown_ = false;
   QMenu *file_ = nullptr, *lastFiles_ = nullptr;
   std::vector<QAction*> needFilm_;  // commands on the open film, off while playing
   std::vector<QToolButton*> transport_;
@@ -459,6 +465,7 @@ void FilmPlayerWindow::LoadControls() {
   if (windowTitle() != Q(p.Caption)) setWindowTitle(Q(p.Caption));
   const bool open = p.IsOpen();
   const bool transport = p.TransportEnabled();
+  transportShown_ = transport;
   const bool playing = p.Playing();
   status_->setText(Q(p.Label_Status));
   frame_->setText(Q(p.Label_Frame));
@@ -505,6 +512,9 @@ void FilmPlayerWindow::LoadControls() {
 }
 
 QPointer<FilmPlayerWindow> g_player;
+// The run's hooks as they were before the player chained itself in.
+std::function<void(const RunRow&)> g_rowHook;
+std::function<void(const RunEnd&)> g_endHook;
 
 }  // namespace
 
@@ -516,9 +526,24 @@ void InstallFilmPlayer(MDIForm_Main& main, QWidget* window) {
     g_player->raise();
   });
   InstallFilmDialogs(window);
+  // A run holds the film from its first row to its end.
+  g_rowHook = RunRowHook();
+  g_endHook = RunEndHook();
+  RunRowHook() = [](const RunRow& row) {
+    if (g_rowHook) g_rowHook(row);
+    if (g_player) g_player->RunChanged();
+  };
+  RunEndHook() = [](const RunEnd& end) {
+    if (g_endHook) g_endHook(end);
+    if (g_player) g_player->RunChanged();
+  };
 }
 
 void RemoveFilmPlayer() {
+  RunRowHook() = g_rowHook;
+  RunEndHook() = g_endHook;
+  g_rowHook = nullptr;
+  g_endHook = nullptr;
   RemoveFilmDialogs();
   g_player = nullptr;
 }
