@@ -71,6 +71,10 @@ void Form_SoftVTR::Load() {
 void Form_SoftVTR::Form_Unload() {
   Stopp();
   CloseVideo();
+  // The picture stays with the main window; the player forgets it.
+  imageHandle_ = 0;
+  imageDoc_ = nullptr;
+  ownImage_.reset();
   if (visible_) {
     visible_ = false;
     view_->Shown(*this, false);

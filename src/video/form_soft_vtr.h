@@ -262,6 +262,7 @@ class Form_SoftVTR final : public FilmSource {
   std::string filename_;
   std::unique_ptr<Form_Camera> ownImage_;  // without a main window
   long imageHandle_ = 0;                   // with one
+  const Form_Camera* imageDoc_ = nullptr;  // the document that handle was given to
   int fd_ = -1;                            // ".vid": the frames are read here
   bool atStart_ = false;                   // First() was the last move: frame 0 is yet to count
   std::vector<uint8_t> frame8_;            // 8-bit films: the frame before conversion

@@ -6,12 +6,14 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 #include "acquisition/live.h"
 #include "core/globals.h"
 #include "core/host.h"
 #include "core/mdi_main.h"
 #include "image/form_camera.h"
+#include "image/image_files.h"
 #include "image/kernel/convert.h"
 #include "image/kernel/image_math.h"
 #include "image/kernel/numbers.h"
@@ -83,7 +85,9 @@ Form_Camera* Form_SoftVTR::ImageIf() const {
   if (ownImage_) return ownImage_.get();
   if (imageHandle_ == 0) return nullptr;
   MDIForm_Main* main = MainForm();
-  return main ? dynamic_cast<Form_Camera*>(main->Child(imageHandle_)) : nullptr;
+  auto* image = main ? dynamic_cast<Form_Camera*>(main->Child(imageHandle_)) : nullptr;
+  // A handle of another main window, or of a document made after ours went.
+  return image == imageDoc_ ? image : nullptr;
 }
 
 Form_Camera* Form_SoftVTR::Image() { return IsOpen() ? EnsureImage() : ImageIf(); }
@@ -94,6 +98,7 @@ Form_Camera* Form_SoftVTR::EnsureImage() {
     auto* image = dynamic_cast<Form_Camera*>(main->CreateImage());
     if (image) {
       imageHandle_ = image->Handle();
+      imageDoc_ = image;
       main->ShowChild(imageHandle_);
       return image;
     }
@@ -352,6 +357,14 @@ void Form_SoftVTR::mnuDefineBackground() {
                   image->ImagePtr());
   bg->SetTitle("Background Image");
   g.BackgroundValid = true;
+  // The reference file, as the live picture keeps it.
+  const std::string path = BackgroundFilePath();
+  std::error_code ec;
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ec);
+  const bool saved = LV().SaveBackground ? LV().SaveBackground(*bg, path)
+                                         : SaveTIF(*bg, path, kBackgroundFilter);
+  if (!saved)
+    host().MsgBox("Error writing " + path, MsgButtons::OK, MsgIcon::Exclamation, "Save Image");
 }
 
 void Form_SoftVTR::mnuSubtractBackground() {
