@@ -346,6 +346,27 @@ class TestFilmPlayer : public QObject {
     QVERIFY(SoftVTRForm().IsOpen());
     QCOMPARE(SoftVTRForm().Filename(), film);
 
+    // The film's data, and a worksheet of its numbers from there.
+    PlayerAction("mnuFilmData")->trigger();
+    QDialog* data = window_->findChild<QDialog*>("Form_VTR_Data");
+    QVERIFY(data && data->isVisible());
+    QCOMPARE(data->findChild<QLabel*>("Label_Frames")->text(), QString("21"));
+    QCOMPARE(data->findChild<QLabel*>("Label_Cols")->text(), QString("2"));
+    QListWidget* columns = data->findChild<QListWidget*>("List_Column");
+    QCOMPARE(columns->count(), 2);
+    QCOMPARE(columns->item(1)->text(), QString("B: time (s)"));
+    const size_t docs = main_->Documents().size();
+    QTest::mouseClick(data->findChild<QPushButton*>("Command_CreateWorksheet"), Qt::LeftButton);
+    QCOMPARE(main_->Documents().size(), docs + 1);
+    auto* made = dynamic_cast<Form_Worksheet*>(main_->Documents().back());
+    QVERIFY(made);
+    QCOMPARE(made->Rows() - 1, 21L);
+    QCOMPARE(made->ColName(3), std::string("time (s)"));
+    double t = 0;
+    QVERIFY(made->NumberAt(21, 3, t));
+    QCOMPARE(t, 10.0);
+    QTest::mouseClick(data->findChild<QPushButton*>("Command_Close"), Qt::LeftButton);
+
     // The film becomes the experiments' camera.
     QVERIFY(!FilmMode());
     PlayerAction("mnuFilmAsCamera")->trigger();
