@@ -105,3 +105,34 @@ TEST_F(PlayerMainTest, InfoListsTheFilm) {
 
 }  // namespace
 }  // namespace sv::test
+
+#include "video/form_vtr_data.h"
+
+namespace sv::test {
+namespace {
+
+TEST_F(PlayerTest, FilmDataListsPropertiesAndColumnsLetteredPastZ) {
+  std::vector<std::string> labels;
+  for (int i = 0; i < 28; ++i) labels.push_back("c" + std::to_string(i));
+  const std::string path = Film("d.vid", 2, 64, 16, 8, labels);
+  Form_VTR_Data data;
+  EXPECT_FALSE(data.Load(player));
+  ASSERT_TRUE(player.OpenVideo(path));
+  for (bool fromFile : {false, true}) {
+    ASSERT_TRUE(fromFile ? data.LoadFile(path) : data.Load(player));
+    EXPECT_EQ(data.Label_FileLength, "3,104 Bytes");
+    EXPECT_EQ(std::tuple(data.Label_Frames, data.Label_Compression, data.Label_BitsPerPixel,
+                         data.Label_Width, data.Label_Height, data.Label_Cols),
+              std::tuple("2", "none", "8", "64", "16", "28"));
+    ASSERT_EQ(data.List_Column.size(), 28u);
+    EXPECT_EQ(data.List_Column[0], "A: c0");
+    EXPECT_EQ(data.List_Column[25], "Z: c25");
+    EXPECT_EQ(data.List_Column[27], "AB: c27");
+  }
+  EXPECT_FALSE(data.LoadFile(Path("none.vid")));
+  EXPECT_EQ(data.Label_Filename, Path("none.vid"));
+  EXPECT_TRUE(data.List_Column.empty());
+}
+
+}  // namespace
+}  // namespace sv::test

@@ -267,3 +267,49 @@ TEST_F(PlayerOpenTest, OpeningWithBackgroundSubtractionOnAsksToTurnItOff) {
 
 }  // namespace
 }  // namespace sv::test
+
+#include "video/class_sv2avi.h"
+#include "video/compress_options.h"
+
+namespace sv::test {
+namespace {
+
+TEST_F(PlayerOpenTest, AnAVIFilmPlaysSampleForSampleWithoutNumbers) {
+  for (const bool colour : {false, true}) {
+    const long bits = colour ? 8 : 16;
+    std::string path = Path(colour ? "rgb.avi" : "grey.avi");
+    const size_t samples = 16 * 8 * (colour ? 3 : 1);
+    {
+      Class_SV2AVI film;
+      film.Options(DefaultCompressOptions(FilmCodec::Lossless));
+      long w = 16, h = 8, b = bits;
+      float rate = 10;
+      ASSERT_TRUE(film.FileOpen(path, kFilmOpenCreateWrite, &w, &h, &b, &rate, colour));
+      for (long f = 0; f < 3; ++f) {
+        std::vector<uint8_t> frame(film.FrameSize());
+        for (size_t i = 0; i < samples; ++i) {
+          const uint16_t v = PlayerPixel(f, i, bits);
+          if (bits > 8) {
+            frame[2 * i] = uint8_t(v & 0xFF);
+            frame[2 * i + 1] = uint8_t(v >> 8);
+          } else {
+            frame[i] = uint8_t(v);
+          }
+        }
+        ASSERT_TRUE(film.WriteFrame(uint32_t(f), frame.data()));
+      }
+      ASSERT_TRUE(film.FileClose());
+    }
+    ASSERT_TRUE(player.OpenVideo(path)) << path;
+    EXPECT_TRUE(player.IsAVI());
+    EXPECT_EQ(std::tuple(player.Frames, player.Cols(), player.Bits()), std::tuple(3L, 0L, bits));
+    ASSERT_TRUE(player.GotoFrame(2));
+    const uint16_t* p = player.Image()->ImagePtr();
+    for (size_t i = 0; i < samples; ++i) ASSERT_EQ(p[i], PlayerPixel(2, i, bits)) << path << i;
+    EXPECT_EQ(player.VTR_Time, 1000);
+    player.CloseVideo();
+  }
+}
+
+}  // namespace
+}  // namespace sv::test
