@@ -213,6 +213,24 @@ TEST_F(FilmEditTest, MergeToAviAsksOnceKeepsNoColumnsAndTheExtensionFollowsTheTy
   EXPECT_TRUE(std::equal(frame.begin() + 64, frame.end(), source.begin() + 64));
 }
 
+TEST_F(FilmEditTest, AnAviAndAVidMergeIntoAVidWithoutColumns) {
+  SetCompressOptions(DefaultCompressOptions(FilmCodec::Lossless));
+  const std::string v = Film("v.vid", 2, {}, 32, 8, 8);
+  ASSERT_TRUE(CopyFilm(v, Path("v.avi"), 0, -1).ok);
+  ClearCompressOptions();
+  const std::string labelled = Film("l.vid", 1, {"energy (eV)"}, 32, 8, 8);
+  host.Answer(MsgResult::Yes);  // the columns of one film cannot be kept
+  ASSERT_TRUE(MergeVideo(Path("v.avi"), 1, labelled, Path("m.vid")));
+  EXPECT_NE(host.messages.back().text.find("All columns are different."), std::string::npos);
+  const auto m = Frames(Path("m.vid"));
+  ASSERT_EQ(m.size(), 3u);
+  // The AVI's frames are the ".vid"'s with the cell of the cycle blanked.
+  const auto source = Frames(v);
+  EXPECT_TRUE(std::equal(m[1].begin() + 32, m[1].end(), source[1].begin() + 32));
+  EXPECT_EQ(m[2], Frames(labelled)[0]);
+  EXPECT_TRUE(Labels(Path("m.vid")).empty());
+}
+
 TEST_F(FilmEditTest, MergeRefusesOtherFormatsAndTooLittleDiskWithTheWholeText) {
   const std::string a = Film("a.vid", 2);
   const std::string b = Film("b.vid", 1, {}, 8, 4, 8);
