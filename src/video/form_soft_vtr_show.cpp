@@ -213,12 +213,17 @@ void Form_SoftVTR::DecodeNumbers() {
                 ConstSamples8(frame + kCodeCellBytes, bytes - kCodeCellBytes));
     }
   }
-  if (TimeCol >= 0)
+  // A frame without numbers (the gap) counts by the half-second rule.
+  const auto finite = [this](long col) {
+    return col >= 0 && std::isfinite(colData_[size_t(col)]) &&
+           std::fabs(colData_[size_t(col)]) < 2e6f;
+  };
+  if (finite(TimeCol))
     VTR_Time = int32_t(std::lround(double(colData_[size_t(TimeCol)]) * 1000.0));
   else
     VTR_Time = int32_t(CurrentFrame) * kFrameMsWithoutTime;
   energy_ = EnergyCol >= 0 ? colData_[size_t(EnergyCol)] : -1.0f;
-  cycle_ = CycleCol >= 0 ? long(std::lround(colData_[size_t(CycleCol)])) : -1;
+  cycle_ = finite(CycleCol) ? long(std::lround(colData_[size_t(CycleCol)])) : -1;
 }
 
 void Form_SoftVTR::UpdateCaptions() {
@@ -300,6 +305,8 @@ bool Form_SoftVTR::PlotClipRange(ClipRange& range) {
       if (EnergyCol >= 0) e = values[size_t(EnergyCol)];
       if (TimeCol >= 0) t = values[size_t(TimeCol)];
     }
+    // Frames without numbers do not widen the range.
+    if (!std::isfinite(e) || !std::isfinite(t)) continue;
     if (first) {
       range.eMin = range.eMax = e;
       range.tMin = range.tMax = t;

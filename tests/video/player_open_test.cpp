@@ -177,6 +177,19 @@ TEST_F(PlayerOpenTest, ColumnsAreOneBasedAndTimeEnergyCycleComeFromTheirLabels) 
             std::tuple(70.0f, 100.0f, 0.0, 4.5));
   player.CloseVideo();
 
+  // A frame without numbers counts by the half-second rule and leaves the range alone.
+  ASSERT_TRUE(player.OpenVideo(Film("gap.vid", 3, 64, 4, 12, {"energy (eV)", "time (s)"},
+                                    [](long f) {
+                                      return f == 1 ? std::vector<float>{}
+                                                    : std::vector<float>{10.0f * float(f), 9.0f};
+                                    })));
+  ASSERT_TRUE(player.GotoFrame(1));
+  EXPECT_EQ(player.VTR_Time, 500);
+  ASSERT_TRUE(player.PlotClipRange(range));
+  EXPECT_EQ(std::tuple(range.eMin, range.eMax, range.tMin, range.tMax),
+            std::tuple(0.0f, 20.0f, 9.0, 9.0));
+  player.CloseVideo();
+
   // Without time, energy or cycle column: half a second a frame.
   ASSERT_TRUE(player.OpenVideo(Film("plain.vid", 4, 8, 4, 12)));
   EXPECT_EQ(player.Cols(), 0);
