@@ -757,8 +757,8 @@ bool MDIForm_Main::OpenDocument(const std::string& path, int /*asMode*/, bool /*
     return false;
   }
   if (ext == ".vid" || ext == ".avi") {
-    if (!enabled("mnuOpenFilm") || !FilmOpenDo) return refuse("Film Files");
-    return FilmOpenDo(path);
+    if (!enabled("mnuOpenFilm")) return refuse("Film Files");
+    return FilmOpenDo && FilmOpenDo(path);
   }
   return false;  // any other extension: nothing happens
 }
