@@ -188,7 +188,10 @@ FilmEditResult ResizeFilm(const std::string& source, const std::string& target, 
   }
   std::vector<std::string> labels;
   for (long c = 0; c < in->Cols(); ++c) labels.push_back(in->ColLabel(c));
-  if (!avi) out->NumericData(labels);
+  // A frame too small for the numbers keeps none of them.
+  const bool keepNumbers =
+      !avi && !in->IsAVI() && out->FrameSize() >= (labels.size() + 1) * kCodeCellBytes;
+  if (!avi) out->NumericData(keepNumbers ? labels : std::vector<std::string>{});
   const FramePixels from = PixelsOf(*in), to = PixelsOf(*out);
   const int channels = in->HasColors() ? 3 : 1;
   std::vector<uint8_t> frameIn(in->FrameSize()), frameOut(out->FrameSize());
@@ -207,8 +210,7 @@ FilmEditResult ResizeFilm(const std::string& source, const std::string& target, 
       break;
     }
     // The numbers before the pixels are stretched, and back after.
-    const bool coded = !in->IsAVI();
-    if (coded) SV_decode(cells, ConstSamples8(frameIn.data(), frameIn.size()));
+    if (keepNumbers) SV_decode(cells, ConstSamples8(frameIn.data(), frameIn.size()));
     FrameToSamples(from, frameIn.data(), samplesIn.data());
     const FrameSize a{from.width, from.height}, z{to.width, to.height};
     if (channels == 3)
@@ -216,7 +218,7 @@ FilmEditResult ResizeFilm(const std::string& source, const std::string& target, 
     else
       SV_stretch(a, samplesIn, z, samplesOut);
     SamplesToFrame(to, samplesOut.data(), frameOut.data());
-    if (coded && !avi) SV_code(Samples8(frameOut.data(), frameOut.size()), cells);
+    if (keepNumbers) SV_code(Samples8(frameOut.data(), frameOut.size()), cells);
     if (!out->WriteFrame(uint32_t(i), frameOut.data())) {
       r.error = "Error writing " + target;
       break;

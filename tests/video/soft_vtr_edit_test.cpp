@@ -140,6 +140,32 @@ TEST_F(SoftVTREditTest, ExportWorksheetAndSaveAs) {
   EXPECT_EQ(Frames(Path("copy.vid")), Frames(src));
 }
 
+TEST_F(SoftVTREditTest, ResizeWritesACopyAndRenamesItOnlyWhenAsked) {
+  const std::string src = Film("run.vid", 2, {"energy (eV)"});
+  const std::string before = ReadFile(src);
+  ASSERT_TRUE(player.OpenVideo(src));
+  host.AnswerFile(Path("big.vid"), 1);
+  host.Answer(MsgResult::No);
+  ASSERT_TRUE(player.Resize(32, 8));
+  EXPECT_EQ(host.fileDialogs.back().title, "Save Film");
+  EXPECT_EQ(host.messages.back().title, "Rename Film");
+  EXPECT_EQ(player.Filename(), Path("big.vid"));
+  EXPECT_EQ(player.Video()->Width(), 32);
+  EXPECT_EQ(ReadFile(src), before);
+  bool writing = false;
+  for (const std::string& s : host.status) writing |= s == "Writing video file...";
+  EXPECT_TRUE(writing);
+
+  // Yes: the copy takes the old name.
+  host.AnswerFile(Path("small.vid"), 1);
+  host.Answer(MsgResult::Yes);
+  ASSERT_TRUE(player.Resize(8, 2));
+  EXPECT_EQ(player.Filename(), Path("big.vid"));
+  EXPECT_EQ(player.Video()->Width(), 8);
+  EXPECT_EQ(player.Cols(), 0);  // 8 x 2 x 12 bits hold no two cells
+  EXPECT_FALSE(fs::exists(Path("small.vid")));
+}
+
 TEST_F(SoftVTREditTest, ImportAsksTheEnergiesAgainUntilValid) {
   Form_Camera image(nullptr);
   std::vector<uint16_t> s(32 * 8, 7);
