@@ -137,6 +137,9 @@ bool Form_SoftVTR::OpenVideo(const std::string& filename) {
   AddLastFile(filename);
   if (MDIForm_Main* main = MainForm()) main->UpdateLastFiles(filename);
   DrawMyTitle();
+  // The picture's window is named after the film, also when it stays from
+  // a film of the same shape.
+  if (Form_Camera* image = ImageIf()) image->SetTitle(Caption);
   Changed();
   return true;
 }
