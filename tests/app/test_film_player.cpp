@@ -194,6 +194,7 @@ class TestFilmPlayer : public QObject {
     Form_Camera* image = p.ImageIf();
     QVERIFY(image && image->ImagePtr());
     QVERIFY(window_->ImageWindowFor(image->Handle()));
+    QCOMPARE(QString::fromStdString(image->Title()), QString("Film - leed.vid"));
     QCOMPARE(image->ImageWidth(), kDummyWidth);
     std::vector<uint16_t> expected(size_t(kDummyWidth * kDummyHeight));
     TestImageParams tp;
@@ -291,6 +292,7 @@ class TestFilmPlayer : public QObject {
     slider->setValue(3);
     QCOMPARE(Text("Label_Position"), QString("(64 eV)"));  // 56 .. 62 went
     QVERIFY(Player()->windowTitle().contains("leed(1).vid"));
+    QCOMPARE(QString::fromStdString(p.ImageIf()->Title()), Player()->windowTitle());
 
     // Export frames 1 and 2 with a log; a range beyond the film is refused
     // first and the dialog stays.
