@@ -177,10 +177,21 @@ FrameCopier::Result FrameCopier::Copy(VideoFile& source, long index,
 namespace {
 
 // One source and one new target, copied by a list of source frames.
+// With `logPath`, each frame's numbers go to a text file: "[" + frame + "]"
+// and, tab before each, label + " = " + value.
 FilmEditResult CopyByList(VideoFile& source, std::string target, const std::vector<long>& order,
-                          long cols, const std::function<std::string(long, long)>& status) {
+                          long cols, const std::function<std::string(long, long)>& status,
+                          const std::string& logPath = "") {
   FilmEditResult r;
   const bool avi = IsAviName(target);
+  std::ofstream log;
+  if (!logPath.empty()) {
+    log.open(logPath, std::ios::binary | std::ios::trunc);
+    if (!log) {
+      r.error = "Error writing " + logPath;
+      return r;
+    }
+  }
   std::unique_ptr<VideoFile> out = CreateFilmLike(target, avi, source, avi ? 0 : cols);
   if (!out) {
     r.error = "Error writing " + target;
@@ -190,20 +201,41 @@ FilmEditResult CopyByList(VideoFile& source, std::string target, const std::vect
   for (long old : order) {
     const long neu = copier.Written();
     const FrameCopier::Result c = copier.Copy(source, old, [&] { return status(old, neu); });
-    if (c == FrameCopier::Result::Done) continue;
+    if (c == FrameCopier::Result::Done) {
+      if (log.is_open()) {
+        log << "[" << neu << "]";
+        for (long k = 0; k < source.Cols(); ++k) {
+          char number[32];
+          const auto n = std::to_chars(number, number + sizeof number, source.ColData(k));
+          log << "\t" << source.ColLabel(k) << " = " << std::string_view(number, size_t(n.ptr - number));
+        }
+        log << "\r\n";
+      }
+      continue;
+    }
     out->FileClose();
     std::filesystem::remove(target);
+    if (log.is_open()) {
+      log.close();
+      std::filesystem::remove(logPath);
+    }
     r.stopped = c == FrameCopier::Result::Stopped;
     if (!r.stopped) r.error = "Error writing " + target;
     return r;
   }
-  if (!out->FileClose()) {
+  if (log.is_open()) {
+    log.close();
+    if (!log) r.error = "Error writing " + logPath;
+  }
+  if (!out->FileClose() || !r.error.empty()) {
     std::filesystem::remove(target);
-    r.error = "Error writing " + target;
+    if (!logPath.empty()) std::filesystem::remove(logPath);
+    if (r.error.empty()) r.error = "Error writing " + target;
     return r;
   }
   r.ok = true;
   r.frames = copier.Written();
+  r.logPath = logPath;
   Status("");
   return r;
 }
@@ -245,9 +277,13 @@ FilmEditResult CopyFilm(const std::string& source, const std::string& target, lo
   to = to < 0 ? last : std::min(to, last);
   std::vector<long> order;
   for (long i = from; i <= to; ++i) order.push_back(i);
-  return CopyByList(*in, target, order, in->Cols(), [](long old, long) {
-    return "Processing...(Frame[" + std::to_string(old) + "])";
-  });
+  // An AVI has no place for the numbers: they go to a text file beside it.
+  const std::string log = IsAviName(target) && !in->IsAVI() && in->Cols() > 0
+                              ? FreeSiblingName(target, ".txt")
+                              : std::string();
+  return CopyByList(
+      *in, target, order, in->Cols(),
+      [](long old, long) { return "Processing...(Frame[" + std::to_string(old) + "])"; }, log);
 }
 
 FilmEditResult AppendFilms(const std::string& first, const std::string& second,

@@ -113,6 +113,7 @@ struct FilmEditResult {
   bool stopped = false;  // ended by the break flag
   long frames = 0;
   std::string error;
+  std::string logPath;  // where the numbers went when the target could not hold them
 };
 
 // Copies the frames of `source` whose mask entry is not kDeleteFrame, in
@@ -131,7 +132,10 @@ FilmEditResult SortFilm(const std::string& source, const std::vector<long>& orde
 FilmEditResult AppendFilms(const std::string& first, const std::string& second,
                            const std::string& target);
 // Frames `from` .. `to` (inclusive, clamped to the film; to < 0 up to the
-// last) of `source` to `target`, either kind; writing AVI drops the numbers.
+// last) of `source` to `target`, either kind. Writing AVI drops the
+// numbers from the frames; they go to a text file beside it (its base name
+// + ".txt", or "(n).txt" when that exists): a line a frame, "[" + frame +
+// "]" and, tab before each, label + " = " + value.
 FilmEditResult CopyFilm(const std::string& source, const std::string& target, long from, long to);
 
 // --- Merging -----------------------------------------------------------------

@@ -86,6 +86,9 @@ TEST_F(BatchFilmEditTest, ImportThenExportRoundTrip) {
   const auto avi = FilmSamples(root + "/all.avi", 64);
   ASSERT_EQ(avi.size(), 2u);
   EXPECT_EQ(avi[1], FilmSamples(film, 64)[1]);  // lossless
+  EXPECT_EQ(test::ReadFile(root + "/all.txt"),
+            "[0]\tenergy (eV) = 61.5\tCycle = 0\ttime (s) = 0\r\n"
+            "[1]\tenergy (eV) = 60\tCycle = 1\ttime (s) = 0.5\r\n");
 }
 
 TEST_F(BatchFilmEditTest, BadCommandLinesAndFailures) {
