@@ -115,12 +115,12 @@ void ShowFilmPlayer(MDIForm_Main& main) {
   if (Form_Camera* live = PreviewImage()) main.CloseChild(live->Handle());
   const QString film = QDir::temp().filePath("sv4200-player.vid");
   QFile::remove(film);
-  if (!WriteSimulatedFilm(film.toStdString(), 41, 40.0, 2.0)) return;
+  if (!WriteSimulatedFilm(film.toStdString(), 21, 80.0, 2.0)) return;
   if (!main.OpenDocument(film.toStdString())) return;
   Form_SoftVTR& p = SoftVTRForm();
-  p.GotoFrame(22);
-  p.TagDown(14);
-  p.TagDrag(30);
+  p.GotoFrame(10);  // 100 eV
+  p.TagDown(4);
+  p.TagDrag(15);
 }
 
 QWidget* VisibleTopLevel(const char* objectName) {
