@@ -141,8 +141,10 @@ class Form_SoftVTR final : public FilmSource {
   bool PlotClipRange(ClipRange& range);
 
   // --- Transport ------------------------------------------------------------------------------
-  bool NextFrame();      // one step in the playing direction; false at the end
-  bool PreviousFrame();  // one step back
+  // Skip frames forward or back, whatever the playing direction; false
+  // (nothing moves) when that lies beyond an end.
+  bool NextFrame();
+  bool PreviousFrame();
   void VTR_First();
   void LastFrame();
   // Plays from the present frame at the film's rate, forward or (with

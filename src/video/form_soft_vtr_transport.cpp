@@ -27,7 +27,7 @@ bool Form_SoftVTR::StepBy(long delta) {
 bool Form_SoftVTR::NextFrame() {
   if (!TransportEnabled()) return false;
   Label_Status = "Step";
-  const bool ok = StepBy(Check_Reverse ? -Skip : Skip);
+  const bool ok = StepBy(Skip);
   if (!ok) Changed();
   return ok;
 }
@@ -35,7 +35,7 @@ bool Form_SoftVTR::NextFrame() {
 bool Form_SoftVTR::PreviousFrame() {
   if (!TransportEnabled()) return false;
   Label_Status = "Step";
-  const bool ok = StepBy(Check_Reverse ? Skip : -Skip);
+  const bool ok = StepBy(-Skip);
   if (!ok) Changed();
   return ok;
 }

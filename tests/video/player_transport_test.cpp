@@ -51,10 +51,11 @@ TEST_F(PlayerTransportTest, StepsStopAtTheEndsAndSkipStepsFurther) {
   EXPECT_TRUE(player.NextFrame());
   EXPECT_FALSE(player.NextFrame());  // 7 is beyond the end
   EXPECT_EQ(player.CurrentFrame, 5);
+  // Steps keep their direction when playing runs backward.
   player.Check_Reverse = true;
-  EXPECT_TRUE(player.NextFrame());
-  EXPECT_EQ(player.CurrentFrame, 3);
   EXPECT_TRUE(player.PreviousFrame());
+  EXPECT_EQ(player.CurrentFrame, 3);
+  EXPECT_TRUE(player.NextFrame());
   EXPECT_EQ(player.CurrentFrame, 5);
   player.VTR_First();
   EXPECT_EQ(std::tuple(player.CurrentFrame, player.Label_Status), std::tuple(0L, std::string("First")));
