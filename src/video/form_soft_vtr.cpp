@@ -24,6 +24,8 @@ namespace sv {
 namespace {
 
 constexpr const char* kCRLF = "\r\n";
+// 1 GiB: a 16-bit colour frame of about 13000 x 13000.
+constexpr uint64_t kMaxPlayerFrameBytes = uint64_t(1) << 30;
 
 std::string Lower(std::string s) {
   for (char& c : s) c = char(std::tolower(static_cast<unsigned char>(c)));
@@ -157,7 +159,11 @@ bool Form_SoftVTR::Open_VID(const std::string& filename, bool& isColour) {
     return false;
   }
   FilmHeader = check.header;
-  // 3.
+  // 3. A frame the image document cannot hold is no film of this system.
+  if (check.frameBytes > kMaxPlayerFrameBytes) {
+    Message(filename + " is not a valid Film File", kOpenFilmTitle);
+    return false;
+  }
   FrameBytes = uint32_t(check.frameBytes);
   isColour = FilmHeader.HasColors != 0;
   long frames = FilmHeader.NumberOfPictures;

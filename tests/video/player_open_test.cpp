@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <tuple>
 
 #include "core/ini_profile.h"
@@ -101,7 +102,7 @@ TEST_F(PlayerOpenTest, ATruncatedLastFrameRoundsTheCountAndReadsAsZeros) {
 
 TEST_F(PlayerOpenTest, FilesThatAreNoFilmsAreRefusedWithTheirMessage) {
   WriteFile(Path("short.vid"), std::string("VIDEO\r\n\0", 8) + "abc");
-  for (int i = 0; i < 3; ++i) host.Answer(MsgResult::OK);
+  for (int i = 0; i < 4; ++i) host.Answer(MsgResult::OK);
   EXPECT_FALSE(player.OpenVideo(Path("short.vid")));
   EXPECT_EQ(host.messages.back().text, "Input past end of file");
   EXPECT_FALSE(player.IsOpen());
@@ -111,6 +112,15 @@ TEST_F(PlayerOpenTest, FilesThatAreNoFilmsAreRefusedWithTheirMessage) {
   const std::string empty = Film("empty.vid", 0, 8, 4, 8);
   EXPECT_FALSE(player.OpenVideo(empty));
   EXPECT_EQ(host.messages.back().text, empty + " is not a valid Film File");
+
+  // A header whose frame no memory holds: refused before anything is made.
+  std::string huge = ReadFile(Film("huge.vid", 1, 8, 4, 16));
+  const int32_t side = 100000;
+  std::memcpy(huge.data() + 16, &side, 4);
+  std::memcpy(huge.data() + 20, &side, 4);
+  WriteFile(Path("huge.vid"), huge);
+  EXPECT_FALSE(player.OpenVideo(Path("huge.vid")));
+  EXPECT_EQ(host.messages.back().text, Path("huge.vid") + " is not a valid Film File");
 
   // Not the magic: tried as AVI.
   WriteFile(Path("junk.vid"), std::string(2000, 'x'));
