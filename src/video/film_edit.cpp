@@ -17,13 +17,23 @@ namespace sv {
 
 namespace {
 
-bool BreakRequested() { return G().BreakFlag; }
+const bool* extraStop = nullptr;
 
 void Status(const std::string& text) {
   if (HasHost()) host().ShowStatus(text, -1);
 }
 
 }  // namespace
+
+// --- Stopping ---------------------------------------------------------------
+
+bool EditStopRequested() { return G().BreakFlag || (extraStop && *extraStop); }
+
+EditStopScope::EditStopScope(bool& flag) : previous_(extraStop) {
+  flag = false;
+  extraStop = &flag;
+}
+EditStopScope::~EditStopScope() { extraStop = previous_; }
 
 // --- Names -------------------------------------------------------------------
 
@@ -159,7 +169,7 @@ FrameCopier::Result FrameCopier::Copy(VideoFile& source, long index,
     }
     host().DoEvents();
   }
-  if (BreakRequested()) return Result::Stopped;
+  if (EditStopRequested()) return Result::Stopped;
   uint32_t got = 0;
   if (index < 0 || !source.ReadFrame(uint32_t(index), buffer_.data(), got)) return Result::ReadFailed;
   // An AVI frame has no cells: a ".vid" frame's numbers would show as pixels.

@@ -23,6 +23,24 @@ inline constexpr const char* kFrameListFile = "FrameList.txt";
 // Free space a merge leaves on the target's disk at least: 10 MiB.
 inline constexpr uint64_t kMergeReserveBytes = 0xA00000;
 
+// --- Stopping ----------------------------------------------------------------
+
+// A long edit ends at its next frame when the break flag (G().BreakFlag)
+// is set, or the flag of the command that runs it.
+bool EditStopRequested();
+// While it lives, `flag` (cleared here) stops edits too: the player's stop
+// flag while one of its editing commands runs.
+class EditStopScope {
+ public:
+  explicit EditStopScope(bool& flag);
+  ~EditStopScope();
+  EditStopScope(const EditStopScope&) = delete;
+  EditStopScope& operator=(const EditStopScope&) = delete;
+
+ private:
+  const bool* previous_;
+};
+
 // --- The lists ---------------------------------------------------------------
 
 // Marks frames in `mask` (one entry a frame) from the text of a selection

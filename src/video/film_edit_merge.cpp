@@ -200,7 +200,7 @@ FilmEditResult ResizeFilm(const std::string& source, const std::string& target, 
   if (HasHost()) host().ShowStatus("Writing video file...", -1);
   for (long i = 0; i < in->NumberOfPictures(); ++i) {
     if (HasHost()) host().DoEvents();
-    if (G().BreakFlag) {
+    if (EditStopRequested()) {
       r.stopped = true;
       break;
     }

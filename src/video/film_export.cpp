@@ -101,7 +101,7 @@ ExportResult ExportFilmFrames(VideoFile& film, const ExportRequest& request) {
   std::vector<uint8_t> frame(film.FrameSize());
   for (long index : request.frames) {
     if (HasHost()) host().DoEvents();
-    if (G().BreakFlag) {
+    if (EditStopRequested()) {
       r.stopped = true;
       return r;
     }

@@ -236,7 +236,7 @@ ImportResult ImportFilm(const std::vector<ImportFrame>& frames, const std::strin
   const int shift = r.colour && imageBits > 8 ? int(imageBits - 8) : 0;
   for (size_t i = 0; i < frames.size(); ++i) {
     if (HasHost()) host().DoEvents();
-    if (G().BreakFlag) {
+    if (EditStopRequested()) {
       r.error = "Stopped";
       break;
     }

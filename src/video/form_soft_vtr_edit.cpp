@@ -75,6 +75,7 @@ bool Form_SoftVTR::DeleteFrames(const std::vector<int32_t>& mask) {
   }
   // 4.
   host().SetBusy(true);
+  EditStopScope stop(BreakFlag);
   const FilmEditResult r = DeleteFilmFrames(source, mask, target);
   host().SetBusy(false);
   if (!r.ok) {
@@ -151,6 +152,7 @@ bool Form_SoftVTR::SortVID(const std::string& source, const std::string& target)
     return false;
   }
   host().SetBusy(true);
+  EditStopScope stop(BreakFlag);
   const FilmEditResult r = SortFilm(source, order, target);
   host().SetBusy(false);
   if (!r.ok && !r.stopped) Tell(r.error, kSortTitle);
@@ -164,6 +166,7 @@ bool Form_SoftVTR::AppendVID(const std::string& file1, const std::string& file2,
     return false;
   }
   host().SetBusy(true);
+  EditStopScope stop(BreakFlag);
   const FilmEditResult r = AppendFilms(file1, file2, target);
   host().SetBusy(false);
   if (!r.ok && !r.stopped) Tell(r.error, kAppendTitle);
@@ -179,6 +182,7 @@ bool Form_SoftVTR::MergeVideo(const std::string& file1, int type, const std::str
     return false;
   }
   host().SetBusy(true);
+  EditStopScope stop(BreakFlag);
   const bool ok = sv::MergeVideo(file1, type, file2, target);
   host().SetBusy(false);
   return ok;
@@ -243,6 +247,7 @@ bool Form_SoftVTR::Import(const std::vector<std::string>& names) {
   }
   // 4., 5.
   host().SetBusy(true);
+  EditStopScope stop(BreakFlag);
   const ImportResult r = ImportFilm(frames, target, options);
   host().SetBusy(false);
   if (!r.ok) {
@@ -288,6 +293,7 @@ void Form_SoftVTR::mnuExport() {
   if (form.Check_Log) request.logPath = form.Text_Log;
   // The film object of the player reads; the frame on show is read again after.
   host().SetBusy(true);
+  EditStopScope stop(BreakFlag);
   const ExportResult r = ExportFilmFrames(*Video(), request);
   host().SetBusy(false);
   if (!r.ok && !r.stopped) Tell(r.error, Form_VTR_Export::kTitle);
@@ -324,6 +330,7 @@ bool Form_SoftVTR::Resize(long width, long height) {
   }
   ShowStatus("Writing video file...");
   host().SetBusy(true);
+  EditStopScope stop(BreakFlag);
   const FilmEditResult r = ResizeFilm(source, target, width, height);
   host().SetBusy(false);
   if (!r.ok) {
@@ -358,6 +365,7 @@ bool Form_SoftVTR::VideoSaveAs() {
     return false;
   }
   host().SetBusy(true);
+  EditStopScope stop(BreakFlag);
   const FilmEditResult r = CopyFilm(source, target, 0, -1);
   host().SetBusy(false);
   if (!r.ok) {
