@@ -114,6 +114,15 @@ TEST_F(FilmEditTest, TheBreakFlagStopsACopyAndLeavesNoTarget) {
   EXPECT_FALSE(r.ok);
   EXPECT_TRUE(r.stopped);
   EXPECT_FALSE(std::filesystem::exists(Path("copy.vid")));
+  // A command's own flag stops the edits it runs, and only those.
+  bool stop = true;
+  {
+    EditStopScope scope(stop);
+    EXPECT_FALSE(stop);  // cleared when the command starts
+    stop = true;
+    EXPECT_TRUE(CopyFilm(src, Path("copy.vid"), 0, -1).stopped);
+  }
+  EXPECT_TRUE(CopyFilm(src, Path("copy.vid"), 0, -1).ok);
 }
 
 TEST_F(FilmEditTest, CopyStatusIsRationedByTheClock) {
