@@ -227,6 +227,7 @@ class FilmPlayerWindow : public QDialog, public Form_SoftVTR::View {
   bool transportShown_ = false;
   QMenu *file_ = nullptr, *lastFiles_ = nullptr;
   std::vector<QAction*> needFilm_;  // commands on the open film, off while playing
+  std::vector<QAction*> idle_;      // off while playing and while a run holds the film
   std::vector<QToolButton*> transport_;
   QToolButton* stop_ = nullptr;
   QAction *subtract_ = nullptr, *reverseAction_ = nullptr, *replayAction_ = nullptr,
@@ -264,7 +265,7 @@ QToolButton* FilmPlayerWindow::Transport(const char* name, QStyle::StandardPixma
 void FilmPlayerWindow::BuildMenus(QMenuBar* bar) {
   // File.
   file_ = bar->addMenu("&File");
-  Action(file_, "mnuOpenFilm", "&Open...", [] { P().VideoFileOpen(); });
+  idle_.push_back(Action(file_, "mnuOpenFilm", "&Open...", [] { P().VideoFileOpen(); }));
   lastFiles_ = file_->addMenu("&Last Films");
   lastFiles_->setObjectName("mnuLastFilms");
   connect(file_, &QMenu::aboutToShow, this, [this] { FillLastFiles(); });
@@ -293,7 +294,7 @@ void FilmPlayerWindow::BuildMenus(QMenuBar* bar) {
   needFilm_.push_back(Action(edit, "mnuSortVID", "S&ort by Frame List...", [] { SortFilm(); }));
   needFilm_.push_back(Action(edit, "mnuAppendVID", "&Append Film...", [] { AppendFilm(); }));
   needFilm_.push_back(Action(edit, "mnuMergeVideo", "&Merge Film...", [] { P().mnuMergeVideo(); }));
-  Action(edit, "mnuImport", "&Import Images...", [] { P().mnuImport(); });
+  idle_.push_back(Action(edit, "mnuImport", "&Import Images...", [] { P().mnuImport(); }));
   edit->addSeparator();
   needFilm_.push_back(Action(edit, "mnuSelAll", "Select A&ll", [] { P().mnuSelAll(); }));
   selClear_ = Action(edit, "mnuSelClear", "&Clear Selection", [] { P().mnuSelClear(); });
@@ -338,6 +339,7 @@ void FilmPlayerWindow::BuildMenus(QMenuBar* bar) {
     LoadControls();
   });
   asCamera_->setCheckable(true);
+  idle_.push_back(asCamera_);
   asCamera_->setToolTip("Experiments take their frames, energy and time from the film");
 }
 
@@ -349,7 +351,6 @@ void FilmPlayerWindow::FillLastFiles() {
     a->setObjectName(QString("mnuLastFilm(%1)").arg(i - 1));
     connect(a, &QAction::triggered, this, [f] { P().OpenVideo(f); });
   }
-  lastFiles_->setEnabled(i > 0);
 }
 
 FilmPlayerWindow::FilmPlayerWindow(QWidget* parent) : QDialog(parent) {
@@ -490,6 +491,10 @@ void FilmPlayerWindow::LoadControls() {
   replayAction_->setChecked(p.Replay);
   for (QAction* a : needFilm_) a->setEnabled(open && transport && !playing);
   deleteSel_->setEnabled(open && transport && !playing && p.HasSelection());
+  // Another film may come in only when this one is free.
+  const bool idle = !playing && (!open || transport);
+  for (QAction* a : idle_) a->setEnabled(idle);
+  lastFiles_->menuAction()->setEnabled(idle && !p.LastFiles.empty());
   subtract_->setChecked(G().SubtractBackground != 0);
   asCamera_->setChecked(GrabMode() == kGrabModeVTR);
 

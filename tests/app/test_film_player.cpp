@@ -232,7 +232,9 @@ class TestFilmPlayer : public QObject {
     bool transportOpen = false, stopClosed = false;
     host_->onEvents = [&] {
       if (shown.empty() || shown.back() != p.CurrentFrame) shown.push_back(p.CurrentFrame);
-      transportOpen = transportOpen || Child<QToolButton>("Command_Step")->isEnabled();
+      transportOpen = transportOpen || Child<QToolButton>("Command_Step")->isEnabled() ||
+                      PlayerAction("mnuOpenFilm")->isEnabled() ||
+                      PlayerAction("mnuDeleteFrame")->isEnabled();
       stopClosed = stopClosed || !Child<QToolButton>("Command_Stop")->isEnabled();
     };
     Click("Command_Play");
@@ -418,7 +420,9 @@ class TestFilmPlayer : public QObject {
       // From the first row on the run holds the film.
       if (r >= 1)
         transportOpen = transportOpen || Child<QToolButton>("Command_Step")->isEnabled() ||
-                      Child<QSlider>("Slider")->isEnabled();
+                        Child<QSlider>("Slider")->isEnabled() ||
+                        PlayerAction("mnuOpenFilm")->isEnabled() ||
+                        PlayerAction("mnuFilmAsCamera")->isEnabled();
     };
     QTest::mouseClick(start, Qt::LeftButton);
     host_->onEvents = nullptr;
@@ -440,6 +444,7 @@ class TestFilmPlayer : public QObject {
     QVERIFY(pw && pw->PartShows() + pw->Draws() >= 6);
     // The run has let the film go: the transport is back.
     QVERIFY(Child<QToolButton>("Command_Step")->isEnabled());
+    QVERIFY(PlayerAction("mnuOpenFilm")->isEnabled());
   }
 };
 
