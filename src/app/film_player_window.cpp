@@ -513,6 +513,8 @@ void FilmPlayerWindow::LoadControls() {
   }
   const int colRow = open && p.Cols() > 0 ? int(p.Col) + 1 : -1;
   if (cols_->currentRow() != colRow) cols_->setCurrentRow(colRow);
+  // The frame is read again for another column: not under a run.
+  cols_->setEnabled(open && transport && !playing);
   loading_ = false;
 }
 

@@ -206,6 +206,11 @@ class TestFilmPlayer : public QObject {
     QCOMPARE(slider->maximum(), 11);
     QCOMPARE(Text("Label_Position"), QString("(50 eV)"));
     QCOMPARE(Child<QListWidget>("List_ColInfo")->count(), 3);  // "Frame 0" and two columns
+    // A click on a column's line shows that column.
+    QListWidget* cols = Child<QListWidget>("List_ColInfo");
+    QTest::mouseClick(cols->viewport(), Qt::LeftButton, {}, cols->visualItemRect(cols->item(2)).center());
+    QCOMPARE(p.Col, 1L);
+    QVERIFY2(Text("Label_Col").startsWith("time (s)"), qPrintable(Text("Label_Col")));
 
     // Stepping, the ends, and the slider.
     Click("Command_Step");
