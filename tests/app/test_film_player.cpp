@@ -336,6 +336,64 @@ class TestFilmPlayer : public QObject {
     QCOMPARE(p.CurrentFrame, 3L);  // the frame on show stays
   }
 
+  // The edits that ask the window for names and sizes: sort by the frame
+  // list, append a second film, resize; each result opens in the player.
+  void sortAppendAndResizeFromTheMenus() {
+    QVERIFY(dir_.isValid());
+    SetUp();
+    if (QTest::currentTestFailed()) return;
+    const std::string a = Path("a.vid"), b = Path("b.vid");
+    QVERIFY(app::WriteSimulatedFilm(a, 6, 50.0, 2.0));  // 50 .. 60 eV
+    QVERIFY(app::WriteSimulatedFilm(b, 4, 70.0, 2.0));  // 70 .. 76 eV
+    OpenFilm(a);
+    if (QTest::currentTestFailed()) return;
+    Form_SoftVTR& p = SoftVTRForm();
+    const auto energyAt = [&p](long frame) {
+      return p.GotoFrame(frame) ? double(p.Energy()) : -1.0;
+    };
+
+    {
+      QFile list(dir_.filePath("FrameList.txt"));
+      QVERIFY(list.open(QIODevice::WriteOnly));
+      list.write("5\r\n0 ; the first\r\n3\r\n");
+    }
+    host_->AnswerFile(Path("sorted.vid"));
+    PlayerAction("mnuSortVID")->trigger();
+    QCOMPARE(p.Filename(), Path("sorted.vid"));
+    QCOMPARE(p.Frames, 3L);
+    QCOMPARE(energyAt(0), 60.0);
+    QCOMPARE(energyAt(1), 50.0);
+    QCOMPARE(energyAt(2), 56.0);
+
+    QVERIFY(main_->OpenDocument(a));
+    host_->AnswerFile(b);                   // the second film
+    host_->AnswerFile(Path("both.vid"));    // the target
+    PlayerAction("mnuAppendVID")->trigger();
+    QCOMPARE(p.Filename(), Path("both.vid"));
+    QCOMPARE(p.Frames, 10L);
+    QCOMPARE(energyAt(5), 60.0);
+    QCOMPARE(energyAt(6), 70.0);
+    QCOMPARE(FramesIn(a), 6L);
+    QCOMPARE(FramesIn(b), 4L);
+
+    // A size out of range is refused and asked again; the copy keeps its
+    // own name when the rename is declined.
+    host_->AnswerInput("5");
+    host_->queue.push_back(MsgResult::OK);  // "Invalid size!"
+    host_->AnswerInput("192");
+    host_->AnswerInput("144");
+    host_->AnswerFile(Path("small.vid"));
+    host_->queue.push_back(MsgResult::No);  // no rename
+    PlayerAction("mnuResize")->trigger();
+    QCOMPARE(p.Filename(), Path("small.vid"));
+    QCOMPARE(p.Video()->Width(), 192L);
+    QCOMPARE(p.Video()->Height(), 144L);
+    QCOMPARE(p.Frames, 10L);
+    QCOMPARE(energyAt(9), 76.0);
+    QCOMPARE(FramesIn(Path("both.vid")), 10L);
+    QVERIFY(host_->unscripted.empty());
+  }
+
   void filmAsCameraOfAnIERun() {
     QVERIFY(dir_.isValid());
     SetUp();
