@@ -2,7 +2,8 @@
 // simulated screen opened through File/Open, its frames in an image window,
 // play, stop, reverse and step on the scripted clock, a range tagged on the
 // tag bar and deleted into a new film, frames exported through the export
-// dialog; then an I(E) experiment on the film with two windows, the film as
+// dialog; sort, append, resize and a copy to AVI from the menus, each
+// result opened in the player; then an I(E) experiment on the film with two windows, the film as
 // its camera, its sheet and plot growing frame by frame.
 
 #include <QAction>
@@ -51,6 +52,7 @@
 #include "plot/form_plot.h"
 #include "plot/plot_documents.h"
 #include "support/queue_host.h"
+#include "video/compress_options.h"
 #include "video/form_soft_vtr.h"
 #include "video/form_vtr_export.h"
 #include "video/video_file.h"
@@ -161,6 +163,7 @@ class TestFilmPlayer : public QObject {
  private slots:
   void cleanup() {
     SoftVTRForm().Form_Unload();
+    ClearCompressOptions();
     if (ExperimentForm().Visible()) ExperimentForm().Unload();
     GrabMode() = 0;
     GrabberClose();
@@ -351,6 +354,24 @@ class TestFilmPlayer : public QObject {
     const auto energyAt = [&p](long frame) {
       return p.GotoFrame(frame) ? double(p.Energy()) : -1.0;
     };
+
+    // Saved as AVI and opened from the workbench: the same pictures.
+    host_->AnswerFile(Path("a.avi"), 2);
+    SetCompressOptions(DefaultCompressOptions(FilmCodec::Lossless));
+    PlayerAction("mnuSaveAs")->trigger();
+    ClearCompressOptions();
+    QVERIFY(main_->OpenDocument(Path("a.avi")));
+    QVERIFY(p.IsAVI());
+    QCOMPARE(p.Frames, 6L);
+    QVERIFY(p.GotoFrame(2));
+    std::vector<uint16_t> expected(size_t(kDummyWidth * kDummyHeight));
+    TestImageParams tp;
+    tp.Energy = 54.0;
+    tp.Time = 1.0;
+    tp.Seed = 2;
+    QVERIFY(SV_test_image({kDummyWidth, kDummyHeight}, expected, tp));
+    QVERIFY(std::equal(expected.begin() + 48, expected.end(), p.ImageIf()->ImagePtr() + 48));
+    QVERIFY(main_->OpenDocument(a));
 
     {
       QFile list(dir_.filePath("FrameList.txt"));
