@@ -2,9 +2,9 @@
 // simulated screen opened through File/Open, its frames in an image window,
 // play, stop, reverse and step on the scripted clock, a range tagged on the
 // tag bar and deleted into a new film, frames exported through the export
-// dialog; sort, append, resize and a copy to AVI from the menus, each
-// result opened in the player; then an I(E) experiment on the film with two windows, the film as
-// its camera, its sheet and plot growing frame by frame.
+// dialog; sort, append, resize and a copy to AVI from the menus, each result
+// opened in the player; then an I(E) experiment on the film with two
+// windows, the film as its camera, its sheet and plot growing frame by frame.
 
 #include <QAction>
 #include <QApplication>
