@@ -193,11 +193,22 @@ class FilmPlayerWindow : public QDialog, public Form_SoftVTR::View {
   void FrameShown(const Form_SoftVTR&) override { LoadControls(); }
   void Shown(const Form_SoftVTR&, bool on) override {
     if (on) {
-      show();
-      raise();
+      ShowBeside();
     } else if (isVisible()) {
       hide();
     }
+  }
+  // The first time at the right of the main window, below its toolbars,
+  // where it covers the least of the pictures; later where the user left it.
+  void ShowBeside() {
+    if (!placed_ && parentWidget()) {
+      placed_ = true;
+      adjustSize();
+      const QRect main = parentWidget()->frameGeometry();
+      move(std::max(main.left(), main.right() - frameGeometry().width() - 24), main.top() + 140);
+    }
+    show();
+    raise();
   }
 
  protected:
@@ -225,6 +236,7 @@ class FilmPlayerWindow : public QDialog, public Form_SoftVTR::View {
 
   bool loading_ = false;
   bool transportShown_ = false;
+  bool placed_ = false;
   QMenu *file_ = nullptr, *lastFiles_ = nullptr;
   std::vector<QAction*> needFilm_;  // commands on the open film, off while playing
   std::vector<QAction*> idle_;      // off while playing and while a run holds the film
@@ -528,9 +540,7 @@ std::function<void(const RunEnd&)> g_endHook;
 void InstallFilmPlayer(MDIForm_Main& main, QWidget* window) {
   g_player = new FilmPlayerWindow(window);
   RegisterSoftVTRForm(main, [] {
-    if (!g_player) return;
-    g_player->show();
-    g_player->raise();
+    if (g_player) g_player->ShowBeside();
   });
   InstallFilmDialogs(window);
   // A run holds the film from its first row to its end.
