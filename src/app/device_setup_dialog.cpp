@@ -22,17 +22,10 @@ namespace sv::app {
 
 namespace {
 
-void Fill(QComboBox* combo, const std::vector<std::string>& items, int current) {
-  QStringList list;
-  for (const std::string& s : items) list << Q(s);
-  bool same = combo->count() == list.size();
-  for (int i = 0; same && i < list.size(); ++i) same = combo->itemText(i) == list[i];
-  if (!same) {
-    combo->clear();
-    combo->addItems(list);
-  }
-  combo->setCurrentIndex(list.isEmpty() ? -1 : current);
-  combo->setEnabled(!list.isEmpty());
+// An empty list leaves nothing to choose: the box closes.
+void FillOrClose(QComboBox* combo, const std::vector<std::string>& items, int current) {
+  Fill(combo, items, items.empty() ? -1 : current);
+  combo->setEnabled(!items.empty());
 }
 
 QDialogButtonBox* OkCancel(QDialog* d) {
@@ -178,8 +171,8 @@ void ADSetupDialog::showEvent(QShowEvent* e) {
 void ADSetupDialog::LoadControls() {
   const Form_ADSetup& f = ADSetupForm();
   loading_ = true;
-  Fill(name_, f.Combo_NameList, f.Combo_Name);
-  Fill(range_, f.Combo_RangeList, f.Combo_Range);
+  FillOrClose(name_, f.Combo_NameList, f.Combo_Name);
+  FillOrClose(range_, f.Combo_RangeList, f.Combo_Range);
   SetText(averaging_, f.Text_Averaging);
   inputMode_->setVisible(f.Ctl_Option_Input_mode.Visible);
   (f.Option_Input_mode == 1 ? differential_ : singleEnded_)->setChecked(true);
@@ -194,7 +187,7 @@ void ADSetupDialog::LoadControls() {
   calibrationOn_->setChecked(f.Check_Calibration);
   calibrationValues_->setText(Q(f.Label_Calibration));
   detector_->setChecked(f.Check_DetectorSignal);
-  Fill(augerChannel_, f.Combo_AugerADChannelList, f.Combo_AugerADChannel);
+  FillOrClose(augerChannel_, f.Combo_AugerADChannelList, f.Combo_AugerADChannel);
   augerChannel_->setEnabled(f.Ctl_Combo_AugerADChannel.Enabled);
   loading_ = false;
   Readings(f);
@@ -209,7 +202,7 @@ void ADSetupDialog::ShowTest(Form_TestAD& test) {
   d.setObjectName("Form_TestAD");
   d.setWindowTitle(Q(test.Caption));
   auto* channel = Combo(&d, "Combo_Channel");
-  Fill(channel, test.Combo_ChannelList, test.Combo_Channel);
+  FillOrClose(channel, test.Combo_ChannelList, test.Combo_Channel);
   auto* raw = new QLabel(&d);
   raw->setObjectName("Label_Raw");
   auto* volts = new QLabel(&d);
@@ -318,10 +311,10 @@ void DASetupDialog::showEvent(QShowEvent* e) {
 void DASetupDialog::LoadControls() {
   const Form_DASetup& f = DASetupForm();
   loading_ = true;
-  Fill(name_, f.Combo_NameList, f.Combo_Name);
-  Fill(range_, f.Combo_RangeList, f.Combo_Range);
-  Fill(channelLEED_, f.Combo_ChannelList, f.Combo_ChannelLEED);
-  Fill(channelAUGER_, f.Combo_ChannelList, f.Combo_ChannelAUGER);
+  FillOrClose(name_, f.Combo_NameList, f.Combo_Name);
+  FillOrClose(range_, f.Combo_RangeList, f.Combo_Range);
+  FillOrClose(channelLEED_, f.Combo_ChannelList, f.Combo_ChannelLEED);
+  FillOrClose(channelAUGER_, f.Combo_ChannelList, f.Combo_ChannelAUGER);
   rangeLEED_->setText(Q(f.Label_EnergyRangeLEED));
   rangeAUGER_->setText(Q(f.Label_EnergyRangeAUGER));
   loading_ = false;
@@ -342,7 +335,7 @@ void DASetupDialog::ShowTest(Form_TestDA& test) {
   d.setObjectName("Form_TestDA");
   d.setWindowTitle(Q(test.Caption));
   auto* channel = Combo(&d, "Combo_Channel");
-  Fill(channel, test.Combo_ChannelList, test.Combo_Channel);
+  FillOrClose(channel, test.Combo_ChannelList, test.Combo_Channel);
   auto* volts = new QLineEdit(Q(test.Text_Voltage), &d);
   volts->setObjectName("Text_Voltage");
   auto* raw = new QLineEdit(Q(test.Text_Raw), &d);
@@ -417,7 +410,7 @@ void IOSetupDialog::showEvent(QShowEvent* e) {
 
 void IOSetupDialog::LoadControls() {
   loading_ = true;
-  Fill(name_, IOSetupForm().Combo_NameList, IOSetupForm().Combo_Name);
+  FillOrClose(name_, IOSetupForm().Combo_NameList, IOSetupForm().Combo_Name);
   loading_ = false;
 }
 

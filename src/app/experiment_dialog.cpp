@@ -34,41 +34,11 @@ namespace {
 const char* const kPlotNames[] = {"(none)", "I.max", "I.total", "I.back", "I.max - I.back",
                                   "I.total - I.back"};
 
-QString Indexed(const char* name, int i) { return QString("%1(%2)").arg(name).arg(i); }
-
-void Fill(QComboBox* combo, const std::vector<std::string>& items, int current) {
-  QStringList list;
-  for (const std::string& s : items) list << Q(s);
-  bool same = combo->count() == list.size();
-  for (int i = 0; same && i < list.size(); ++i) same = combo->itemText(i) == list[i];
-  if (!same) {
-    combo->clear();
-    combo->addItems(list);
-  }
-  combo->setCurrentIndex(current);
-}
-
-void SetChecked(QAbstractButton* b, bool on) {
-  if (b->isChecked() != on) b->setChecked(on);
-}
-
 // A control inside a box that a run disables: its own state is compared, not
 // the one it shows, so that what it holds comes back with the box.
 void ApplyOwn(QWidget* w, const Form_Experiment::Control& c) {
   if (w->testAttribute(Qt::WA_ForceDisabled) == c.Enabled) w->setEnabled(c.Enabled);
   if (w->isVisibleTo(w->parentWidget()) != c.Visible) w->setVisible(c.Visible);
-}
-
-// A wait of the run shows on its label: highlighted while it lasts.
-void Mark(QLabel* label, bool on) {
-  if (label->property("marked").toBool() == on) return;
-  label->setProperty("marked", on);
-  QPalette p = label->parentWidget()->palette();
-  if (on) {
-    p.setColor(QPalette::Window, p.color(QPalette::Highlight));
-    p.setColor(QPalette::WindowText, p.color(QPalette::HighlightedText));
-  }
-  label->setPalette(p);
 }
 
 class ExperimentDialog : public QDialog, public Form_Experiment::View {

@@ -2,11 +2,15 @@
 // visible states, and the key codes the presenters take.
 #pragma once
 
+#include <QAbstractButton>
+#include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QString>
 #include <QWidget>
 #include <string>
+#include <vector>
 
 namespace sv::app {
 
@@ -16,6 +20,39 @@ inline QString Q(const std::string& s) { return QString::fromStdString(s); }
 inline void SetText(QLineEdit* e, const std::string& text) {
   const QString t = Q(text);
   if (e->text() != t) e->setText(t);
+}
+
+// "Check_AD(3)": the object name of one control of an indexed set.
+inline QString Indexed(const char* name, int i) { return QString("%1(%2)").arg(name).arg(i); }
+
+// A combo box with the presenter's list and choice; the list is written only
+// when it changed, so an open drop-down stays as it is.
+inline void Fill(QComboBox* combo, const std::vector<std::string>& items, int current) {
+  QStringList list;
+  for (const std::string& s : items) list << Q(s);
+  bool same = combo->count() == list.size();
+  for (int i = 0; same && i < list.size(); ++i) same = combo->itemText(i) == list[i];
+  if (!same) {
+    combo->clear();
+    combo->addItems(list);
+  }
+  if (combo->currentIndex() != current) combo->setCurrentIndex(current);
+}
+
+inline void SetChecked(QAbstractButton* b, bool on) {
+  if (b->isChecked() != on) b->setChecked(on);
+}
+
+// A wait of a run shows on its label: highlighted while it lasts.
+inline void Mark(QLabel* label, bool on) {
+  if (label->property("marked").toBool() == on) return;
+  label->setProperty("marked", on);
+  QPalette p = label->parentWidget()->palette();
+  if (on) {
+    p.setColor(QPalette::Window, p.color(QPalette::Highlight));
+    p.setColor(QPalette::WindowText, p.color(QPalette::HighlightedText));
+  }
+  label->setPalette(p);
 }
 
 // A command button named after the presenter's command; Enter does not

@@ -22,36 +22,6 @@ namespace sv::app {
 
 namespace {
 
-QString Indexed(const char* name, int i) { return QString("%1(%2)").arg(name).arg(i); }
-
-void Fill(QComboBox* combo, const std::vector<std::string>& items, int current) {
-  QStringList list;
-  for (const std::string& s : items) list << Q(s);
-  bool same = combo->count() == list.size();
-  for (int i = 0; same && i < list.size(); ++i) same = combo->itemText(i) == list[i];
-  if (!same) {
-    combo->clear();
-    combo->addItems(list);
-  }
-  if (combo->currentIndex() != current) combo->setCurrentIndex(current);
-}
-
-void SetChecked(QAbstractButton* b, bool on) {
-  if (b->isChecked() != on) b->setChecked(on);
-}
-
-// A wait of the run shows on its label: highlighted while it lasts.
-void Mark(QLabel* label, bool on) {
-  if (label->property("marked").toBool() == on) return;
-  label->setProperty("marked", on);
-  QPalette p = label->parentWidget()->palette();
-  if (on) {
-    p.setColor(QPalette::Window, p.color(QPalette::Highlight));
-    p.setColor(QPalette::WindowText, p.color(QPalette::HighlightedText));
-  }
-  label->setPalette(p);
-}
-
 const char* const kSourceCaptions[kVideoSourceModes] = {
     "Current input", "Inputs 0 and 1", "Inputs 0 and 2", "Inputs 1 and 2", "Inputs 0, 1 and 2"};
 
