@@ -25,6 +25,18 @@ void InstallStopHandler() {
 
 bool StopRequested() { return g_stop != 0; }
 void RequestStop() { g_stop = 1; }
+
+extern "C" void OnTerminateSignal(int) { RequestStop(); }
+
+TerminateScope::TerminateScope() {
+  struct sigaction sa {};
+  sa.sa_handler = OnTerminateSignal;
+  sigemptyset(&sa.sa_mask);
+  sa.sa_flags = SA_RESTART;
+  sigaction(SIGTERM, &sa, &previous_);
+}
+
+TerminateScope::~TerminateScope() { sigaction(SIGTERM, &previous_, nullptr); }
 void ClearStopRequest() { g_stop = 0; }
 
 MsgResult DefaultAnswer(MsgButtons buttons) {

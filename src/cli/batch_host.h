@@ -2,6 +2,7 @@
 // default button, dialogs are cancelled, status lines are shown only when asked.
 #pragma once
 
+#include <csignal>
 #include <functional>
 #include <memory>
 #include <ostream>
@@ -74,6 +75,19 @@ class HostScope {
 
  private:
   Host* previous_;
+};
+
+// SIGTERM asks for the stop as Ctrl-C does, for the life of the scope (a
+// run or a recording).
+class TerminateScope {
+ public:
+  TerminateScope();
+  ~TerminateScope();
+  TerminateScope(const TerminateScope&) = delete;
+  TerminateScope& operator=(const TerminateScope&) = delete;
+
+ private:
+  struct sigaction previous_ {};
 };
 
 }  // namespace sv::cli

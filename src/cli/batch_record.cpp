@@ -117,25 +117,6 @@ int Parse(const std::vector<std::string>& args, RecordOptions& o, std::ostream& 
   return 0;
 }
 
-extern "C" void OnRecordTerminate(int) { RequestStop(); }
-
-class TerminateScope {
- public:
-  TerminateScope() {
-    struct sigaction sa {};
-    sa.sa_handler = OnRecordTerminate;
-    sigemptyset(&sa.sa_mask);
-    sa.sa_flags = SA_RESTART;
-    sigaction(SIGTERM, &sa, &previous_);
-  }
-  ~TerminateScope() { sigaction(SIGTERM, &previous_, nullptr); }
-  TerminateScope(const TerminateScope&) = delete;
-  TerminateScope& operator=(const TerminateScope&) = delete;
-
- private:
-  struct sigaction previous_ {};
-};
-
 // Messages go to the error stream; the questions about an existing film
 // take the answer of --append or --replace: by default a film is appended
 // to where it can be, and left alone where it cannot.

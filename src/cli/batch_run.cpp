@@ -88,26 +88,6 @@ int ParseRunOptions(const std::vector<std::string>& args, RunOptions& o, std::os
   return 0;
 }
 
-// SIGTERM asks for the stop as Ctrl-C does, for the length of one run.
-extern "C" void OnRunTerminate(int) { RequestStop(); }
-
-class TerminateScope {
- public:
-  TerminateScope() {
-    struct sigaction sa {};
-    sa.sa_handler = OnRunTerminate;
-    sigemptyset(&sa.sa_mask);
-    sa.sa_flags = SA_RESTART;
-    sigaction(SIGTERM, &sa, &previous_);
-  }
-  ~TerminateScope() { sigaction(SIGTERM, &previous_, nullptr); }
-  TerminateScope(const TerminateScope&) = delete;
-  TerminateScope& operator=(const TerminateScope&) = delete;
-
- private:
-  struct sigaction previous_ {};
-};
-
 // The host of a run: Ctrl-C and SIGTERM press the form's stop button at the
 // next yield; the handshake's "Try again?" is answered Retry until a stop
 // was asked for, then Cancel.
