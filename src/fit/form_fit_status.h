@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "fit/fit_engine.h"
 
@@ -44,6 +45,13 @@ class Form_FitStatus {
 
   std::string Label_Iterations, Label_Calls, Label_SOS, Label_Damping, Label_Status,
       Label_Parameters, Label_Data;
+
+  // A window showing this presenter: told when the labels change and when the
+  // fit ends. Empty functions let go of the window.
+  void BindView(std::function<void()> changed, std::function<void()> finished) {
+    hooks_.Changed = std::move(changed);
+    hooks_.Finished = std::move(finished);
+  }
 
  private:
   void UpdateLabels();
