@@ -12,6 +12,7 @@
 #include "cli/batch_film.h"
 #include "cli/batch_film_edit.h"
 #include "cli/batch_film_scan.h"
+#include "cli/batch_fit.h"
 #include "cli/batch_grab.h"
 #include "cli/batch_host.h"
 #include "cli/batch_images.h"
@@ -102,7 +103,7 @@ std::string Usage() {
          "              Section/Key=value a line; a FILE without a folder is\n"
          "              looked for in the config folder\n"
          "  help        this text\n" +
-         GrabUsage() + ImageUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() +
+         GrabUsage() + ImageUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() + FitUsage() +
          DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage() + FilmUsage() + FilmEditUsage() + FilmScanUsage() +
          RecordUsage();
 }
@@ -129,6 +130,7 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "sheet-convert") return SheetConvert(args, out, err);
   if (cmd == "plot-export") return PlotExportCommand(args, out, err);
   if (cmd == "lines") return LinesCommand(args, out, err);
+  if (cmd == "fit") return FitCommand(args, out, err);
   if (cmd == "devices") return DevicesCommand(args, out, err);
   if (cmd == "ad-read") return AdReadCommand(args, out, err);
   if (cmd == "da-set") return DaSetCommand(args, out, err);

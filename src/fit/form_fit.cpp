@@ -67,10 +67,12 @@ bool Form_Fit::Start(Form_Worksheet& sheet, long ycol, long xcol, long firstRow,
   lastRow = std::min(lastRow, sheet.Rows() - 1);
 
   // 2. The fit column "<name>.fit" right after the Y column, made when the
-  // column there has another name.
+  // column there has another name (or, read back from a file, label).
   const std::string fitName = sheet.ColName(ycol) + ".fit";
   long fitcol = ycol + 1;
-  if (fitcol >= sheet.Cols() || sheet.ColName(fitcol) != fitName) {
+  const bool reuse = fitcol < sheet.Cols() &&
+                     (sheet.ColName(fitcol) == fitName || sheet.Record(fitcol).Label == fitName);
+  if (!reuse) {
     if (!sheet.InsertColumn(fitcol, 1)) {
       host().MsgBox("The fit column cannot be inserted.", MsgButtons::OK, MsgIcon::Exclamation,
                     kPeakFitTitle);
@@ -78,6 +80,8 @@ bool Form_Fit::Start(Form_Worksheet& sheet, long ycol, long xcol, long firstRow,
       return false;
     }
     sheet.ColName(fitcol, fitName);
+    // Sheet files keep labels, not names: the label keeps the column known.
+    sheet.Record(fitcol).Label = fitName;
     sheet.BuildHeader(fitcol);
     if (xcol >= fitcol) ++xcol;
   }
