@@ -16,6 +16,7 @@
 #include "app/compress_dialog.h"
 #include "app/experiment_dialog.h"
 #include "app/film_player_window.h"
+#include "app/fit_dialogs.h"
 #include "app/image_vtr_dialog.h"
 #include "app/genicam_dialog.h"
 #include "app/grabber_dialog.h"
@@ -35,6 +36,7 @@
 #include "core/startup.h"
 #include "experiment/run_recovery.h"
 #include "experiment/shutter.h"
+#include "fit/form_fit.h"
 #include "hardware/hardware.h"
 #include "image/form_camera.h"
 #include "plot/form_plot.h"
@@ -79,6 +81,7 @@ int main(int argc, char** argv) {
     sv::RegisterImageDocuments(main);
     sv::RegisterWorksheetDocuments(main);
     sv::RegisterPlotDocuments(main);
+    sv::RegisterPeakFit();
     sv::app::InstallKernelEnvironment();
     sv::InstallGrabberEnvironment();
     sv::RegisterGrabberCommands(main);
@@ -102,6 +105,7 @@ int main(int argc, char** argv) {
     sv::app::InstallCompressDialog(&window);
     sv::app::InstallImageVTRDialog(main, &window);
     sv::app::InstallFilmPlayer(main, &window);
+    sv::app::InstallFitDialogs(&window);
     sv::app::InstallRecoveryWriters();
     // From here a signal to end waits for the event loop, then closes as
     // the exit does, without its question. A screenshot leaves without it.
