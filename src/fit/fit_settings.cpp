@@ -50,7 +50,10 @@ std::string FitNumberText(float v) {
 }
 
 FitSettings LoadFitSettings(const std::string& file) {
-  const Profile p = Profile::Load(ResolveProfilePath(file));
+  return FitSettingsFrom(Profile::Load(ResolveProfilePath(file)));
+}
+
+FitSettings FitSettingsFrom(const Profile& p) {
   const char* sec = kFitIniSection;
   FitSettings s;
   auto getFloat = [&](const char* key, float def) {

@@ -7,6 +7,8 @@
 
 namespace sv {
 
+class Profile;
+
 inline constexpr const char* kFitIniFile = "PEAKFIT.INI";
 inline constexpr const char* kFitIniSection = "Fit";
 
@@ -14,6 +16,8 @@ inline constexpr const char* kFitIniSection = "Fit";
 // range the key's fallback. The file name follows the profile rules (a bare
 // name lives in the per-user config folder).
 FitSettings LoadFitSettings(const std::string& file = kFitIniFile);
+// The same from a profile already read.
+FitSettings FitSettingsFrom(const Profile& profile);
 // Writes every key; false when the file cannot be written.
 bool SaveFitSettings(const FitSettings& s, const std::string& file = kFitIniFile);
 
