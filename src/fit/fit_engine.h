@@ -81,7 +81,8 @@ struct FitRun {
   bool StartFlag = false;
   bool DoneFlag = false;
   bool WantErrors = false;
-  // Percent, NPar x NPar; filled by calcError, zero when it could not run.
+  // Percent, NPar x NPar; filled by calcError, empty when it could not run
+  // (no fit, a singular Jacobian or normal matrix).
   std::vector<int16_t> Correlation;
   int16_t Corr(int i, int j) const {  // 1-based
     return Correlation[size_t(i - 1) * size_t(NPar) + size_t(j - 1)];
