@@ -20,6 +20,8 @@
 #include <QVBoxLayout>
 
 #include "app/form_binding.h"
+#include "core/mdi_main.h"
+#include "plot/form_plot.h"
 
 namespace sv::app {
 
@@ -61,7 +63,7 @@ FitDialog::FitDialog(Form_Fit& form, QWidget* parent) : QDialog(parent), form_(f
   report_->setReadOnly(true);
   report_->setLineWrapMode(QTextEdit::NoWrap);
   report_->setFont(QFont("Arial", 10));
-  report_->setMinimumSize(560, 260);
+  report_->setMinimumSize(600, 320);
   run_ = new QLabel(this);
   run_->setObjectName("Label_Result");
 
@@ -126,6 +128,8 @@ FitDialog::FitDialog(Form_Fit& form, QWidget* parent) : QDialog(parent), form_(f
 
   LoadControls();
   if (!form_.RichTextBox1.empty()) ShowReport();
+  // The data and the fit stay in view while the dialog is up.
+  if (form_.Plot() && MainForm()) MainForm()->ShowChild(form_.Plot()->Handle());
 }
 
 void FitDialog::StoreEditing() {

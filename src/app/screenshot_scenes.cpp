@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPixmap>
+#include <QPushButton>
 #include <QScreen>
 #include <QTimer>
 #include <QWidget>
@@ -66,6 +67,45 @@ void ShowDemoSheet(MDIForm_Main& main) {
   }
   main.ShowChild(made->Handle());
   main.Click("mnuArrange", 2);
+}
+
+// A line scan with two peaks on a slope, fitted: the fit dialog with its
+// report beside the "Peak Fit" plot.
+void ShowPeakFit(MDIForm_Main& main, MainWindow& window) {
+  // The sheet and its plot alone: no live picture beside them.
+  if (PreviewRunning()) StopPreview();
+  if (Form_Camera* live = PreviewImage()) main.CloseChild(live->Handle());
+  main.Click("mnuNewWorksheet");
+  auto* sheet = dynamic_cast<Form_Worksheet*>(main.ActiveChild());
+  if (!sheet) return;
+  sheet->Redraw(false);
+  sheet->Rows(162);
+  for (long r = 1; r < sheet->Rows(); ++r) {
+    const double x = double(r - 1);
+    auto lorentz = [x](double xc, double h, double w) {
+      const double d = 2.0 * (x - xc);
+      return h * w * w / (d * d + w * w);
+    };
+    const double noise = 8.0 * std::sin(x * 12.9898) * std::cos(x * 78.233);
+    const double y = 40.0 + 0.4 * x + lorentz(62.0, 900.0, 14.0) + lorentz(92.0, 520.0, 20.0);
+    sheet->TextMatrix(r, 1, Cell(float(x)));
+    sheet->TextMatrix(r, 2, Cell(float(std::round(y + noise))));
+  }
+  sheet->Redraw(true);
+  sheet->SetSelection(0, 2, sheet->Rows() - 1, 2);
+  // The fit dialog is modal: it is worked from the event loop it runs.
+  QTimer::singleShot(300, &window, [&main, &window] {
+    for (QWidget* w : QApplication::topLevelWidgets())
+      if (w->isVisible() && w->objectName() == "Form_Fit") {
+        main.Click("mnuArrange", 2);
+        w->move(8, 100);  // over the sheet, the plot beside it
+        if (auto* calculate = w->findChild<QPushButton*>("Command_Calculate")) calculate->click();
+      }
+  });
+  QTimer::singleShot(100, &window, [&main] {
+    main.PrepareAllMenus();
+    main.Click("mnuPeakFit");
+  });
 }
 
 bool EnsureGrabber() { return G().GrabberOK || StartGrabber(kDummyGrabber); }
@@ -173,7 +213,7 @@ bool WriteSimulatedFilm(const std::string& path, int frames, double eStart, doub
 
 bool IsScreenshotScene(const std::string& scene) {
   return scene == "live" || scene == "sheet" || scene == "grabber" || scene == "image" ||
-         scene == "recorder" || scene == "player";
+         scene == "recorder" || scene == "player" || scene == "fit";
 }
 
 void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& scene,
@@ -193,6 +233,9 @@ void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& s
   } else if (scene == "player") {
     ShowFilmPlayer(main);
     settle = 800;
+  } else if (scene == "fit") {
+    ShowPeakFit(main, window);
+    settle = 2500;
   } else if (scene == "recorder") {
     RecordDemoFilm(main, window);
     settle = 3000;

@@ -20,7 +20,8 @@ class MainWindow;
 // sheet and its plot), "grabber" (the grabber dialog), "image" (a new
 // image, or the live picture when a grabber is up), "recorder" (the image
 // recorder after a short sweep), "player" (the film player on a film of
-// the simulated screen, a range of frames tagged).
+// the simulated screen, a range of frames tagged), "fit" (a peak fit of a
+// line scan: the fit dialog with its report beside the plot).
 bool IsScreenshotScene(const std::string& scene);
 
 // A film of the simulated screen for the player: `frames` frames of 12 bits

@@ -241,6 +241,7 @@ class TestPeakFit : public QObject {
     const QRgb fitColour = qRgb(int(c & 0xFF), int((c >> 8) & 0xFF), int((c >> 16) & 0xFF));
     app::PlotWindow* pw = window_->PlotWindowFor(plot->Handle());
     QVERIFY(pw);
+    QVERIFY(pw->isVisible());
     const QImage picture = pw->PictureImage().convertToFormat(QImage::Format_RGB32);
     for (long r : {1L, 31L, 41L, 61L, 81L, 121L}) {
       const int x = int(std::lround(plot->ScreenX(double(r - 1))));
