@@ -278,7 +278,9 @@ FitSetupDialog::FitSetupDialog(Form_FitSetup& form, QWidget* parent)
   box->addLayout(columns);
   box->addLayout(buttons);
 
+  // What was typed stays: the controls go to the presenter before it shows them anew.
   connect(peakWidth_, &QCheckBox::clicked, this, [this](bool on) {
+    StoreControls();
     form_.Check_PeakWidth = on;
     form_.Check_PeakWidth_Click();
     LoadControls();

@@ -3,9 +3,14 @@
 // the host's timer through the status window, the report, the ".fit" column
 // and the "Peak Fit" plot; cancelling or closing the status window mid-fit.
 
+#include <QCheckBox>
+#include <QComboBox>
 #include <QDialog>
+#include <QFile>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTest>
 #include <QTextEdit>
 #include <QTimer>
@@ -257,6 +262,72 @@ class TestPeakFit : public QObject {
     for (int y = 0; y < picture.height(); ++y)
       for (int x = 0; x < picture.width(); ++x) ink += picture.pixel(x, y) == fitColour;
     QVERIFY(ink > 0);
+  }
+
+  // The setup from the fit dialog: OK stores and writes "PEAKFIT.INI" and
+  // the next auto input follows it; Cancel changes nothing.
+  void setupFromTheFitDialog() {
+    SetUp();
+    if (QTest::currentTestFailed()) return;
+    const std::string ini = host_->configFolder + "/PEAKFIT.INI";
+    QString shapeLine, fixedLine, tiedLine;
+    bool widthDisabled = false, defaultsShown = false;
+    auto setup = [&](bool ok) {
+      QTimer::singleShot(0, window_.get(), [&, ok] {
+        QDialog* d = Visible<QDialog>("Form_FitSetup");
+        QVERIFY(d);
+        auto* maxFun = In<QLineEdit>(d, "Text_MaxFun");
+        maxFun->setText("7");
+        In<QPushButton>(d, "Command_Default")->click();
+        defaultsShown = maxFun->text() == "100";
+        maxFun->setText("60");
+        In<QCheckBox>(d, "Check_PeakWidth")->click();
+        widthDisabled = !In<QLineEdit>(d, "Text_PeakWidth")->isEnabled();
+        In<QRadioButton>(d, "Option_Shape(2)")->click();
+        In<QPushButton>(d, ok ? "Command_OK" : "Command_Cancel")->click();
+      });
+    };
+    PeakFit([&](QDialog* fit) {
+      setup(false);
+      In<QPushButton>(fit, "Command_Setup")->click();
+      QCOMPARE(FitG().Settings.PeakShape, 1);
+      QVERIFY(!QFile::exists(QString::fromStdString(ini)));
+      setup(true);
+      In<QPushButton>(fit, "Command_Setup")->click();
+      In<QPushButton>(fit, "Command_AutoInput")->click();
+      auto* list = In<QTreeWidget>(fit, "List_Parameter");
+      shapeLine = list->topLevelItem(6)->text(1);
+      // Editing: 1W typed with a decimal comma and fixed, then 2W tied to 1W.
+      list->setCurrentItem(list->topLevelItem(5));
+      auto* ini = In<QLineEdit>(fit, "Text_ini");
+      ini->selectAll();
+      QTest::keyClicks(ini, "12,5");
+      In<QComboBox>(fit, "Combo_fsw")->setCurrentIndex(0);
+      In<QPushButton>(fit, "Command_Accept")->click();
+      fixedLine = list->topLevelItem(5)->text(1);
+      list->setCurrentItem(list->topLevelItem(9));
+      QCOMPARE(In<QLabel>(fit, "Label_ini")->text(), QString("2W"));
+      auto* fsw = In<QComboBox>(fit, "Combo_fsw");
+      fsw->setCurrentIndex(fsw->findText("= 1W"));
+      QVERIFY(fsw->currentIndex() >= 2);
+      In<QPushButton>(fit, "Command_Accept")->click();
+      tiedLine = list->topLevelItem(9)->text(1);
+    });
+    if (QTest::currentTestFailed()) return;
+    QVERIFY(defaultsShown);
+    QVERIFY(widthDisabled);
+    const FitSettings& s = FitG().Settings;
+    QCOMPARE(s.PeakShape, 2);
+    QCOMPARE(s.MaxFun, 60);
+    QVERIFY(s.PeakWidth < 0);
+    QVERIFY2(shapeLine.startsWith("Gaussian"), qPrintable(shapeLine));
+    QVERIFY2(fixedLine.startsWith("12.5") && fixedLine.endsWith("= const"), qPrintable(fixedLine));
+    QCOMPARE(tiedLine, QString("= 1W"));
+    QFile file(QString::fromStdString(ini));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QString text = QString::fromLatin1(file.readAll());
+    QVERIFY(text.contains("PeakShape=2"));
+    QVERIFY(text.contains("MaxFun=60"));
   }
 
   // Cancel and the window's close button both stop the fit mid-way.
