@@ -83,6 +83,7 @@ std::string SetEnergy(float value, bool isEnergy, bool* ok) {
   bool written = false;
   if (DAReady()) written = DA_set_voltage(hw.DAChannel, voltage) == 0;
   if (written) hw.LastVoltage = voltage;
+  if (written && hw.DAChannel == hw.ChannelAUGER) hw.LastAugerVoltage = voltage;
   // The present energy: the value itself, or the energy on the line in use.
   if (isEnergy)
     G().ElectronEnergy = value;

@@ -83,6 +83,7 @@ struct HardwareGlobals {
   int DAChannel = 0;
   float DAOffset = 0, DAGain = 0.01f;
   float LastVoltage = 0;  // what SetEnergy sent last
+  float LastAugerVoltage = 0;  // what SetEnergy sent last to ChannelAUGER
   // The section lacked (part of) the calibration: the old keys or the
   // defaults stand in, and "You should check the calibration of the
   // D/A-Converter!" is shown once the D/A has come up.
