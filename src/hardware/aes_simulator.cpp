@@ -5,6 +5,10 @@
 #include <fstream>
 #include <sstream>
 
+#include "core/globals.h"
+#include "core/settings.h"
+#include "hardware/hardware.h"
+
 namespace sv {
 
 namespace {
@@ -90,6 +94,36 @@ float Class_AES_Simulator::GetAESVoltage(float energy, bool derivative) const {
   return static_cast<float>(voltage_[i - 1] + t * (static_cast<double>(voltage_[i]) - voltage_[i - 1]));
 }
 
-std::string AESSpectrumPath(const std::string& dataRoot) { return dataRoot + "/AES_Spectrum.txt"; }
+std::string AESSpectrumPath(const std::string& dataRoot) {
+  if (!dataRoot.empty() && dataRoot.back() == '/') return dataRoot + "AES_Spectrum.txt";
+  return dataRoot + "/AES_Spectrum.txt";
+}
+
+std::string& AESSpectrumFile() {
+  static std::string file;
+  return file;
+}
+
+long Class_AD_Simulator::AD_init(long base, bool& answers) {
+  const long r = Class_AD_Dummy::AD_init(base, answers);
+  const std::string path =
+      AESSpectrumFile().empty() ? AESSpectrumPath(DataRoot(G().UserIniName)) : AESSpectrumFile();
+  if (sim_.LoadSpectrum(path, loadMessage_)) loadMessage_.clear();
+  return r;
+}
+
+long Class_AD_Simulator::AD_get_voltage(long channel, float& volts) {
+  const HardwareGlobals& hw = HW();
+  if (channel != hw.AugerADChannel) return Class_AD_Dummy::AD_get_voltage(channel, volts);
+  if (channel < 0 || channel >= kChannels) return -1;
+  const float energy = hw.GainAUGER != 0 ? (hw.LastAugerVoltage - hw.OffsetAUGER) / hw.GainAUGER : 0;
+  volts = sim_.GetAESVoltage(energy, hw.AugerDerivative != 0);
+  return 0;
+}
+
+long Class_AD_Simulator::AD_interface_name(std::string& name) {
+  name = "AD_Simulator";
+  return 0;
+}
 
 }  // namespace sv

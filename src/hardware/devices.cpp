@@ -8,6 +8,7 @@
 #include "core/globals.h"
 #include "core/host.h"
 #include "core/settings.h"
+#include "hardware/aes_simulator.h"
 #include "hardware/dummy_backends.h"
 #include "hardware/kernel_devices.h"
 
@@ -228,6 +229,11 @@ BackendOverrides& TestBackends() {
 }
 
 std::unique_ptr<ADBackend> MakeADBackend(const std::string& name, std::string& error) {
+  // The simulated Auger spectrometer behind the Dummy A/D.
+  if (!TestBackends().ad && UpperName(name) == "AD_SIMULATOR") {
+    error.clear();
+    return std::make_unique<Class_AD_Simulator>();
+  }
   return Make<ADBackend>(
       DeviceKind::AD, name, error, TestBackends().ad,
       [] { return std::unique_ptr<ADBackend>(std::make_unique<Class_AD_Dummy>()); },
