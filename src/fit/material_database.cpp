@@ -22,6 +22,13 @@ std::string ThicknessText(float t) {
   return s.str();
 }
 
+// A name in quotes keeps them only inside a second pair: the reader takes one off.
+std::string NameText(const std::string& name) {
+  const bool quoted =
+      name.size() >= 2 && (name.front() == '"' || name.front() == '\'') && name.back() == name.front();
+  return quoted ? '"' + name + '"' : name;
+}
+
 }  // namespace
 
 std::optional<MaterialDatabase> ParseDatabase(const std::string& text) {
@@ -50,7 +57,7 @@ std::string DatabaseText(const MaterialDatabase& db) {
   out += "MaterialIndex=" + std::to_string(db.Index) + "\r\n\r\n";
   for (size_t i = 1; i <= n; ++i) {
     out += "[" + Section(i) + "]\r\n";
-    out += "Name=" + db.Entries[i].Name + "\r\n";
+    out += "Name=" + NameText(db.Entries[i].Name) + "\r\n";
     out += "Thickness=" + ThicknessText(db.Entries[i].Thickness) + "\r\n\r\n";
   }
   // The closing line is written as it has always been, brace and all.

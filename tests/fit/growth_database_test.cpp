@@ -32,16 +32,18 @@ TEST_F(GrowthDatabase, RoundTripWithoutUserEntry) {
   MaterialDatabase db;
   db.Entries.push_back({"Si(111)", 3.135f});
   db.Entries.push_back({"GaAs(001)", 2.8265f});
+  db.Entries.push_back({"\"quoted\"", 1.5f});  // the reader takes one pair of quotes off
   db.Index = 2;
   const std::string text = DatabaseText(db);
   EXPECT_EQ(text.substr(0, 81),
-            "[General]\r\nID=MaterialDatabase\r\nMaterialCount=2\r\nMaterialIndex=2\r\n\r\n"
+            "[General]\r\nID=MaterialDatabase\r\nMaterialCount=3\r\nMaterialIndex=2\r\n\r\n"
             "[Material(1)]");
   EXPECT_EQ(text.find("(User)"), std::string::npos);
   EXPECT_EQ(text.substr(text.size() - 7), "{EOF]\r\n");
   const auto back = ParseDatabase(text);
   ASSERT_TRUE(back);
-  ASSERT_EQ(back->Entries.size(), 3u);
+  ASSERT_EQ(back->Entries.size(), 4u);
+  EXPECT_EQ(back->Entries[3].Name, "\"quoted\"");
   EXPECT_EQ(back->Entries[0].Name, "(User)");
   EXPECT_EQ(back->Entries[2].Name, "GaAs(001)");
   EXPECT_EQ(back->Entries[2].Thickness, 2.8265f);
@@ -56,6 +58,13 @@ TEST_F(GrowthDatabase, EmptyNamesSkippedBadIndexAndCountHeldToFile) {
   ASSERT_EQ(db->Entries.size(), 2u);
   EXPECT_EQ(db->Entries[1].Name, "Ag");
   EXPECT_EQ(db->Index, 0);
+}
+
+TEST_F(GrowthDatabase, ShippedListReads) {
+  const auto db = ReadDatabase((fs::path(__FILE__).parent_path() / "../../src/fit/Material.dtb").string());
+  ASSERT_TRUE(db);
+  EXPECT_GT(db->Entries.size(), 5u);
+  EXPECT_EQ(db->Entries[1].Name, "Si(111)");
 }
 
 TEST_F(GrowthDatabase, WrongIdRefusedWithMessageAndFallbacks) {
