@@ -139,6 +139,7 @@ double AugerIterationTime(const AugerRamp& ramp) {
 
 std::string AugerTimeText(double seconds) {
   if (!std::isfinite(seconds) || seconds < 0) seconds = 0;
+  if (seconds > 1e12) seconds = 1e12;
   const long tenths = std::lround(seconds * 10);
   const long h = tenths / 36000, m = tenths / 600 % 60;
   const double s = static_cast<double>(tenths % 600) / 10;
