@@ -55,7 +55,8 @@ std::string SelectGrowthData(std::span<const float> x, std::span<const float> y,
       if (direction != 0 && step != direction) return "Data are not monotonuous";
       direction = step;
     }
-    if (!(x[i] >= t1 && x[i] <= t2) || !std::isfinite(y[i])) continue;
+    // The range is typed from the times as shown: compared at their precision.
+    if (!(x[i] >= float(t1) && x[i] <= float(t2)) || !std::isfinite(y[i])) continue;
     d.t.push_back(x[i]);
     d.y.push_back(y[i]);
   }
@@ -158,7 +159,14 @@ GrowthResult RatesFromExtremes(const std::vector<Extreme>& extremes, double dt) 
 FftSpectrum FftGrowth(std::span<const float> y, double dt) {
   FftSpectrum f;
   f.N = int(y.size());
-  std::vector<float> values(y.begin(), y.end());
+  // The mean comes off before the padding: zeros after a record with a large
+  // mean would make a step whose leakage drowns the oscillation.
+  double mean = 0;
+  for (float v : y) mean += v;
+  mean = y.empty() ? 0 : mean / double(y.size());
+  std::vector<float> values;
+  values.reserve(y.size());
+  for (float v : y) values.push_back(float(v - mean));
   if (!FFT_expand(values) || !(dt > 0)) {
     f.Result.Message = "Cannot perform FFT calculation";
     return f;
@@ -172,7 +180,9 @@ FftSpectrum FftGrowth(std::span<const float> y, double dt) {
     f.Result.Message = "Cannot perform FFT calculation";
     return f;
   }
-  f.Dc = std::hypot(re[0], im[0]);
+  f.Dc = float(std::abs(mean));
+  re[0] = f.Dc;
+  im[0] = 0;
   size_t best = 0;
   for (size_t i = 0; i <= h; ++i) {
     f.Frequency.push_back(float(double(i) / (double(f.M) * dt)));

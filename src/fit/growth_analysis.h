@@ -60,9 +60,10 @@ struct FftSpectrum {
   std::vector<float> Frequency, Amplitude;  // M / 2 + 1 rows, row 0 the DC
   GrowthResult Result;
 };
-// The record padded with zeros to a power of two M keeps its sample step, so
-// row i lies at i / (M dt). A row's amplitude is that of a cosine at its
-// frequency, scaled by n / M through the padding.
+// The record, less its mean, padded with zeros to a power of two M keeps its
+// sample step, so row i lies at i / (M dt). A row's amplitude is that of a
+// cosine at its frequency, scaled by n / M through the padding; row 0 (the
+// DC) is the record's mean.
 FftSpectrum FftGrowth(std::span<const float> y, double dt);
 
 // "0.000" style fixed-point text.
