@@ -47,9 +47,9 @@ std::string ValueText(const RFactorSettings& s, double v) {
 }  // namespace
 
 long RFactorEnergyColumn(const Form_Worksheet& sheet) {
-  for (long c = 0; c < sheet.Cols(); ++c)
+  for (long c = 1; c < sheet.Cols(); ++c)
     if (Lower(sheet.Record(c).Label).find("energy") != std::string::npos) return c;
-  for (long c = 0; c < sheet.Cols(); ++c)
+  for (long c = 1; c < sheet.Cols(); ++c)
     if (sheet.Record(c).Typ == kTypX) return c;
   return -1;
 }
@@ -61,7 +61,7 @@ void Form_RFactor::Form_Load(const Form_Worksheet& sheet, float voi, float thres
   Combo_EColumn.clear();
   List_Columns.clear();
   EColumn = -1;
-  for (long c = 0; c < sheet.Cols(); ++c) {
+  for (long c = 1; c < sheet.Cols(); ++c) {
     const std::string item = std::to_string(c) + ": " + sheet.ColName(c);
     Combo_EColumn.push_back(item);
     List_Columns.push_back(item);
@@ -81,13 +81,13 @@ void Form_RFactor::SelMode(int index) {
   if (!sheet_ || index < 0 || index >= int(Combo_SelMode.size())) return;
   const std::string& prefix = Combo_SelMode[size_t(index)];
   for (size_t c = 0; c < Selected.size(); ++c)
-    Selected[c] = sheet_->Record(long(c)).Label.rfind(prefix, 0) == 0;
+    Selected[c] = sheet_->Record(long(c) + 1).Label.rfind(prefix, 0) == 0;
   Count();
 }
 
-void Form_RFactor::SelectColumn(int index, bool on) {
-  if (index < 0 || index >= int(Selected.size())) return;
-  Selected[size_t(index)] = on;
+void Form_RFactor::SelectColumn(int column, bool on) {
+  if (column < 1 || column > int(Selected.size())) return;
+  Selected[size_t(column - 1)] = on;
   Count();
 }
 
@@ -153,7 +153,7 @@ bool Form_RFactor::HasShift() const {
 std::vector<long> Form_RFactor::SelectedColumns() const {
   std::vector<long> out;
   for (size_t c = 0; c < Selected.size(); ++c)
-    if (Selected[c]) out.push_back(long(c));
+    if (Selected[c]) out.push_back(long(c) + 1);
   return out;
 }
 

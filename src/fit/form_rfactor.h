@@ -21,7 +21,8 @@ class Form_RFactor {
   int Option_Factor = 0;
   // Every column as "number: name"; the energy combo hides for R-squared.
   std::vector<std::string> Combo_EColumn;
-  int EColumn = -1;
+  int EColumn = -1;  // the energy column's number, -1 for none
+  // Item k is column k + 1 (column 0 holds the row headings).
   std::vector<std::string> List_Columns;
   std::vector<bool> Selected;
   std::vector<std::string> Combo_SelMode{"I.total_", "I.max_"};
@@ -44,7 +45,7 @@ class Form_RFactor {
                  std::vector<const Form_Worksheet*> others = {});
   // Selects every column whose label starts with Combo_SelMode[index].
   void SelMode(int index);
-  void SelectColumn(int index, bool on);
+  void SelectColumn(int column, bool on);
   int Degree() const;
   // Checks the entries; false after "Invalid Parameter". Sets Tag "OK".
   bool Command_Calculate();

@@ -115,7 +115,8 @@ RFactorValue Rfactor(const Form_Worksheet& sheet, long energyCol, long col1, lon
                      int passes, long firstRow, long lastRow, const RFactorSettings& s) {
   RFactorValue r;
   const long cols = sheet.Cols();
-  auto bad = [&](long c) { return c < 0 || c >= cols; };
+  // Column 0 holds the row headings.
+  auto bad = [&](long c) { return c < 1 || c >= cols; };
   if (bad(col1) || bad(col2) || (energyCol != -1 && bad(energyCol))) {
     r.error = kRFactorBadColumn;
     return r;
@@ -234,10 +235,10 @@ long MatchRFactorColumn(const Form_Worksheet& theory, const std::string& label,
                         const std::string& name) {
   if (!label.empty()) {
     const std::string want = Lower(label);
-    for (long c = 0; c < theory.Cols(); ++c)
+    for (long c = 1; c < theory.Cols(); ++c)
       if (Lower(theory.Record(c).Label) == want) return c;
   }
-  for (long c = 0; c < theory.Cols(); ++c)
+  for (long c = 1; c < theory.Cols(); ++c)
     if (Lower(theory.Record(c).Name) == Lower(name)) return c;
   return -1;
 }

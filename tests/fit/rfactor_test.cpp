@@ -65,20 +65,21 @@ TEST(RFactor, SheetColumnsErrorsAndRange) {
   sheet.Cols(4);
   sheet.Rows(6);
   for (long r = 1; r <= 5; ++r) {
-    sheet.TextMatrix(r, 0, Cell(kE[r - 1]));
+    sheet.TextMatrix(r, 3, Cell(kE[r - 1]));
     sheet.TextMatrix(r, 1, Cell(kA[r - 1]));
     sheet.TextMatrix(r, 2, Cell(kB[r - 1]));
   }
   RFactorSettings s;
-  RFactorValue p = Rfactor(sheet, 0, 1, 2, 0, 0, 0, s);
+  RFactorValue p = Rfactor(sheet, 3, 1, 2, 0, 0, 0, s);
   ASSERT_EQ(p.error, 0);
   EXPECT_NEAR(p.value, 0.4495618367311376, 1e-6);
   RFactorValue r2 = Rfactor(sheet, -1, 1, 2, 0, 0, 0, s);
   EXPECT_NEAR(r2.value, 3.0 / 61.0, 1e-7);
-  EXPECT_EQ(Rfactor(sheet, 0, 1, 7, 0, 0, 0, s).error, kRFactorBadColumn);
+  EXPECT_EQ(Rfactor(sheet, 3, 1, 7, 0, 0, 0, s).error, kRFactorBadColumn);
+  EXPECT_EQ(Rfactor(sheet, 3, 0, 2, 0, 0, 0, s).error, kRFactorBadColumn);  // row headings
   EXPECT_EQ(Rfactor(sheet, 9, 1, 2, 0, 0, 0, s).error, kRFactorBadColumn);
   sheet.TextMatrix(3, 2, Cell(std::string("x")));
-  EXPECT_EQ(Rfactor(sheet, 0, 1, 2, 0, 0, 0, s).error, kRFactorNotNumber);
+  EXPECT_EQ(Rfactor(sheet, 3, 1, 2, 0, 0, 0, s).error, kRFactorNotNumber);
   // Rows 1 .. 2 only, before the text cell.
   EXPECT_EQ(Rfactor(sheet, -1, 1, 2, 0, 1, 2, s).error, 0);
 }
