@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <optional>
 
 #include "core/host.h"
@@ -26,6 +27,11 @@ constexpr const char* kOperations[] = {
 constexpr long kErrWrite = 57;
 
 bool rescaleFlag = false;
+
+std::map<std::string, Form_Plot::Operation>& ExtraOperations() {
+  static std::map<std::string, Form_Plot::Operation> ops;
+  return ops;
+}
 
 std::string WithoutPath(const std::string& path) {
   const size_t slash = path.find_last_of("/\\");
@@ -130,10 +136,17 @@ Form_Plot::Form_Plot(MDIForm_Main* main, bool threeD) : main_(main), threeD_(thr
 
 Form_Plot::~Form_Plot() = default;
 
+void Form_Plot::RegisterOperation(const std::string& name, Operation op) {
+  if (op)
+    ExtraOperations()[name] = std::move(op);
+  else
+    ExtraOperations().erase(name);
+}
+
 bool Form_Plot::Offers(const std::string& operation) const {
   for (const char* op : kOperations)
     if (operation == op) return true;
-  return false;
+  return ExtraOperations().count(operation) > 0;
 }
 
 bool Form_Plot::Invoke(const std::string& operation) {
@@ -165,6 +178,9 @@ bool Form_Plot::Invoke(const std::string& operation) {
     PrintSetup();
   } else if (operation == "FileExport") {
     FileExport();
+  } else if (auto it = ExtraOperations().find(operation); it != ExtraOperations().end()) {
+    Operation run = it->second;  // the table may change while it runs
+    run(*this);
   } else {
     return false;
   }

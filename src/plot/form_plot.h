@@ -78,6 +78,11 @@ class Form_Plot : public SheetPlot {
   Form_Plot(const Form_Plot&) = delete;
   Form_Plot& operator=(const Form_Plot&) = delete;
 
+  // Operations beyond this class plug in by name (the growth rate); a null
+  // operation takes the name off again.
+  using Operation = std::function<void(Form_Plot&)>;
+  static void RegisterOperation(const std::string& name, Operation op);
+
   // ChildDocument.
   bool Invoke(const std::string& operation) override;
   bool Offers(const std::string& operation) const override;
