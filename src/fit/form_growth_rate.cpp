@@ -287,4 +287,18 @@ void Form_GrowthRate::Close() {
                   "Save Database");
 }
 
+GrowthRateWindows& GrowthWindows() {
+  static GrowthRateWindows windows;
+  return windows;
+}
+
+void RegisterGrowthRate() {
+  Form_Plot::RegisterOperation("MathGrowthRate", [](Form_Plot& plot) {
+    Form_GrowthRate form;
+    form.SetPlotForm(&plot);
+    if (GrowthWindows().show) GrowthWindows().show(form);
+    form.Close();
+  });
+}
+
 }  // namespace sv

@@ -3,6 +3,7 @@
 // growth given by the monolayer thickness of the chosen material.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -88,5 +89,16 @@ class Form_GrowthRate {
   bool sheetShown_ = false;
   double rate_ = 0;
 };
+
+// How the window comes up: the workbench sets `show` to its modal dialog.
+// Without it the operation only opens and closes the presenter.
+struct GrowthRateWindows {
+  std::function<void(Form_GrowthRate&)> show;
+};
+GrowthRateWindows& GrowthWindows();
+
+// "MathGrowthRate" on a plot: the window on that plot; the material list is
+// saved when it closes.
+void RegisterGrowthRate();
 
 }  // namespace sv

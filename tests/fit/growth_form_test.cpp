@@ -151,5 +151,22 @@ TEST_F(GrowthForm, MaterialsAddDeleteAndSaveOnClose) {
   EXPECT_FALSE(again.Command_Delete());
 }
 
+TEST_F(GrowthForm, PlotOperationOpensWindowOnThatPlot) {
+  EXPECT_FALSE(plot->Offers("MathGrowthRate"));
+  RegisterGrowthRate();
+  std::string curve;
+  GrowthWindows().show = [&](Form_GrowthRate& f) {
+    curve = f.Combo_Curve.at(0);
+    f.Materials.Entries.push_back({"Cu(001)", 1.807f});
+  };
+  EXPECT_TRUE(plot->Invoke("MathGrowthRate"));
+  GrowthWindows() = GrowthRateWindows();
+  Form_Plot::RegisterOperation("MathGrowthRate", nullptr);
+  EXPECT_EQ(curve, sheet.ColName(2));
+  // Closing saved the list to the config folder.
+  EXPECT_TRUE(fs::exists(dir / "Material.dtb"));
+  EXPECT_FALSE(plot->Offers("MathGrowthRate"));
+}
+
 }  // namespace
 }  // namespace sv::test
