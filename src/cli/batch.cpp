@@ -13,6 +13,7 @@
 #include "cli/batch_film_edit.h"
 #include "cli/batch_film_scan.h"
 #include "cli/batch_fit.h"
+#include "cli/batch_rfactor.h"
 #include "cli/batch_growth.h"
 #include "cli/batch_grab.h"
 #include "cli/batch_host.h"
@@ -104,7 +105,7 @@ std::string Usage() {
          "              Section/Key=value a line; a FILE without a folder is\n"
          "              looked for in the config folder\n"
          "  help        this text\n" +
-         GrabUsage() + ImageUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() + FitUsage() + GrowthUsage() +
+         GrabUsage() + ImageUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() + FitUsage() + RFactorUsage() + GrowthUsage() +
          DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage() + FilmUsage() + FilmEditUsage() + FilmScanUsage() +
          RecordUsage();
 }
@@ -132,6 +133,7 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "plot-export") return PlotExportCommand(args, out, err);
   if (cmd == "lines") return LinesCommand(args, out, err);
   if (cmd == "fit") return FitCommand(args, out, err);
+  if (cmd == "rfactor") return RFactorCommand(args, out, err);
   if (cmd == "growth") return GrowthCommand(args, out, err);
   if (cmd == "devices") return DevicesCommand(args, out, err);
   if (cmd == "ad-read") return AdReadCommand(args, out, err);
