@@ -12,6 +12,7 @@
 #include "cli/batch_film.h"
 #include "cli/batch_film_edit.h"
 #include "cli/batch_film_scan.h"
+#include "cli/batch_auger.h"
 #include "cli/batch_fit.h"
 #include "cli/batch_rfactor.h"
 #include "cli/batch_growth.h"
@@ -105,7 +106,7 @@ std::string Usage() {
          "              Section/Key=value a line; a FILE without a folder is\n"
          "              looked for in the config folder\n"
          "  help        this text\n" +
-         GrabUsage() + ImageUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() + FitUsage() + RFactorUsage() + GrowthUsage() +
+         GrabUsage() + ImageUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() + FitUsage() + RFactorUsage() + GrowthUsage() + AugerUsage() +
          DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage() + FilmUsage() + FilmEditUsage() + FilmScanUsage() +
          RecordUsage();
 }
@@ -135,6 +136,7 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "fit") return FitCommand(args, out, err);
   if (cmd == "rfactor") return RFactorCommand(args, out, err);
   if (cmd == "growth") return GrowthCommand(args, out, err);
+  if (cmd == "auger") return AugerCommand(args, out, err);
   if (cmd == "devices") return DevicesCommand(args, out, err);
   if (cmd == "ad-read") return AdReadCommand(args, out, err);
   if (cmd == "da-set") return DaSetCommand(args, out, err);
