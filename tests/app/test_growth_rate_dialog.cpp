@@ -1,0 +1,138 @@
+// The growth-rate window from a plot on the offscreen platform: the plot's
+// "MathGrowthRate" brings it up on the plot's curve; Calculate fills the
+// results, "Show &SHT" shows the working sheet in the window and turns into
+// "Hide &SHT"; a refused threshold sends the focus to its field.
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTest>
+#include <QTimer>
+#include <cmath>
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+#include "app/growth_rate_dialog.h"
+#include "core/globals.h"
+#include "plot/form_plot.h"
+#include "support/scripted_host.h"
+#include "worksheet/form_worksheet.h"
+#include "worksheet/sheet_plot.h"
+
+using namespace sv;
+
+class TestGrowthRateDialog : public QObject {
+  Q_OBJECT
+
+ private:
+  std::unique_ptr<test::ScriptedHost> host_;
+  std::unique_ptr<Form_Worksheet> sheet_;
+  Form_Plot* plot_ = nullptr;
+  std::filesystem::path dir_;
+
+  // Runs `step` on the growth-rate window once it is up.
+  static void WhenShown(std::function<void(QDialog*)> step) {
+    QTimer::singleShot(0, [step] {
+      for (QWidget* w : QApplication::topLevelWidgets())
+        if (auto* d = qobject_cast<QDialog*>(w); d && d->objectName() == "Form_GrowthRate" && d->isVisible()) {
+          step(d);
+          return;
+        }
+      QFAIL("the growth-rate window did not come up");
+    });
+  }
+
+ private slots:
+  void init() {
+    ResetGlobals();
+    host_ = std::make_unique<test::ScriptedHost>();
+    dir_ = std::filesystem::temp_directory_path() / "sv_growth_dialog";
+    std::filesystem::create_directories(dir_);
+    host_->configFolder = dir_.string();
+    host_->programFolder = dir_.string();
+    SetPlotFactory([](Form_Worksheet& s, bool threeD) -> std::unique_ptr<SheetPlot> {
+      auto plot = std::make_unique<Form_Plot>(nullptr, threeD);
+      plot->SetWorksheet(&s);
+      return plot;
+    });
+    // 300 samples 0.1 s apart, one oscillation each 3 s.
+    sheet_ = std::make_unique<Form_Worksheet>();
+    sheet_->Cols(3);
+    sheet_->Rows(301);
+    for (long r = 1; r <= 300; ++r) {
+      const double t = 0.1 * double(r - 1);
+      sheet_->TextMatrix(r, 1, Cell(float(t)));
+      sheet_->TextMatrix(r, 2, Cell(float(200 + 20 * std::sin(2 * M_PI * t / 3))));
+    }
+    sheet_->Col(2);
+    SheetPlot* made = nullptr;
+    QVERIFY(sheet_->NewPlot(made));
+    plot_ = dynamic_cast<Form_Plot*>(made);
+    QVERIFY(plot_);
+    plot_->AddCurve();
+    plot_->CurveXCol(1);
+    app::InstallGrowthRateDialog(nullptr);
+  }
+  void cleanup() {
+    GrowthWindows() = GrowthRateWindows();
+    Form_Plot::RegisterOperation("MathGrowthRate", nullptr);
+    sheet_.reset();
+    SetPlotFactory(nullptr);
+    host_.reset();
+    std::filesystem::remove_all(dir_);
+  }
+
+  void calculateAndShowSheet() {
+    QString rate, caption, hidden;
+    int tableRows = -1;
+    bool tableShown = false;
+    WhenShown([&](QDialog* d) {
+      auto* curve = d->findChild<QComboBox*>("Combo_Curve");
+      QCOMPARE(curve->count(), 1);
+      QCOMPARE(d->findChild<QLineEdit*>("Text_t2")->text(), QString("29.9"));
+      d->findChild<QLineEdit*>("Text_Delta")->setText("10");
+      QTest::mouseClick(d->findChild<QPushButton*>("Command_Calculate"), Qt::LeftButton);
+      rate = d->findChild<QLineEdit*>("Text_GrowthRate")->text();
+      auto* show = d->findChild<QPushButton*>("Command_ShowSht");
+      hidden = show->text();
+      QTest::mouseClick(show, Qt::LeftButton);
+      caption = show->text();
+      auto* table = d->findChild<QTableWidget*>("Sheet");
+      tableShown = table->isVisible();
+      tableRows = table->rowCount();
+      d->accept();
+    });
+    QVERIFY(plot_->Invoke("MathGrowthRate"));
+    QVERIFY2(rate.startsWith("0.333"), qPrintable(rate));
+    QCOMPARE(hidden, QString("Show &SHT"));
+    QCOMPARE(caption, QString("Hide &SHT"));
+    QVERIFY(tableShown);
+    QCOMPARE(tableRows, 301);  // n + 1 rows
+    QVERIFY(host_->messages.empty());
+  }
+
+  void refusedThresholdTakesFocus() {
+    host_->Answer(MsgResult::OK);
+    QString focused, rate;
+    WhenShown([&](QDialog* d) {
+      d->findChild<QLineEdit*>("Text_Delta")->setText("-1");
+      QTest::mouseClick(d->findChild<QPushButton*>("Command_Calculate"), Qt::LeftButton);
+      focused = d->focusWidget() ? d->focusWidget()->objectName() : QString();
+      rate = d->findChild<QLineEdit*>("Text_GrowthRate")->text();
+      d->accept();
+    });
+    QVERIFY(plot_->Invoke("MathGrowthRate"));
+    QCOMPARE(focused, QString("Text_Delta"));
+    QVERIFY(rate.isEmpty());
+    QCOMPARE(host_->messages.size(), size_t(1));
+    QCOMPARE(QString::fromStdString(host_->messages[0].text),
+             QString("Invalid value of Ampl. Threshold.\n(0 < Ampl. Threshold)"));
+  }
+};
+
+QTEST_MAIN(TestGrowthRateDialog)
+#include "test_growth_rate_dialog.moc"
