@@ -20,6 +20,7 @@
 #include "app/image_vtr_dialog.h"
 #include "app/genicam_dialog.h"
 #include "app/grabber_dialog.h"
+#include "app/growth_rate_dialog.h"
 #include "app/hardware_dialogs.h"
 #include "app/line_tools.h"
 #include "app/live_views.h"
@@ -106,6 +107,7 @@ int main(int argc, char** argv) {
     sv::app::InstallImageVTRDialog(main, &window);
     sv::app::InstallFilmPlayer(main, &window);
     sv::app::InstallFitDialogs(&window);
+    sv::app::InstallGrowthRateDialog(&window);
     sv::app::InstallRecoveryWriters();
     // From here a signal to end waits for the event loop, then closes as
     // the exit does, without its question. A screenshot leaves without it.
