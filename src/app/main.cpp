@@ -17,6 +17,7 @@
 #include "app/experiment_dialog.h"
 #include "app/film_player_window.h"
 #include "app/fit_dialogs.h"
+#include "app/rfactor_dialog.h"
 #include "app/image_vtr_dialog.h"
 #include "app/genicam_dialog.h"
 #include "app/grabber_dialog.h"
@@ -83,6 +84,7 @@ int main(int argc, char** argv) {
     sv::RegisterWorksheetDocuments(main);
     sv::RegisterPlotDocuments(main);
     sv::RegisterPeakFit();
+    sv::RegisterRFactor();
     sv::app::InstallKernelEnvironment();
     sv::InstallGrabberEnvironment();
     sv::RegisterGrabberCommands(main);
@@ -107,6 +109,7 @@ int main(int argc, char** argv) {
     sv::app::InstallImageVTRDialog(main, &window);
     sv::app::InstallFilmPlayer(main, &window);
     sv::app::InstallFitDialogs(&window);
+    sv::app::InstallRFactorDialog(&window, [&main] { return sv::app::OpenSheets(main); });
     sv::app::InstallGrowthRateDialog(&window);
     sv::app::InstallRecoveryWriters();
     // From here a signal to end waits for the event loop, then closes as
