@@ -11,8 +11,13 @@
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
+#include <cmath>
 
 #include "app/rfactor_dialog.h"
+#include "core/globals.h"
+#include "core/mdi_main.h"
+#include "worksheet/worksheet_documents.h"
+#include <QCheckBox>
 #include "fit/form_rfactor.h"
 #include "support/scripted_host.h"
 #include "worksheet/form_worksheet.h"
@@ -23,6 +28,7 @@ class TestRFactorDialog : public QObject {
   Q_OBJECT
  private slots:
   void rFactorOnASheet();
+  void menuComparesTwoSheets();
 };
 
 void TestRFactorDialog::rFactorOnASheet() {
@@ -66,6 +72,52 @@ void TestRFactorDialog::rFactorOnASheet() {
            QString("R.Pendry Factor\nVoi = 4eV\nThreshold = 1%\nSmooth = (none)\n\n"
                    "I.total_a & I.total_b:\tR.Pendry = 0.450\n"));
   app::RemoveRFactorDialog();
+}
+
+// Two open sheets: the R-factor command (mnuRFactor) on the first, compared beam by beam with
+// the second over a shift range.
+void TestRFactorDialog::menuComparesTwoSheets() {
+  test::ScriptedHost host;
+  ResetGlobals();
+  MDIForm_Main main;
+  SetMainForm(&main);
+  RegisterWorksheetDocuments(main);
+  RegisterRFactor();
+  QWidget parent;
+  app::InstallRFactorDialog(&parent, [&main] { return app::OpenSheets(main); });
+  Form_Worksheet* sheets[2] = {};
+  for (int k = 0; k < 2; ++k) {
+    sheets[k] = dynamic_cast<Form_Worksheet*>(main.CreateWorksheet());
+    QVERIFY(sheets[k]);
+    Form_Worksheet& s = *sheets[k];
+    s.Cols(3);
+    s.Rows(41);
+    s.Record(1).Label = "Energy";
+    s.Record(2).Label = "I.total_00";
+    for (long r = 1; r <= 40; ++r) {
+      const float e = float(r), x = e + (k == 1 ? 2.0f : 0.0f);  // the second's features 2 eV lower
+      s.TextMatrix(r, 1, Cell(e));
+      s.TextMatrix(r, 2, Cell(1.0f + std::exp(-(x - 20) * (x - 20) / 8.0f)));
+    }
+  }
+  QTimer::singleShot(0, [&] {
+    auto* dialog = dynamic_cast<app::RFactorDialog*>(QApplication::activeModalWidget());
+    QVERIFY(dialog);
+    QCOMPARE(dialog->findChild<QComboBox*>("Combo_Sheet")->count(), 1);
+    dialog->findChild<QListWidget*>("List_Columns")->item(1)->setSelected(true);
+    dialog->findChild<QCheckBox*>("Check_CompareSheet")->setChecked(true);
+    dialog->findChild<QLineEdit*>("Text_ShiftFrom")->setText("-3");
+    dialog->findChild<QLineEdit*>("Text_ShiftTo")->setText("3");
+    dialog->findChild<QLineEdit*>("Text_ShiftStep")->setText("1");
+    dialog->findChild<QPushButton*>("Command_Calculate")->click();
+  });
+  sheets[0]->Invoke("MathRFactor");
+  auto* result = parent.findChild<QPlainTextEdit*>("Text_Result");
+  QVERIFY(result);
+  QVERIFY2(result->toPlainText().endsWith("overall:\tR.Pendry = 0.000\tshift = 2.00 eV\n"),
+           qPrintable(result->toPlainText()));
+  app::RemoveRFactorDialog();
+  SetMainForm(nullptr);
 }
 
 QTEST_MAIN(TestRFactorDialog)
