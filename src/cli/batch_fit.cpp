@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "cli/batch_args.h"
 #include "cli/batch_host.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
@@ -17,27 +18,6 @@
 namespace sv::cli {
 
 namespace {
-
-int Bad(std::ostream& err, const std::string& why) {
-  err << "svbatch: " << why << "\n";
-  return 2;
-}
-
-bool ParseLong(const std::string& text, long& value) {
-  char* end = nullptr;
-  const long v = std::strtol(text.c_str(), &end, 10);
-  if (text.empty() || *end != '\0') return false;
-  value = v;
-  return true;
-}
-
-// A column by its number as sheet-info lists it, or by its name; -1 when the
-// sheet has no such column.
-long FindColumn(const Form_Worksheet& sheet, const std::string& text) {
-  long n = 0;
-  if (ParseLong(text, n)) return n >= 1 && n < sheet.Cols() ? n : -1;
-  return sheet.ColOf(text);
-}
 
 // Keeps the `keep` highest of the peaks auto input found, in their order.
 void KeepHighestPeaks(Form_Fit& form, int keep) {
@@ -82,7 +62,7 @@ int FitCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
     const std::string& a = args[i];
     const bool takesValue = a == "--y" || a == "--x" || a == "--rows" || a == "--model" ||
                             a == "--peaks" || a == "--width" || a == "--out";
-    if (takesValue && i + 1 >= args.size()) return Bad(err, a + " needs a value");
+    if (takesValue && i + 1 >= args.size()) return BadArgs(err, a + " needs a value");
     if (a == "--y") {
       ytext = args[++i];
     } else if (a == "--x") {
@@ -90,31 +70,31 @@ int FitCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
     } else if (a == "--rows") {
       const std::string& v = args[++i];
       const size_t colon = v.find(':');
-      if (colon == std::string::npos || !ParseLong(v.substr(0, colon), firstRow) ||
-          !ParseLong(v.substr(colon + 1), lastRow) || firstRow < 1 || lastRow < firstRow)
-        return Bad(err, "--rows takes FIRST:LAST, 1 <= FIRST <= LAST");
+      if (colon == std::string::npos || !ParseWhole(v.substr(0, colon), firstRow) ||
+          !ParseWhole(v.substr(colon + 1), lastRow) || firstRow < 1 || lastRow < firstRow)
+        return BadArgs(err, "--rows takes FIRST:LAST, 1 <= FIRST <= LAST");
     } else if (a == "--model") {
       model = args[++i];
-      if (model != "gauss" && model != "lorentz") return Bad(err, "--model is gauss or lorentz");
+      if (model != "gauss" && model != "lorentz") return BadArgs(err, "--model is gauss or lorentz");
     } else if (a == "--peaks") {
-      if (!ParseLong(args[++i], peaks) || peaks < 1 || peaks > kMaxPeaks)
-        return Bad(err, "--peaks takes a number from 1 to 20");
+      if (!ParseWhole(args[++i], peaks) || peaks < 1 || peaks > kMaxPeaks)
+        return BadArgs(err, "--peaks takes a number from 1 to 20");
     } else if (a == "--width") {
       width = args[++i];
       if (width != "auto" && !(FitTextToFloat(width) > 0.0f))
-        return Bad(err, "--width takes a number above 0 or auto");
+        return BadArgs(err, "--width takes a number above 0 or auto");
     } else if (a == "--out") {
       outFile = args[++i];
     } else if (a.rfind("--", 0) == 0) {
-      return Bad(err, "unknown option " + a);
+      return BadArgs(err, "unknown option " + a);
     } else if (file.empty()) {
       file = a;
     } else {
-      return Bad(err, "fit takes one sheet");
+      return BadArgs(err, "fit takes one sheet");
     }
   }
-  if (file.empty()) return Bad(err, "fit needs a sheet");
-  if (ytext.empty()) return Bad(err, "fit needs --y COL");
+  if (file.empty()) return BadArgs(err, "fit needs a sheet");
+  if (ytext.empty()) return BadArgs(err, "fit needs --y COL");
 
   BatchHost batchHost(err);
   HostScope scope(&batchHost);
@@ -131,14 +111,14 @@ int FitCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
 
   Form_Worksheet sheet;
   if (sheet.OpenWorksheet(file) != 0) return 1;
-  const long ycol = FindColumn(sheet, ytext);
+  const long ycol = SheetColumnArg(sheet, ytext);
   if (ycol < 0) {
     err << "svbatch: " << file << " has no column " << ytext << "\n";
     return 1;
   }
   long xcol = -1;
   if (!xtext.empty()) {
-    xcol = FindColumn(sheet, xtext);
+    xcol = SheetColumnArg(sheet, xtext);
     if (xcol < 0) {
       err << "svbatch: " << file << " has no column " << xtext << "\n";
       return 1;

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <strings.h>
 
+#include "cli/batch_args.h"
 #include "cli/batch_host.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
@@ -18,32 +19,6 @@
 namespace sv::cli {
 
 namespace {
-
-int Bad(std::ostream& err, const std::string& why) {
-  err << "svbatch: " << why << "\n";
-  return 2;
-}
-
-bool ParseDouble(const std::string& text, double& value) {
-  char* end = nullptr;
-  const double v = std::strtod(text.c_str(), &end);
-  if (text.empty() || *end != '\0' || !std::isfinite(v)) return false;
-  value = v;
-  return true;
-}
-
-// A column by its number as sheet-info lists it, by its name, or by its label.
-long FindColumn(const Form_Worksheet& sheet, const std::string& text) {
-  char* end = nullptr;
-  const long n = std::strtol(text.c_str(), &end, 10);
-  if (!text.empty() && *end == '\0') return n >= 1 && n < sheet.Cols() ? n : -1;
-  const long byName = sheet.ColOf(text);
-  if (byName >= 0) return byName;
-  // Else the first column whose label it is, in any case.
-  for (long c = 1; c < sheet.Cols(); ++c)
-    if (strcasecmp(sheet.Record(c).Label.c_str(), text.c_str()) == 0) return c;
-  return -1;
-}
 
 std::string NumberText(double v) {
   char buf[64];
@@ -72,23 +47,23 @@ int GrowthCommand(const std::vector<std::string>& args, std::ostream& out, std::
     const std::string& a = args[i];
     const bool takesValue = a == "--col" || a == "--material" || a == "--thickness" ||
                             a == "--t1" || a == "--t2" || a == "--delta" || a == "--out";
-    if (takesValue && i + 1 >= args.size()) return Bad(err, a + " needs a value");
+    if (takesValue && i + 1 >= args.size()) return BadArgs(err, a + " needs a value");
     double unused = 0;
     if (a == "--col") {
       coltext = args[++i];
     } else if (a == "--material") {
       material = args[++i];
     } else if (a == "--thickness") {
-      if (!ParseDouble(args[++i], thickness) || thickness <= 0)
-        return Bad(err, "--thickness takes a number above 0");
+      if (!ParseNumber(args[++i], thickness) || thickness <= 0)
+        return BadArgs(err, "--thickness takes a number above 0");
       haveThickness = true;
     } else if (a == "--t1" || a == "--t2") {
       const std::string& v = args[++i];
-      if (!ParseDouble(v, unused)) return Bad(err, a + " takes a time in seconds");
+      if (!ParseNumber(v, unused)) return BadArgs(err, a + " takes a time in seconds");
       (a == "--t1" ? t1text : t2text) = v;
     } else if (a == "--delta") {
-      if (!ParseDouble(args[++i], delta) || delta <= 0)
-        return Bad(err, "--delta takes a number above 0");
+      if (!ParseNumber(args[++i], delta) || delta <= 0)
+        return BadArgs(err, "--delta takes a number above 0");
       haveDelta = true;
     } else if (a == "--fit") {
       fit = true;
@@ -97,16 +72,16 @@ int GrowthCommand(const std::vector<std::string>& args, std::ostream& out, std::
     } else if (a == "--out") {
       outFile = args[++i];
     } else if (a.rfind("--", 0) == 0) {
-      return Bad(err, "unknown option " + a);
+      return BadArgs(err, "unknown option " + a);
     } else if (file.empty()) {
       file = a;
     } else {
-      return Bad(err, "growth takes one sheet");
+      return BadArgs(err, "growth takes one sheet");
     }
   }
-  if (file.empty()) return Bad(err, "growth needs a sheet");
-  if (coltext.empty()) return Bad(err, "growth needs --col COL");
-  if (!material.empty() && haveThickness) return Bad(err, "--material and --thickness exclude each other");
+  if (file.empty()) return BadArgs(err, "growth needs a sheet");
+  if (coltext.empty()) return BadArgs(err, "growth needs --col COL");
+  if (!material.empty() && haveThickness) return BadArgs(err, "--material and --thickness exclude each other");
 
   BatchHost batchHost(err);
   HostScope scope(&batchHost);
@@ -122,7 +97,7 @@ int GrowthCommand(const std::vector<std::string>& args, std::ostream& out, std::
 
   Form_Worksheet sheet;
   if (sheet.OpenWorksheet(file) != 0) return 1;
-  const long col = FindColumn(sheet, coltext);
+  const long col = SheetColumnArg(sheet, coltext);
   if (col < 0) {
     err << "svbatch: " << file << " has no column " << coltext << "\n";
     return 1;

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "cli/batch_args.h"
 #include "cli/batch_host.h"
 #include "core/globals.h"
 #include "fit/form_rfactor.h"
@@ -11,27 +12,6 @@
 namespace sv::cli {
 
 namespace {
-
-int Bad(std::ostream& err, const std::string& why) {
-  err << "svbatch: " << why << "\n";
-  return 2;
-}
-
-bool Number(const std::string& text, double& value) {
-  char* end = nullptr;
-  const double v = std::strtod(text.c_str(), &end);
-  if (text.empty() || *end != '\0' || !std::isfinite(v)) return false;
-  value = v;
-  return true;
-}
-
-// A column by its number as sheet-info lists it, or by its name; -1 when none.
-long FindColumn(const Form_Worksheet& sheet, const std::string& text) {
-  char* end = nullptr;
-  const long n = std::strtol(text.c_str(), &end, 10);
-  if (!text.empty() && *end == '\0') return n >= 1 && n < sheet.Cols() ? n : -1;
-  return sheet.ColOf(text);
-}
 
 }  // namespace
 
@@ -54,43 +34,43 @@ int RFactorCommand(const std::vector<std::string>& args, std::ostream& out, std:
     const std::string& a = args[i];
     const bool takesValue = a == "--factor" || a == "--cols" || a == "--energy" || a == "--v0i" ||
                             a == "--threshold" || a == "--smooth" || a == "--shift-range";
-    if (takesValue && i + 1 >= args.size()) return Bad(err, a + " needs a value");
+    if (takesValue && i + 1 >= args.size()) return BadArgs(err, a + " needs a value");
     double v = 0;
     if (a == "--factor") {
       const std::string& f = args[++i];
-      if (f != "pendry" && f != "r2") return Bad(err, "--factor is pendry or r2");
+      if (f != "pendry" && f != "r2") return BadArgs(err, "--factor is pendry or r2");
       s.pendry = f == "pendry";
     } else if (a == "--cols") {
       colsText = args[++i];
     } else if (a == "--energy") {
       energyText = args[++i];
     } else if (a == "--v0i") {
-      if (!Number(args[++i], v) || v <= 0) return Bad(err, "--v0i takes a number above 0");
+      if (!ParseNumber(args[++i], v) || v <= 0) return BadArgs(err, "--v0i takes a number above 0");
       s.voi = float(v);
     } else if (a == "--threshold") {
-      if (!Number(args[++i], v) || v < 0) return Bad(err, "--threshold takes a percentage, 0 or more");
+      if (!ParseNumber(args[++i], v) || v < 0) return BadArgs(err, "--threshold takes a percentage, 0 or more");
       s.threshold = float(v * 0.01);
     } else if (a == "--smooth") {
-      if (!Number(args[++i], v) || v < 0 || v >= 100 || v != std::floor(v))
-        return Bad(err, "--smooth takes a whole number from 0 to 99");
+      if (!ParseNumber(args[++i], v) || v < 0 || v >= 100 || v != std::floor(v))
+        return BadArgs(err, "--smooth takes a whole number from 0 to 99");
       s.passes = int(v);
     } else if (a == "--shift-range") {
       const std::string& t = args[++i];
       const size_t c1 = t.find(':'), c2 = c1 == std::string::npos ? c1 : t.find(':', c1 + 1);
-      if (c2 == std::string::npos || !Number(t.substr(0, c1), range.from) ||
-          !Number(t.substr(c1 + 1, c2 - c1 - 1), range.to) || !Number(t.substr(c2 + 1), range.step) ||
+      if (c2 == std::string::npos || !ParseNumber(t.substr(0, c1), range.from) ||
+          !ParseNumber(t.substr(c1 + 1, c2 - c1 - 1), range.to) || !ParseNumber(t.substr(c2 + 1), range.step) ||
           range.to < range.from || range.step <= 0 || (range.to - range.from) / range.step > 100000)
-        return Bad(err, "--shift-range takes FROM:TO:STEP, FROM <= TO, STEP above 0");
+        return BadArgs(err, "--shift-range takes FROM:TO:STEP, FROM <= TO, STEP above 0");
       withShift = true;
     } else if (a.rfind("--", 0) == 0) {
-      return Bad(err, "unknown option " + a);
+      return BadArgs(err, "unknown option " + a);
     } else {
       files.push_back(a);
     }
   }
-  if (files.empty()) return Bad(err, "rfactor needs a sheet");
-  if (files.size() > 2) return Bad(err, "rfactor takes one or two sheets");
-  if (withShift && files.size() < 2) return Bad(err, "--shift-range needs a second sheet");
+  if (files.empty()) return BadArgs(err, "rfactor needs a sheet");
+  if (files.size() > 2) return BadArgs(err, "rfactor takes one or two sheets");
+  if (withShift && files.size() < 2) return BadArgs(err, "--shift-range needs a second sheet");
 
   BatchHost batchHost(err);
   HostScope scope(&batchHost);
@@ -101,7 +81,7 @@ int RFactorCommand(const std::vector<std::string>& args, std::ostream& out, std:
 
   long energy = RFactorEnergyColumn(a);
   if (!energyText.empty()) {
-    energy = FindColumn(a, energyText);
+    energy = SheetColumnArg(a, energyText);
     if (energy < 0) {
       err << "svbatch: " << files[0] << " has no column " << energyText << "\n";
       return 1;
@@ -117,7 +97,7 @@ int RFactorCommand(const std::vector<std::string>& args, std::ostream& out, std:
       size_t comma = colsText.find(',', start);
       if (comma == std::string::npos) comma = colsText.size();
       const std::string one = colsText.substr(start, comma - start);
-      const long c = FindColumn(a, one);
+      const long c = SheetColumnArg(a, one);
       if (c < 0) {
         err << "svbatch: " << files[0] << " has no column " << one << "\n";
         return 1;
