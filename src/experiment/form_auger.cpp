@@ -7,6 +7,8 @@
 
 #include "core/host.h"
 #include "hardware/energy.h"
+#include "plot/form_plot.h"
+#include "worksheet/form_worksheet.h"
 
 namespace sv {
 

@@ -3,16 +3,58 @@
 // files. The view binds its controls to these members.
 #pragma once
 
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "experiment/auger_ramp.h"
+#include "experiment/auger_scan.h"
 
 namespace sv {
+
+class Form_Plot;
+class Form_Worksheet;
+class MDIForm_Main;
 
 class Form_Auger {
  public:
   Form_Auger();
+  ~Form_Auger();
+
+  // --- The run ---
+  bool Check_AutoSave = false, Check_AutoUpdate = true, Check_ReverseScaling = false;
+  bool Derivative = false;
+  // Button states: editing enables Start and the edit commands; a run
+  // enables Stop and Abort; a pause enables Continue and Abort.
+  bool Command_Start = true, Command_Stop = false, Command_Continue = false, Command_Abort = false;
+  bool Command_Edit = true;
+
+  // The A/D and D/A the scan uses; the workbench's hardware when not set.
+  void SetIO(AugerScanIO io) { io_ = std::move(io); }
+  // Sheet and plot made ready for the ramp; false with a message.
+  void ExperimentInit(bool& ok);
+  // Runs (fresh, or on from a pause) until the end, a pause or an abort.
+  AugerScan::End ExperimentDo(bool fresh);
+  void ExperimentExit();
+  void StartScan();
+  void StopScan() { if (scan_) scan_->Pause(); }
+  void ContinueScan();
+  void AbortScan() { if (scan_) scan_->Abort(); }
+  bool Running() const { return running_; }
+  bool Paused() const { return paused_; }
+  // Asks before an edit during a pause; false when the user declines.
+  bool MayEdit();
+  // Asks about an unsaved ramp; false when the user cancels closing.
+  bool QueryUnload();
+  Form_Worksheet* Worksheet() const;
+  Form_Plot* Plot() const;
+  const AugerScan* Scan() const { return scan_.get(); }
+  void RemovePlots();
+  // The "Auger" settings read from and written to the user store.
+  void LoadSettings();
+  void SaveSettings() const;
+  std::string LastSaved;  // the autosaved sheet's path, "" when none
 
   // The fields, as typed.
   std::string Text_Start = "100", Text_Stop = "1000", Text_Step = "1", Text_IntTime = "0.1";
@@ -55,6 +97,17 @@ class Form_Auger {
   AugerLimits Limits() const;
 
   AugerRamp ramp_;
+  AugerScanIO io_;
+  std::unique_ptr<AugerScan> scan_;
+  std::unique_ptr<Form_Worksheet> ownSheet_;
+  long sheetHandle_ = 0, plotHandle_ = 0;
+  bool running_ = false, paused_ = false;
+  void SetButtons();
+  void Finish(AugerScan::End end);
 };
+
+Form_Auger& AugerForm();
+// "mnuAuger" on the main window shows the form through `show`.
+void RegisterAugerForm(MDIForm_Main& main, std::function<void()> show);
 
 }  // namespace sv
