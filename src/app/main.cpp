@@ -18,6 +18,7 @@
 #include "app/film_player_window.h"
 #include "app/fit_dialogs.h"
 #include "app/rfactor_dialog.h"
+#include "app/auger_dialog.h"
 #include "app/image_vtr_dialog.h"
 #include "app/genicam_dialog.h"
 #include "app/grabber_dialog.h"
@@ -107,6 +108,7 @@ int main(int argc, char** argv) {
     sv::app::InstallSoftTriggerDialog(main, &window);
     sv::app::InstallCompressDialog(&window);
     sv::app::InstallImageVTRDialog(main, &window);
+    sv::app::InstallAugerDialog(main, &window);
     sv::app::InstallFilmPlayer(main, &window);
     sv::app::InstallFitDialogs(&window);
     sv::app::InstallRFactorDialog(&window, [&main] { return sv::app::OpenSheets(main); });

@@ -55,6 +55,8 @@ class Form_Auger {
   void LoadSettings();
   void SaveSettings() const;
   std::string LastSaved;  // the autosaved sheet's path, "" when none
+  // Called when the status or the buttons change, so a view can follow.
+  std::function<void()> OnChanged;
 
   // The fields, as typed.
   std::string Text_Start = "100", Text_Stop = "1000", Text_Step = "1", Text_IntTime = "0.1";

@@ -8,6 +8,7 @@
 #include "core/mdi_main.h"
 #include "core/settings.h"
 #include "hardware/energy.h"
+#include "hardware/hardware.h"
 #include "experiment/form_auger.h"
 #include "plot/form_plot.h"
 #include "worksheet/form_worksheet.h"
@@ -87,6 +88,7 @@ void Form_Auger::SetButtons() {
   Command_Stop = running_;
   Command_Continue = paused_ && !running_;
   Command_Abort = running_ || paused_;
+  if (OnChanged) OnChanged();
 }
 
 bool Form_Auger::MayEdit() {
@@ -122,6 +124,7 @@ void Form_Auger::ExperimentInit(bool& ok) {
   io.status = [this](const std::string& s) {
     Label_Status = s;
     if (MDIForm_Main* main = MainForm()) main->ShowStatus(s);
+    if (OnChanged) OnChanged();
   };
   io.setRow = [this](long row, double x, double y) {
     Form_Worksheet* sheet = Worksheet();
@@ -135,6 +138,7 @@ void Form_Auger::ExperimentInit(bool& ok) {
     Form_Plot* plot = Plot();
     if (plot && iteration > 0 && Check_AutoUpdate) plot->Plot();
   };
+  HW().AugerDerivative = Derivative ? 1 : 0;  // the simulated spectrometer follows it
   scan_ = std::make_unique<AugerScan>(ramp_, Derivative, io);
   std::string message;
   if (!scan_->Init(message)) {
