@@ -7,6 +7,7 @@
 #include "cli/batch.h"
 #include "cli/batch_host.h"
 #include "core/globals.h"
+#include "core/settings.h"
 #include "experiment/auger_ramp.h"
 #include "experiment/auger_scan.h"
 #include "hardware/aes_simulator.h"
@@ -27,21 +28,24 @@ int Bad(std::ostream& err, const std::string& why) {
 
 std::string AugerUsage() {
   return "  auger FILE.rmp --out SHEET.sht [--spectrum FILE] [--derivative]\n"
-         "        [--profile fast|normal|exact]\n"
-         "      Runs the Auger ramp on the Dummy D/A and AD_Simulator; Ctrl-C aborts.\n";
+         "        [--profile fast|normal|exact] [--configured [--ini FILE]]\n"
+         "      Runs the Auger ramp on the Dummy D/A and AD_Simulator, or with\n"
+         "      --configured on the D/A and A/D of the settings; Ctrl-C aborts.\n";
 }
 
 int AugerCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-  std::string ramp, outFile, spectrum;
-  bool derivative = false;
+  std::string ramp, outFile, spectrum, ini;
+  bool derivative = false, configured = false;
   int profile = -1;
   for (size_t i = 1; i < args.size(); ++i) {
     const std::string& a = args[i];
-    const bool takesValue = a == "--out" || a == "--spectrum" || a == "--profile";
+    const bool takesValue = a == "--out" || a == "--spectrum" || a == "--profile" || a == "--ini";
     if (takesValue && i + 1 >= args.size()) return Bad(err, a + " needs a value");
     if (a == "--out") outFile = args[++i];
     else if (a == "--spectrum") spectrum = args[++i];
     else if (a == "--derivative") derivative = true;
+    else if (a == "--configured") configured = true;
+    else if (a == "--ini") ini = args[++i];
     else if (a == "--profile") {
       const std::string& p = args[++i];
       profile = p == "fast" ? 0 : p == "normal" ? 1 : p == "exact" ? 2 : -2;
@@ -52,6 +56,7 @@ int AugerCommand(const std::vector<std::string>& args, std::ostream& out, std::o
   }
   if (ramp.empty()) return Bad(err, "auger needs a ramp file");
   if (outFile.empty()) return Bad(err, "auger needs --out");
+  if (!ini.empty() && !configured) return Bad(err, "--ini goes with --configured");
 
   BatchHost host(err);
   HostScope scope(&host);
@@ -64,6 +69,12 @@ int AugerCommand(const std::vector<std::string>& args, std::ostream& out, std::o
     }
   } release;
   G().UserIniName = host.UserName();
+  if (configured) {
+    // The interfaces and energy limits of the user's settings.
+    G().IniFile = ini.empty() ? FormIniFile(host.ProgramFolder(), G().UserIniName) : ini;
+    InstallHardwareEnvironment();
+    ReadSettings(nullptr);
+  }
 
   std::ifstream in(ramp, std::ios::binary);
   if (!in) {
@@ -88,8 +99,20 @@ int AugerCommand(const std::vector<std::string>& args, std::ostream& out, std::o
   AESSpectrumFile() = spectrum;
   HW().AugerDerivative = derivative ? 1 : 0;
   std::string da = "DummyDA", ad = "AD_Simulator";
-  if (!DAStart(da) || !ADStart(ad)) {
-    err << "svbatch: the Dummy D/A or AD_Simulator did not start\n";
+  if (configured) {
+    da = G().DAName;
+    ad = G().ADName;
+    if (da.empty() || ad.empty()) {
+      err << "svbatch: no " << (da.empty() ? "D/A-Converter" : "A/D-Converter") << " is configured\n";
+      return 1;
+    }
+  }
+  if (!DAStart(da)) {
+    err << "svbatch: the D/A \"" << da << "\" did not start\n";
+    return 1;
+  }
+  if (!ADStart(ad)) {
+    err << "svbatch: the A/D \"" << ad << "\" did not start\n";
     return 1;
   }
   if (auto* sim = dynamic_cast<Class_AD_Simulator*>(HW().AD.get()); sim && !sim->LoadMessage().empty()) {

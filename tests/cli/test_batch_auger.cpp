@@ -76,5 +76,31 @@ TEST_F(BatchAugerTest, RefusedRampsAndBadCommandLines) {
   EXPECT_EQ(Run({"auger", "--out", Path("a.sht")}), 2);
 }
 
+TEST_F(BatchAugerTest, ConfiguredInterfaces) {
+  Write("r.rmp", Ramp());
+  Write("spec.txt", "99,0\n100,1\n101,2\n102,4\n103,8\n104,16\n105,0\n");
+  Write("empty.ini", "");
+  const auto configure = [this](const std::string& da, const std::string& ad) {
+    std::filesystem::create_directories(root + "/config/sv4200");
+    Write("config/sv4200/user-sv4200.ini",
+          "[HARDWARE]\r\nA/D-Converter=" + ad + "\r\nD/A-Converter=" + da + "\r\n");
+  };
+  configure("DummyDA", "AD_Simulator");
+  ASSERT_EQ(Run({"auger", Path("r.rmp"), "--out", Path("c.sht"), "--spectrum", Path("spec.txt"),
+                 "--configured", "--ini", Path("empty.ini")}),
+            0)
+      << err.str();
+  EXPECT_NE(out.str().find("5 Records saved to "), std::string::npos) << out.str();
+  EXPECT_NE(Rows("c.sht").find("103\t16\r\n"), std::string::npos);
+
+  // A missing interface is named; --ini belongs to --configured.
+  configure("DummyDA", "");
+  err.str("");
+  EXPECT_EQ(Run({"auger", Path("r.rmp"), "--out", Path("c.sht"), "--configured", "--ini", Path("empty.ini")}),
+            1);
+  EXPECT_NE(err.str().find("no A/D-Converter is configured"), std::string::npos) << err.str();
+  EXPECT_EQ(Run({"auger", Path("r.rmp"), "--out", Path("c.sht"), "--ini", Path("empty.ini")}), 2);
+}
+
 }  // namespace
 }  // namespace sv::cli
