@@ -10,7 +10,10 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPrintDialog>
+#include <QPrinter>
 #include <QPushButton>
+#include <QTextDocument>
 #include <QVBoxLayout>
 #include <functional>
 #include <vector>
@@ -157,9 +160,16 @@ AugerDialog::AugerDialog(QWidget* parent) : QDialog(parent) {
                                                       "Auger Ramp (*.rmp)");
     if (!path.isEmpty()) AugerForm().SaveRamp(path.toStdString());
   });
+  QPushButton* defaults = Button("mnuDefaultRamp", "&Default Ramp", [this] {
+    Edit([] { AugerForm().DefaultRamp(); });
+  });
+  QPushButton* print = Button("mnuPrintRamp", "&Print...", [] { AugerForm().PrintAugerRamp(); });
   files->addWidget(open);
   files->addWidget(save);
+  files->addWidget(defaults);
+  files->addWidget(print);
   edit_.push_back(open);
+  edit_.push_back(defaults);
 
   auto* run = new QHBoxLayout;
   start_ = Button("Command_Start", "&Start", [] { AugerForm().StartScan(); });
@@ -214,6 +224,16 @@ void AugerDialog::LoadControls() {
 
 void InstallAugerDialog(MDIForm_Main& main, QWidget* window) {
   auto* dialog = new AugerDialog(window);
+  // The ramp's page goes to the printer the user picks.
+  AugerPrintHook() = [dialog](const std::string& title, const std::string& text) {
+    QPrinter printer;
+    printer.setDocName(Q(title));
+    QPrintDialog choose(&printer, dialog);
+    if (choose.exec() != QDialog::Accepted) return;
+    QTextDocument page;
+    page.setPlainText(Q(text));
+    page.print(&printer);
+  };
   RegisterAugerForm(main, [dialog] {
     dialog->LoadControls();
     dialog->show();

@@ -1,9 +1,11 @@
 #include "experiment/form_auger.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <fstream>
 #include <sstream>
+#include <strings.h>
 
 #include "core/host.h"
 #include "hardware/energy.h"
@@ -128,6 +130,48 @@ void Form_Auger::ClearRamp() {
   Refresh();
 }
 
+void Form_Auger::DefaultRamp() {
+  ramp_ = AugerRamp{};
+  AugerSweep sweep;
+  sweep.From = 100;
+  sweep.To = 1000;
+  sweep.Step = 1;
+  ramp_.Sweeps.push_back(sweep);
+  List_Index = -1;
+  SelectSweep(0);
+  Text_Delay = "0";
+  Text_Iterations = "1";
+  Combo_Profile = ramp_.Profile;
+  Refresh();
+}
+
+std::function<void(const std::string&, const std::string&)>& AugerPrintHook() {
+  static std::function<void(const std::string&, const std::string&)> hook;
+  return hook;
+}
+
+std::string Form_Auger::PrintAugerRamp() {
+  static const char* const kProfiles[] = {"Fast", "Normal", "Exact"};
+  std::string text = Caption + "\n\n";
+  text += "Iterations: " + std::to_string(ramp_.Iterations) + "\n";
+  text += "Profile: " + std::string(kProfiles[ramp_.Profile >= 0 && ramp_.Profile < 3 ? ramp_.Profile : 1]) + "\n";
+  text += "Delay: " + FormatFixed(ramp_.Delay, 1) + " s\n\n";
+  for (size_t i = 0; i < ramp_.Sweeps.size(); ++i)
+    text += "Sweep #" + std::to_string(i + 1) + ": " + SweepLine(ramp_.Sweeps[i], ramp_.Profile) + "\n";
+  text += "\n" + AugerTotalTimeText(ramp_) + "\n";
+  if (AugerPrintHook()) AugerPrintHook()(Caption, text);
+  return text;
+}
+
+// The name moves to the top of the recent files (names compared in any case).
+static void NoteRecentRamp(std::vector<std::string>& list, const std::string& name) {
+  if (name.empty()) return;
+  auto same = [&name](const std::string& s) { return strcasecmp(s.c_str(), name.c_str()) == 0; };
+  list.erase(std::remove_if(list.begin(), list.end(), same), list.end());
+  list.insert(list.begin(), name);
+  if (list.size() > 4) list.resize(4);
+}
+
 bool Form_Auger::LoadRamp(const std::string& path) {
   host().ShowStatus("Load Auger File...(" + path + "\")", -1);
   std::ifstream in(path, std::ios::binary);
@@ -140,6 +184,7 @@ bool Form_Auger::LoadRamp(const std::string& path) {
   }
   for (const std::string& s : status) host().ShowStatus(s, -1);
   ramp_.Filename = path;
+  NoteRecentRamp(RecentFiles, path);
   ramp_.Changed = false;
   Text_Delay = FormatFixed(ramp_.Delay, 3);
   Text_Iterations = std::to_string(ramp_.Iterations);
@@ -159,6 +204,7 @@ bool Form_Auger::SaveRamp(const std::string& path) {
     return false;
   }
   ramp_.Filename = path;
+  NoteRecentRamp(RecentFiles, path);
   ramp_.Changed = false;
   Refresh();
   return true;

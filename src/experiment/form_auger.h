@@ -85,6 +85,14 @@ class Form_Auger {
   // profile; false with "Invalid Parameter" as above.
   bool AcceptGeneral();
   void ClearRamp();
+  // The ramp a fresh form offers: one sweep of the fields' defaults (100 to
+  // 1000 eV in steps of 1 eV, 0.1 s a step), one iteration, no file.
+  void DefaultRamp();
+  // The ramp as a page of text (title, general values, a line a sweep, the
+  // total time), handed to the print hook; the text is returned too.
+  std::string PrintAugerRamp();
+  // The last ramp files, most recent first (at most four).
+  std::vector<std::string> RecentFiles;
 
   // Reads a ramp file: "Invalid File Format" (titled "Auger") for a refused
   // one, leaving the ramp held; repairs show in the status.
@@ -109,6 +117,8 @@ class Form_Auger {
 };
 
 Form_Auger& AugerForm();
+// Where PrintAugerRamp sends its page; empty: nowhere (the text is still made).
+std::function<void(const std::string& title, const std::string& text)>& AugerPrintHook();
 // "mnuAuger" on the main window shows the form through `show`.
 void RegisterAugerForm(MDIForm_Main& main, std::function<void()> show);
 

@@ -50,6 +50,12 @@ void Form_Auger::LoadSettings() {
   UserStore& st = host().Store();
   Derivative = st.GetSetting(StoreApp(), kSection, "Derivative", "0") == "1";
   Check_ReverseScaling = st.GetSetting(StoreApp(), kSection, "ReverseScaling", "0") == "1";
+  RecentFiles.clear();
+  for (int i = 1; i <= 4; ++i) {
+    const std::string name =
+        st.GetSetting(StoreApp(), "Recent Files\\Auger", "File" + std::to_string(i), "");
+    if (!name.empty()) RecentFiles.push_back(name);
+  }
 }
 
 void Form_Auger::SaveSettings() const {
@@ -57,8 +63,9 @@ void Form_Auger::SaveSettings() const {
   UserStore& st = host().Store();
   st.SaveSetting(StoreApp(), kSection, "Derivative", Derivative ? "1" : "0");
   st.SaveSetting(StoreApp(), kSection, "ReverseScaling", Check_ReverseScaling ? "1" : "0");
-  if (!ramp_.Filename.empty())
-    st.SaveSetting(StoreApp(), "Recent Files\\Auger", "File1", ramp_.Filename);
+  for (size_t i = 0; i < 4; ++i)
+    st.SaveSetting(StoreApp(), "Recent Files\\Auger", "File" + std::to_string(i + 1),
+                   i < RecentFiles.size() ? RecentFiles[i] : "");
 }
 
 Form_Worksheet* Form_Auger::Worksheet() const {
@@ -134,9 +141,14 @@ void Form_Auger::ExperimentInit(bool& ok) {
     if (Form_Plot* plot = Plot(); plot && scan_ && scan_->Iteration() == 0)
       plot->PlotPoint(0, static_cast<float>(x), static_cast<float>(y));
   };
-  io.sweepEnded = [this](int iteration, int) {
+  io.sweepEnded = [this](int iteration, int sweep) {
     Form_Plot* plot = Plot();
     if (plot && iteration > 0 && Check_AutoUpdate) plot->Plot();
+    // The list shows the sweep that comes next.
+    if (!ramp_.Sweeps.empty()) {
+      List_Index = int((size_t(sweep) + 1) % ramp_.Sweeps.size());
+      if (OnChanged) OnChanged();
+    }
   };
   HW().AugerDerivative = Derivative ? 1 : 0;  // the simulated spectrometer follows it
   scan_ = std::make_unique<AugerScan>(ramp_, Derivative, io);

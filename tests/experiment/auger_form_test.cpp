@@ -88,3 +88,42 @@ TEST_F(AugerFormTest, SaveLoadAndARefusedFile) {
 
 }  // namespace
 }  // namespace sv
+
+namespace sv {
+namespace {
+
+// The default ramp, its printed page and the recent files (four, newest
+// first, a name already there moved up whatever its case).
+TEST(AugerFormExtras, DefaultRampPrintAndRecentFiles) {
+  test::ScriptedHost host;
+  Form_Auger form;
+  form.DefaultRamp();
+  ASSERT_EQ(form.Ramp().Sweeps.size(), 1u);
+  EXPECT_FLOAT_EQ(form.Ramp().Sweeps[0].From, 100.0f);
+  EXPECT_FLOAT_EQ(form.Ramp().Sweeps[0].To, 1000.0f);
+  EXPECT_FALSE(form.Changed());
+  EXPECT_EQ(form.Caption, "Auger - [(default)]");
+
+  std::string printedTitle, printedText;
+  AugerPrintHook() = [&](const std::string& title, const std::string& text) {
+    printedTitle = title;
+    printedText = text;
+  };
+  const std::string page = form.PrintAugerRamp();
+  AugerPrintHook() = nullptr;
+  EXPECT_EQ(printedTitle, form.Caption);
+  EXPECT_EQ(printedText, page);
+  EXPECT_NE(page.find("Iterations: 1"), std::string::npos);
+  EXPECT_NE(page.find("Sweep #1: "), std::string::npos);
+  EXPECT_NE(page.find("Total Scan Time = "), std::string::npos);
+
+  const std::string dir = ::testing::TempDir();
+  for (const char* name : {"a.rmp", "b.rmp", "c.rmp", "d.rmp", "e.rmp"})
+    ASSERT_TRUE(form.SaveRamp(dir + name));
+  ASSERT_TRUE(form.LoadRamp(dir + "c.rmp"));
+  const std::vector<std::string> expected = {dir + "c.rmp", dir + "e.rmp", dir + "d.rmp", dir + "b.rmp"};
+  EXPECT_EQ(form.RecentFiles, expected);
+}
+
+}  // namespace
+}  // namespace sv
