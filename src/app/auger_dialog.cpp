@@ -3,7 +3,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
-#include <QFileDialog>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -152,13 +151,12 @@ AugerDialog::AugerDialog(QWidget* parent) : QDialog(parent) {
 
   auto* files = new QHBoxLayout;
   QPushButton* open = Button("Command_Open", "&Open Ramp...", [this] {
-    const QString path = QFileDialog::getOpenFileName(this, "Open Ramp", {}, "Auger Ramp (*.rmp)");
-    if (!path.isEmpty()) Edit([&] { AugerForm().LoadRamp(path.toStdString()); });
+    const std::string path = AugerForm().GetOpenRampFilename();
+    if (!path.empty()) Edit([&] { AugerForm().LoadRamp(path); });
   });
   QPushButton* save = Button("Command_Save", "&Save Ramp...", [this] {
-    const QString path = QFileDialog::getSaveFileName(this, "Save Ramp", Q(AugerForm().Filename()),
-                                                      "Auger Ramp (*.rmp)");
-    if (!path.isEmpty()) AugerForm().SaveRamp(path.toStdString());
+    const std::string path = AugerForm().GetSaveRampFilename();
+    if (!path.empty()) AugerForm().SaveRamp(path);
   });
   QPushButton* defaults = Button("mnuDefaultRamp", "&Default Ramp", [this] {
     Edit([] { AugerForm().DefaultRamp(); });

@@ -195,6 +195,32 @@ bool Form_Auger::LoadRamp(const std::string& path) {
   return true;
 }
 
+static FileDialog RampDialog(const std::string& title, const std::string& current) {
+  FileDialog dlg;
+  dlg.title = title;
+  dlg.filter = "Auger Ramp (*.rmp)|*.rmp|All Files (*.*)|*.*";
+  const size_t slash = current.find_last_of('/');
+  if (slash != std::string::npos) {
+    dlg.folder = current.substr(0, slash);
+    dlg.fileName = current.substr(slash + 1);
+  } else {
+    dlg.fileName = current;
+  }
+  return dlg;
+}
+
+std::string Form_Auger::GetOpenRampFilename() {
+  return host().OpenFileDialog(RampDialog("Open Ramp", ramp_.Filename)).path;
+}
+
+std::string Form_Auger::GetSaveRampFilename() {
+  std::string path = host().SaveFileDialog(RampDialog("Save Ramp", ramp_.Filename)).path;
+  const size_t slash = path.find_last_of('/');
+  const std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
+  if (!path.empty() && base.find('.') == std::string::npos) path += ".rmp";
+  return path;
+}
+
 bool Form_Auger::SaveRamp(const std::string& path) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   out << AugerRampText(ramp_);

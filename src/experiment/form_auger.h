@@ -94,6 +94,11 @@ class Form_Auger {
   // The last ramp files, most recent first (at most four).
   std::vector<std::string> RecentFiles;
 
+  // The host's open and save dialogs for ramp files ("Auger Ramp (*.rmp)"),
+  // starting at the ramp's own name; "" when cancelled. A saved name gets
+  // ".rmp" when it has no extension.
+  std::string GetOpenRampFilename();
+  std::string GetSaveRampFilename();
   // Reads a ramp file: "Invalid File Format" (titled "Auger") for a refused
   // one, leaving the ramp held; repairs show in the status.
   bool LoadRamp(const std::string& path);

@@ -127,3 +127,26 @@ TEST(AugerFormExtras, DefaultRampPrintAndRecentFiles) {
 
 }  // namespace
 }  // namespace sv
+
+namespace sv {
+namespace {
+
+// Ramp files are chosen through the host's dialogs; a saved name without an
+// extension gets ".rmp", a cancel gives "".
+TEST(AugerFormExtras, RampDialogsGoThroughTheHost) {
+  test::ScriptedHost host;
+  Form_Auger form;
+  host.AnswerFile("/data/ramps/scan");
+  EXPECT_EQ(form.GetSaveRampFilename(), "/data/ramps/scan.rmp");
+  host.AnswerFile("/data/ramps/old.rmp");
+  EXPECT_EQ(form.GetOpenRampFilename(), "/data/ramps/old.rmp");
+  host.AnswerFile("");
+  EXPECT_EQ(form.GetOpenRampFilename(), "");
+  ASSERT_EQ(host.fileDialogs.size(), 3u);
+  EXPECT_EQ(host.fileDialogs[0].title, "Save Ramp");
+  EXPECT_EQ(host.fileDialogs[1].title, "Open Ramp");
+  EXPECT_NE(host.fileDialogs[1].filter.find("*.rmp"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace sv
