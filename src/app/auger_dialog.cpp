@@ -9,10 +9,12 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QPrintDialog>
 #include <QPrinter>
 #include <QPushButton>
 #include <QTextDocument>
+#include <QToolButton>
 #include <QVBoxLayout>
 #include <functional>
 #include <vector>
@@ -162,11 +164,26 @@ AugerDialog::AugerDialog(QWidget* parent) : QDialog(parent) {
     Edit([] { AugerForm().DefaultRamp(); });
   });
   QPushButton* print = Button("mnuPrintRamp", "&Print...", [] { AugerForm().PrintAugerRamp(); });
+  // The last ramp files, newest first.
+  auto* recent = new QToolButton(this);
+  recent->setObjectName("mnuRecentRamps");
+  recent->setText("Recent");
+  recent->setPopupMode(QToolButton::InstantPopup);
+  auto* recentMenu = new QMenu(recent);
+  recent->setMenu(recentMenu);
+  connect(recentMenu, &QMenu::aboutToShow, this, [this, recentMenu] {
+    recentMenu->clear();
+    for (const std::string& name : AugerForm().RecentFiles)
+      recentMenu->addAction(Q(name), this, [this, name] { Edit([&] { AugerForm().LoadRamp(name); }); });
+    if (recentMenu->isEmpty()) recentMenu->addAction("(none)")->setEnabled(false);
+  });
   files->addWidget(open);
+  files->addWidget(recent);
   files->addWidget(save);
   files->addWidget(defaults);
   files->addWidget(print);
   edit_.push_back(open);
+  edit_.push_back(recent);
   edit_.push_back(defaults);
 
   auto* run = new QHBoxLayout;
