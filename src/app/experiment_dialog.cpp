@@ -81,8 +81,6 @@ class ExperimentDialog : public QDialog, public Form_Experiment::View {
   QLineEdit* Field(Form_Experiment::Field field, const char* name);
   QCheckBox* Check(const QString& name, const QString& caption);
   QPushButton* Button(const char* name, const QString& caption, void (Form_Experiment::*cmd)());
-  QLabel* WaitLabel(const char* name, const QString& caption, QWidget* parent);
-  QLineEdit* Display(const char* name);
 
   bool loading_ = false;
   QButtonGroup* type_ = nullptr;
@@ -130,24 +128,6 @@ void ExperimentDialog::ShowRunWindows() {
       sub->setGeometry(place->Left, place->Top, place->Width, place->Height);
     if (!sub->isVisible()) main->ShowChild(doc->Handle());
   }
-}
-
-// A label that the run marks while it waits on its time.
-QLabel* ExperimentDialog::WaitLabel(const char* name, const QString& caption, QWidget* parent) {
-  auto* l = new QLabel(caption, parent);
-  l->setObjectName(name);
-  l->setAutoFillBackground(true);
-  return l;
-}
-
-// A field the user reads and does not type into.
-QLineEdit* ExperimentDialog::Display(const char* name) {
-  auto* e = new QLineEdit(this);
-  e->setObjectName(name);
-  e->setReadOnly(true);
-  e->setFocusPolicy(Qt::NoFocus);
-  e->setMaximumWidth(110);
-  return e;
 }
 
 QLineEdit* ExperimentDialog::Field(Form_Experiment::Field field, const char* name) {
@@ -405,8 +385,8 @@ ExperimentDialog::ExperimentDialog(QWidget* parent) : QDialog(parent) {
     if (MDIForm_Main* main = MainForm()) main->Click("mnuWindowSetup");
   });
   connect(close_, &QPushButton::clicked, this, [this] { reject(); });
-  time_ = Display("Text_Time");
-  rate_ = Display("Text_Rate");
+  time_ = DisplayField(this, "Text_Time", 110);
+  rate_ = DisplayField(this, "Text_Rate", 110);
   auto* buttons = new QHBoxLayout;
   for (QPushButton* b : {accept_, cancel_, new_, start_[0], start_[1], start_[2], stop_})
     buttons->addWidget(b);

@@ -55,6 +55,24 @@ inline void Mark(QLabel* label, bool on) {
   label->setPalette(p);
 }
 
+// A label that a run marks (Mark) while it waits on its time.
+inline QLabel* WaitLabel(const char* name, const QString& caption, QWidget* parent) {
+  auto* l = new QLabel(caption, parent);
+  l->setObjectName(name);
+  l->setAutoFillBackground(true);
+  return l;
+}
+
+// A field the user reads and does not type into.
+inline QLineEdit* DisplayField(QWidget* parent, const char* name, int maxWidth) {
+  auto* e = new QLineEdit(parent);
+  e->setObjectName(name);
+  e->setReadOnly(true);
+  e->setFocusPolicy(Qt::NoFocus);
+  e->setMaximumWidth(maxWidth);
+  return e;
+}
+
 // A command button named after the presenter's command; Enter does not
 // press it by itself.
 inline QPushButton* CommandButton(QWidget* parent, const QString& caption, const char* name) {

@@ -48,8 +48,6 @@ class ImageVTRDialog : public QDialog, public Form_ImageVTR::View {
   QLineEdit* Field(Form_ImageVTR::Field field, const char* name);
   QCheckBox* Check(const QString& name, const QString& caption, bool Form_ImageVTR::*member);
   QPushButton* Button(const char* name, const QString& caption, void (Form_ImageVTR::*cmd)());
-  QLabel* WaitLabel(const char* name, const QString& caption, QWidget* parent);
-  QLineEdit* Display(const char* name);
 
   bool loading_ = false;
   QButtonGroup *type_ = nullptr, *sources_ = nullptr;
@@ -66,22 +64,6 @@ class ImageVTRDialog : public QDialog, public Form_ImageVTR::View {
   QPushButton *accept_, *cancel_, *start_, *stop_, *close_, *browse_;
   std::vector<QWidget*> setup_;  // what a recording closes
 };
-
-QLabel* ImageVTRDialog::WaitLabel(const char* name, const QString& caption, QWidget* parent) {
-  auto* l = new QLabel(caption, parent);
-  l->setObjectName(name);
-  l->setAutoFillBackground(true);
-  return l;
-}
-
-QLineEdit* ImageVTRDialog::Display(const char* name) {
-  auto* e = new QLineEdit(this);
-  e->setObjectName(name);
-  e->setReadOnly(true);
-  e->setFocusPolicy(Qt::NoFocus);
-  e->setMaximumWidth(120);
-  return e;
-}
 
 QLineEdit* ImageVTRDialog::Field(Form_ImageVTR::Field field, const char* name) {
   auto* e = new QLineEdit(this);
@@ -299,9 +281,9 @@ ImageVTRDialog::ImageVTRDialog(QWidget* parent) : QDialog(parent) {
   // The run.
   auto* runBox = new QGroupBox("Recording", this);
   auto* rl = new QGridLayout(runBox);
-  time_ = Display("Text_Time");
-  rate_ = Display("Text_Rate");
-  records_ = Display("Text_Records");
+  time_ = DisplayField(this, "Text_Time", 120);
+  rate_ = DisplayField(this, "Text_Rate", 120);
+  records_ = DisplayField(this, "Text_Records", 120);
   rl->addWidget(new QLabel("Time", runBox), 0, 0);
   rl->addWidget(time_, 0, 1);
   rl->addWidget(new QLabel("Rate", runBox), 0, 2);
