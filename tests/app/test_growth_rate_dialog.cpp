@@ -1,5 +1,5 @@
 // The growth-rate window from a plot on the offscreen platform: the plot's
-// "MathGrowthRate" brings it up on the plot's curve; Calculate fills the
+// "MathGrowthRate", pressed as Data > Growth Rate, brings it up on the plot's curve; Calculate fills the
 // results, "Show &SHT" shows the working sheet in the window and turns into
 // "Hide &SHT"; a refused threshold sends the focus to its field.
 
@@ -18,10 +18,13 @@
 
 #include "app/growth_rate_dialog.h"
 #include "core/globals.h"
+#include "core/mdi_main.h"
 #include "plot/form_plot.h"
+#include "plot/plot_documents.h"
 #include "support/scripted_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/sheet_plot.h"
+#include "worksheet/worksheet_documents.h"
 
 using namespace sv;
 
@@ -30,7 +33,8 @@ class TestGrowthRateDialog : public QObject {
 
  private:
   std::unique_ptr<test::ScriptedHost> host_;
-  std::unique_ptr<Form_Worksheet> sheet_;
+  std::unique_ptr<MDIForm_Main> main_;
+  Form_Worksheet* sheet_ = nullptr;
   Form_Plot* plot_ = nullptr;
   std::filesystem::path dir_;
 
@@ -46,6 +50,13 @@ class TestGrowthRateDialog : public QObject {
     });
   }
 
+  // Data > Growth Rate with the plot in front.
+  void PressGrowthRate() {
+    main_->PrepareAllMenus();
+    QVERIFY(main_->FindMenu("mnuGrowthRate")->enabled);
+    main_->Click("mnuGrowthRate");
+  }
+
  private slots:
   void init() {
     ResetGlobals();
@@ -54,13 +65,14 @@ class TestGrowthRateDialog : public QObject {
     std::filesystem::create_directories(dir_);
     host_->configFolder = dir_.string();
     host_->programFolder = dir_.string();
-    SetPlotFactory([](Form_Worksheet& s, bool threeD) -> std::unique_ptr<SheetPlot> {
-      auto plot = std::make_unique<Form_Plot>(nullptr, threeD);
-      plot->SetWorksheet(&s);
-      return plot;
-    });
+    main_ = std::make_unique<MDIForm_Main>();
+    SetMainForm(main_.get());
+    RegisterWorksheetDocuments(*main_);
+    RegisterPlotDocuments(*main_);
     // 300 samples 0.1 s apart, one oscillation each 3 s.
-    sheet_ = std::make_unique<Form_Worksheet>();
+    sheet_ = dynamic_cast<Form_Worksheet*>(main_->CreateWorksheet());
+    QVERIFY(sheet_);
+    main_->ShowChild(sheet_->Handle());
     sheet_->Cols(3);
     sheet_->Rows(301);
     for (long r = 1; r <= 300; ++r) {
@@ -75,13 +87,17 @@ class TestGrowthRateDialog : public QObject {
     QVERIFY(plot_);
     plot_->AddCurve();
     plot_->CurveXCol(1);
+    main_->ShowChild(plot_->Handle());
+    main_->SetActiveChild(plot_->Handle());
     app::InstallGrowthRateDialog(nullptr);
   }
   void cleanup() {
     GrowthWindows() = GrowthRateWindows();
     Form_Plot::RegisterOperation("MathGrowthRate", nullptr);
-    sheet_.reset();
+    SetMainForm(nullptr);
+    main_.reset();
     SetPlotFactory(nullptr);
+    SetAddPlotHandler(nullptr);
     host_.reset();
     std::filesystem::remove_all(dir_);
   }
@@ -106,7 +122,7 @@ class TestGrowthRateDialog : public QObject {
       tableRows = table->rowCount();
       d->accept();
     });
-    QVERIFY(plot_->Invoke("MathGrowthRate"));
+    PressGrowthRate();
     QVERIFY2(rate.startsWith("0.333"), qPrintable(rate));
     QCOMPARE(hidden, QString("Show &SHT"));
     QCOMPARE(caption, QString("Hide &SHT"));
@@ -125,7 +141,7 @@ class TestGrowthRateDialog : public QObject {
       rate = d->findChild<QLineEdit*>("Text_GrowthRate")->text();
       d->accept();
     });
-    QVERIFY(plot_->Invoke("MathGrowthRate"));
+    PressGrowthRate();
     QCOMPARE(focused, QString("Text_Delta"));
     QVERIFY(rate.isEmpty());
     QCOMPARE(host_->messages.size(), size_t(1));

@@ -89,6 +89,7 @@ void TestRFactorDialog::menuComparesTwoSheets() {
   for (int k = 0; k < 2; ++k) {
     sheets[k] = dynamic_cast<Form_Worksheet*>(main.CreateWorksheet());
     QVERIFY(sheets[k]);
+    main.ShowChild(sheets[k]->Handle());
     Form_Worksheet& s = *sheets[k];
     s.Cols(3);
     s.Rows(41);
@@ -111,7 +112,9 @@ void TestRFactorDialog::menuComparesTwoSheets() {
     dialog->findChild<QLineEdit*>("Text_ShiftStep")->setText("1");
     dialog->findChild<QPushButton*>("Command_Calculate")->click();
   });
-  sheets[0]->Invoke("MathRFactor");
+  main.SetActiveChild(sheets[0]->Handle());
+  main.PrepareAllMenus();
+  main.Click("mnuRFactor");
   auto* result = parent.findChild<QPlainTextEdit*>("Text_Result");
   QVERIFY(result);
   QVERIFY2(result->toPlainText().endsWith("overall:\tR.Pendry = 0.000\tshift = 2.00 eV\n"),
