@@ -13,6 +13,7 @@
 #include <QVBoxLayout>
 
 #include "app/form_binding.h"
+#include "app/plot_window.h"
 #include "worksheet/form_worksheet.h"
 
 namespace sv::app {
@@ -103,11 +104,11 @@ GrowthRateDialog::GrowthRateDialog(Form_GrowthRate& form, QWidget* parent)
   buttons->addWidget(showSht_);
   buttons->addStretch();
   buttons->addWidget(close);
-  auto* layout = new QVBoxLayout(this);
-  layout->addLayout(grid);
-  layout->addWidget(status_);
-  layout->addLayout(buttons);
-  layout->addWidget(table_);
+  layout_ = new QVBoxLayout(this);
+  layout_->addLayout(grid);
+  layout_->addWidget(status_);
+  layout_->addLayout(buttons);
+  layout_->addWidget(table_);
 
   connect(curve_, qOverload<int>(&QComboBox::activated), this, [this](int i) {
     Store();
@@ -154,6 +155,18 @@ void GrowthRateDialog::LoadControls() {
   growth_->setText(Q(form_.Label_Growth));
   status_->setText(Q(form_.Status));
   showSht_->setText(Q(form_.ShowShtCaption()));
+  // The analysis draws its result plot below the buttons; the window lets
+  // go of the plot before the presenter's sheet ends it.
+  if (Form_Plot* p = form_.ResultPlot()) {
+    if (!plot_ || plot_->Plot() != p) {
+      delete plot_;
+      plot_ = new PlotWindow(*p, this);
+      plot_->setObjectName("ResultPlot");
+      plot_->setMinimumSize(360, 250);
+      layout_->insertWidget(layout_->indexOf(table_), plot_, 1);
+    }
+    p->Plot();
+  }
   table_->setVisible(form_.SheetShown());
   if (!form_.SheetShown() || !form_.Sheet()) return;
   const Form_Worksheet& s = *form_.Sheet();

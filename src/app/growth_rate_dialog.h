@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QPointer>
 
 #include "fit/form_growth_rate.h"
 
@@ -14,8 +15,11 @@ class QLineEdit;
 class QPushButton;
 class QRadioButton;
 class QTableWidget;
+class QVBoxLayout;
 
 namespace sv::app {
+
+class PlotWindow;
 
 class GrowthRateDialog : public QDialog {
   Q_OBJECT
@@ -25,6 +29,9 @@ class GrowthRateDialog : public QDialog {
   // Every control shown anew from the presenter.
   void LoadControls();
   QTableWidget* SheetTable() const { return table_; }
+  // The picture of the last analysis ("Min/Max Analysis", "FFT Analysis"),
+  // nullptr before the first.
+  PlotWindow* ResultPlot() const { return plot_; }
 
  private:
   void Store();
@@ -39,6 +46,8 @@ class GrowthRateDialog : public QDialog {
   QLabel *unit_, *growth_, *status_;
   QPushButton* showSht_;
   QTableWidget* table_;
+  QVBoxLayout* layout_;
+  QPointer<PlotWindow> plot_;
 };
 
 // Sets the window the "MathGrowthRate" operation shows, and registers it.

@@ -17,6 +17,7 @@
 #include <memory>
 
 #include "app/growth_rate_dialog.h"
+#include "app/plot_window.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "plot/form_plot.h"
@@ -106,6 +107,8 @@ class TestGrowthRateDialog : public QObject {
     QString rate, caption, hidden;
     int tableRows = -1;
     bool tableShown = false;
+    QString plotTitle;
+    int inked = 0;
     WhenShown([&](QDialog* d) {
       auto* curve = d->findChild<QComboBox*>("Combo_Curve");
       QCOMPARE(curve->count(), 1);
@@ -113,6 +116,14 @@ class TestGrowthRateDialog : public QObject {
       d->findChild<QLineEdit*>("Text_Delta")->setText("10");
       QTest::mouseClick(d->findChild<QPushButton*>("Command_Calculate"), Qt::LeftButton);
       rate = d->findChild<QLineEdit*>("Text_GrowthRate")->text();
+      auto* dialog = qobject_cast<app::GrowthRateDialog*>(d);
+      QVERIFY(dialog && dialog->ResultPlot() && dialog->ResultPlot()->Plot());
+      plotTitle = QString::fromStdString(dialog->ResultPlot()->Plot()->TitleText());
+      // The curve and its extremes are drawn: dark pixels on the page.
+      const QImage picture = dialog->ResultPlot()->PictureImage();
+      for (int y = 0; y < picture.height(); y += 2)
+        for (int x = 0; x < picture.width(); x += 2)
+          if (qGray(picture.pixel(x, y)) < 128) ++inked;
       auto* show = d->findChild<QPushButton*>("Command_ShowSht");
       hidden = show->text();
       QTest::mouseClick(show, Qt::LeftButton);
@@ -124,6 +135,8 @@ class TestGrowthRateDialog : public QObject {
     });
     PressGrowthRate();
     QVERIFY2(rate.startsWith("0.333"), qPrintable(rate));
+    QCOMPARE(plotTitle, QString("Min/Max Analysis"));
+    QVERIFY2(inked > 100, qPrintable(QString::number(inked)));
     QCOMPARE(hidden, QString("Show &SHT"));
     QCOMPARE(caption, QString("Hide &SHT"));
     QVERIFY(tableShown);
