@@ -180,6 +180,8 @@ void GrowthRateDialog::LoadControls() {
       table_->setItem(int(r - 1), int(c - 1), new QTableWidgetItem(Q(s.CellAt(r, c).Text())));
 }
 
+PlotWindow* GrowthRateDialog::ResultPlot() const { return plot_; }
+
 void GrowthRateDialog::Store() {
   form_.Text_t1 = t1_->text().toStdString();
   form_.Text_t2 = t2_->text().toStdString();

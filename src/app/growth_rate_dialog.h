@@ -31,7 +31,7 @@ class GrowthRateDialog : public QDialog {
   QTableWidget* SheetTable() const { return table_; }
   // The picture of the last analysis ("Min/Max Analysis", "FFT Analysis"),
   // nullptr before the first.
-  PlotWindow* ResultPlot() const { return plot_; }
+  PlotWindow* ResultPlot() const;
 
  private:
   void Store();
