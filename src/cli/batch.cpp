@@ -18,6 +18,7 @@
 #include "cli/batch_growth.h"
 #include "cli/batch_grab.h"
 #include "cli/batch_host.h"
+#include "cli/batch_image_op.h"
 #include "cli/batch_images.h"
 #include "cli/batch_lines.h"
 #include "cli/batch_links.h"
@@ -106,7 +107,7 @@ std::string Usage() {
          "              Section/Key=value a line; a FILE without a folder is\n"
          "              looked for in the config folder\n"
          "  help        this text\n" +
-         GrabUsage() + ImageUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() + FitUsage() + RFactorUsage() + GrowthUsage() + AugerUsage() +
+         GrabUsage() + ImageUsage() + ImageOpUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() + FitUsage() + RFactorUsage() + GrowthUsage() + AugerUsage() +
          DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage() + FilmUsage() + FilmEditUsage() + FilmScanUsage() +
          RecordUsage();
 }
@@ -125,6 +126,7 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "grabbers") return GrabbersCommand(args, out, err);
   if (cmd == "image-info") return ImageInfo(args, out, err);
   if (cmd == "image-convert") return ImageConvert(args, out, err);
+  if (cmd == "image-op") return ImageOpCommand(args, out, err);
   if (cmd == "grab") return GrabCommand(args, out, err);
   if (cmd == "scan") return ScanCommand(args, out, err);
   if (cmd == "sheet-info") return SheetInfo(args, out, err);
