@@ -19,6 +19,10 @@ class ChildDocument {
   // when this class does not offer it, in which case nothing happens.
   virtual bool Invoke(const std::string& operation) = 0;
   virtual bool Offers(const std::string& operation) const = 0;
+  // The same for an entry of a menu array: `index` is the entry's element
+  // (-1 for a single entry). Documents whose operations do not look at it
+  // run Invoke.
+  virtual bool InvokeAt(const std::string& operation, int /*index*/) { return Invoke(operation); }
 
   virtual std::string Caption() const = 0;
   virtual bool Changed() const { return false; }

@@ -149,6 +149,12 @@ void MDIForm_Main::BuildMenus() {
   menuBar_.name = "MenuBar";
   auto routed = [](const std::string& name, const std::string& caption,
                    const std::string& shortcut = "") { return Item(name, caption, shortcut); };
+  // An element of a menu array; the operation it is routed to reads the index.
+  auto Indexed = [](const std::string& name, int index, const std::string& caption) {
+    MenuEntry e = Item(name, caption);
+    e.index = index;
+    return e;
+  };
   menuBar_.children = {
       Top("mnuFile", "&File",
           {Top("mnuNew", "&New",
@@ -191,18 +197,31 @@ void MDIForm_Main::BuildMenus() {
           {routed("mnuVGALut", "&LUT..."), routed("mnuHistogram", "&Histogram..."),
            routed("mnuImageInfo", "&Info..."), Separator("mnuImageDummy1"),
            routed("mnuDuplicate", "&Duplicate"), routed("mnuConvert", "Con&vert..."),
-           routed("mnuConvertToImage", "Convert to &Image"), routed("mnuDynamik", "D&ynamic..."),
+           routed("mnuConvertToImage", "Convert to &Image"),
+           Top("mnuDynamikMenu", "D&ynamic",
+               {Indexed("mnuDynamik", 8, "&8 Bit"), Indexed("mnuDynamik", 9, "&9 Bit"),
+                Indexed("mnuDynamik", 10, "1&0 Bit"), Indexed("mnuDynamik", 11, "11 &Bit"),
+                Indexed("mnuDynamik", 12, "1&2 Bit"), Indexed("mnuDynamik", 13, "1&3 Bit"),
+                Indexed("mnuDynamik", 14, "1&4 Bit"), Indexed("mnuDynamik", 15, "1&5 Bit"),
+                Indexed("mnuDynamik", 16, "1&6 Bit")}),
            Top("mnuColors", "&Colors",
                {routed("mnuColorsColorCount", "&Color Count"),
                 routed("mnuColorsGreyScale", "&Grey Scale"),
                 routed("mnuColorsSplitToRGB", "&Split to RGB"),
                 routed("mnuColorsTrueColor", "&True Color")}),
-           Separator("mnuImageDummy2"), routed("mnuRotate", "&Rotate..."),
+           Separator("mnuImageDummy2"), routed("mnuResize", "Re&size..."),
+           Indexed("mnuRotate", 0, "&Rotate Right"), Indexed("mnuRotate", 1, "Rotate Le&ft"),
            routed("mnuFlip", "&Flip"), routed("mnuMirror", "&Mirror"),
-           routed("mnuField", "F&ield"), routed("mnuNegativeImage", "&Negative"),
+           Indexed("mnuField", 1, "F&ield 1"), Indexed("mnuField", 2, "Fi&eld 2"),
+           routed("mnuNegativeImage", "&Negative"),
            Separator("mnuImageDummy3"), routed("mnuBinarize", "&Binarize..."),
-           routed("mnuDilatation", "Di&latation"), routed("mnuErosion", "&Erosion"),
-           routed("mnuMorphOpen", "Morph. &Open"), routed("mnuMorphClose", "Morph. Cl&ose"),
+           Indexed("mnuDilatation", 0, "Di&latation 4x"),
+           Indexed("mnuDilatation", 1, "Dilatation 8x"),
+           Indexed("mnuErosion", 0, "&Erosion 4x"), Indexed("mnuErosion", 1, "Erosion 8x"),
+           Indexed("mnuMorphOpen", 0, "Morph. &Open 4x"),
+           Indexed("mnuMorphOpen", 1, "Morph. Open 8x"),
+           Indexed("mnuMorphClose", 0, "Morph. Cl&ose 4x"),
+           Indexed("mnuMorphClose", 1, "Morph. Close 8x"),
            routed("mnuEdge", "E&dge"), Separator("mnuImageDummy4"),
            routed("mnuMeasureOfLength", "Measure of &Length..."),
            Item("mnuFullScreen", "F&ull Screen")}),
@@ -278,6 +297,7 @@ void MDIForm_Main::BuildMenus() {
       {"mnuConvertToImage", "ConvertToImage"}, {"mnuBinarize", "Binarize"},
       {"mnuDilatation", "Dilatation"}, {"mnuErosion", "Erosion"}, {"mnuMorphOpen", "MorphOpen"},
       {"mnuMorphClose", "MorphClose"}, {"mnuEdge", "Edge"}, {"mnuRotate", "Rotate"},
+      {"mnuResize", "Resize"},
       {"mnuFlip", "Flip"}, {"mnuMirror", "Mirror"}, {"mnuField", "field"},
       {"mnuNegativeImage", "Negative"}, {"mnuDynamik", "ChangeImageDynamikTo"},
       {"mnuColorsColorCount", "ColorCount"}, {"mnuColorsGreyScale", "GreyScale"},
@@ -422,7 +442,7 @@ void MDIForm_Main::Click(const std::string& name, int index) {
     if (!routes_.count(name)) return;
   }
   if (auto r = routes_.find(name); r != routes_.end()) {
-    RouteToActive(r->second);
+    RouteToActive(r->second, index);
     return;
   }
   if (auto c = commands_.find(name); c != commands_.end()) c->second(index);
@@ -446,11 +466,11 @@ void MDIForm_Main::ToolbarClick(const std::string& key) {
   }
 }
 
-void MDIForm_Main::RouteToActive(const std::string& operation) {
+void MDIForm_Main::RouteToActive(const std::string& operation, int index) {
   ChildDocument* doc = ActiveChild();
   if (!doc || doc->Locked()) return;
   // A class that does not offer the operation ignores it.
-  if (doc->Offers(operation)) doc->Invoke(operation);
+  if (doc->Offers(operation)) doc->InvokeAt(operation, index);
   UpdateToolbarState();
 }
 

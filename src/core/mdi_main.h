@@ -194,7 +194,7 @@ class MDIForm_Main {
  private:
   void BuildMenus();
   void BuildToolbars();
-  void RouteToActive(const std::string& operation);
+  void RouteToActive(const std::string& operation, int index = -1);
   void RefreshLastFileMenu();
   void AddChild(std::unique_ptr<ChildDocument> doc);
 

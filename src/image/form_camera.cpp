@@ -12,6 +12,7 @@
 #include "core/mdi_main.h"
 #include "image/form_lut.h"
 #include "image/image_files.h"
+#include "image/image_operations.h"
 #include "image/kernel/sv_kernel.h"
 
 namespace sv {
@@ -77,10 +78,28 @@ bool Form_Camera::IsActive() const {
   return active == nullptr || active == this;
 }
 
+std::map<std::string, ImageOperation>& ImageOperationTable() {
+  static std::map<std::string, ImageOperation> table;
+  return table;
+}
+
 bool Form_Camera::Offers(const std::string& operation) const {
   for (const char* op : kOperations)
     if (operation == op) return true;
-  return false;
+  const auto& table = ImageOperationTable();
+  auto it = table.find(operation);
+  return it != table.end() && it->second.run && (!it->second.offered || it->second.offered(*this));
+}
+
+bool Form_Camera::InvokeAt(const std::string& operation, int index) {
+  const auto& table = ImageOperationTable();
+  if (auto it = table.find(operation); it != table.end() && Offers(operation)) {
+    // A copy: the operation may change the table's owner's state.
+    const auto run = it->second.run;
+    run(*this, index);
+    return true;
+  }
+  return Invoke(operation);
 }
 
 bool Form_Camera::Invoke(const std::string& operation) {
@@ -112,6 +131,7 @@ bool Form_Camera::Invoke(const std::string& operation) {
     sv::FileSaveAs(*this);
     return true;
   }
+  if (ImageOperationTable().count(operation)) return InvokeAt(operation, -1);
   return false;
 }
 
@@ -231,6 +251,29 @@ void Form_Camera::SetHasColors(bool colour) {
   HasColors_ = colour;
   Header.bmiHeader.biBitCount = colour ? 24 : 8;
   if (!colour) FillPalette(LUTtype_, Header.bmiColors);
+}
+
+bool Form_Camera::AdoptImage(long width, long height, bool colour, std::vector<uint16_t>& pixels) {
+  if (width <= 0 || height <= 0) return false;
+  const size_t samples = size_t(width) * size_t(height) * (colour ? 3 : 1);
+  if (pixels.size() != samples || samples * sizeof(uint16_t) > size_t(kMaxImageBytes)) return false;
+  const bool sameShape = width == sizedWidth_ && height == sizedHeight_ && colour == HasColors_;
+  SetHasColors(colour);
+  Header.bmiHeader.biWidth = static_cast<int32_t>(width);
+  Header.bmiHeader.biHeight = static_cast<int32_t>(height);
+  ImagePtr_.swap(pixels);
+  ImageBytes_ = long(samples * sizeof(uint16_t));
+  const long byteWidth = DisplayByteWidth(width, colour);
+  const bool displayFits = byteWidth == ImageByteWidth_ && height == sizedHeight_;
+  ImageByteWidth_ = byteWidth;
+  sizedWidth_ = width;
+  sizedHeight_ = height;
+  sizedColour_ = colour;
+  if (!displayFits) DIB_Create();
+  if (!sameShape && GrabPtr_.size() != samples) Allocate(GrabPtr_, samples);
+  SizeImage();
+  Update8BitImage();
+  return true;
 }
 
 void Form_Camera::CreateImage(long width, long height, long bits, const void* source) {
@@ -469,14 +512,23 @@ void Form_Camera::UndoControls(bool enabled, const std::string& name) {
 }
 
 void Form_Camera::RegisterUndo(const std::string& name) {
+  // A buffer of the same size is used again rather than allocated afresh.
+  std::vector<uint16_t> previous;
+  previous.swap(UndoBuffer);
   ClearUndo();
   if (!G().UndoEnabled || !ImagePtr()) return;
   std::string stripped = name;
   stripped.erase(std::remove(stripped.begin(), stripped.end(), '&'), stripped.end());
   UndoName_ = stripped;
   UndoHeader = Header;
+  UndoBitsPerPixel = ImageBitsPerPixel_;
   // Without the memory there is simply no undo.
-  Allocate(UndoBuffer, ImagePtr_.size());
+  if (previous.size() == ImagePtr_.size())
+    UndoBuffer.swap(previous);
+  else {
+    Release(previous);
+    Allocate(UndoBuffer, ImagePtr_.size());
+  }
   if (UndoBuffer.empty()) return;
   SV_memcpy(UndoBuffer.data(), ImagePtr(), UndoBuffer.size() * sizeof(uint16_t));
   UndoControls(true, stripped);
@@ -492,6 +544,8 @@ void Form_Camera::Undo() {
     SV_memcpy(ImagePtr(), UndoBuffer.data(),
               std::min(ImagePtr_.size(), UndoBuffer.size()) * sizeof(uint16_t));
   if (UndoName_ == "Resize" || UndoName_ == "Rotate") OptimizeFormSize();
+  // The depth comes back with the samples.
+  if (UndoBitsPerPixel != ImageBitsPerPixel_) SetImageBitsPerPixel(UndoBitsPerPixel);
   ClearUndo();
   Update8BitImage();
 }
@@ -648,6 +702,7 @@ void RegisterImageDocuments(MDIForm_Main& main) {
     return std::make_unique<Form_Camera>(&m);
   });
   RegisterImageFiles(main);
+  RegisterImageOperations();
   MDIForm_Main* m = &main;
   main.SetCommand("mnuNewImage", [m](int) {
     Form_Camera* image = NewImage(*m);

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,7 @@ class Form_Camera : public ChildDocument {
   // ChildDocument.
   DocKind Kind() const override { return DocKind::Image; }
   bool Invoke(const std::string& operation) override;
+  bool InvokeAt(const std::string& operation, int index) override;
   bool Offers(const std::string& operation) const override;
   std::string Caption() const override;
   bool Changed() const override { return changed_; }
@@ -85,6 +87,11 @@ class Form_Camera : public ChildDocument {
   long ImageDynamik() const { return ImageDynamik_; }
   bool HasColors() const { return HasColors_; }
   void SetHasColors(bool colour);
+  // Takes `pixels` as the image, of the new shape, without copying them; the
+  // old pixels come back in `pixels`. `pixels` holds width x height samples,
+  // three a pixel for colour. The display and grab buffers follow the shape;
+  // the bit depth stays. False, with nothing changed, for a wrong count.
+  bool AdoptImage(long width, long height, bool colour, std::vector<uint16_t>& pixels);
   uint16_t* ImagePtr() { return ImagePtr_.empty() ? nullptr : ImagePtr_.data(); }
   const uint16_t* ImagePtr() const { return ImagePtr_.empty() ? nullptr : ImagePtr_.data(); }
   // The display copy: the samples through the table, made when it is first
@@ -176,6 +183,7 @@ class Form_Camera : public ChildDocument {
   BitmapInfo UndoHeader;
   std::vector<uint16_t> UndoBuffer;
   std::string UndoName_;
+  long UndoBitsPerPixel = 8;  // the depth at the time of RegisterUndo
   std::string Filename;
   bool HasFilename() const { return !Filename.empty(); }
   std::string ImgDescription;
@@ -248,6 +256,15 @@ class Form_Camera : public ChildDocument {
 // Told by SetLUT when the table was rebuilt on an image whose mode is 4: the
 // line tool's profile window follows the LUT limits. Empty: nobody.
 std::function<void(float lutMin, float lutMax)>& LineScanPlotRange();
+
+// The operations of the image menu beyond the document's own, offered by
+// every image for which `offered` (when set) says yes; `run` gets the menu
+// array's index, -1 for a single entry.
+struct ImageOperation {
+  std::function<bool(const Form_Camera&)> offered;
+  std::function<void(Form_Camera&, int index)> run;
+};
+std::map<std::string, ImageOperation>& ImageOperationTable();
 
 // Makes a new image document through the main window.
 Form_Camera* NewImage(MDIForm_Main& main);
