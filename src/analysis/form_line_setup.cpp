@@ -9,6 +9,7 @@
 
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
+#include "analysis/calibration_settings.h"
 #include "analysis/form_line_scan_plot.h"
 #include "analysis/form_window_setup.h"
 #include "analysis/window_tools.h"
@@ -210,10 +211,9 @@ void Form_LineSetup::Refresh() {
 void Form_LineSetup::UpdateLabels() {
   const ScanLine& l = Current();
   const double dx = double(l.X2 - l.X1), dy = double(l.Y2 - l.Y1);
-  Label_Length = "Length = " + OneDecimal(std::hypot(dx, dy)) + " Pixel";
-  // Image rows grow downwards; the angle is counted as on paper.
-  const double angle = dx == 0 && dy == 0 ? 0.0 : std::atan2(-dy, dx) * 180.0 / std::numbers::pi;
-  Label_Angle = "Angle = " + OneDecimal(angle + 0.0) + "\xC2\xB0";  // no "-0.0"
+  Label_Length = "Length = " + OneDecimal(CalLength(float(dx), float(dy))) + " " + CalUnit();
+  // Image rows grow downwards; the angle is counted as on paper, 0 to 360.
+  Label_Angle = "Angle = " + OneDecimal(CalAngle(float(dx), float(-dy))) + "\xC2\xB0";
 }
 
 void Form_LineSetup::UpdateButtonStatus() {
@@ -227,8 +227,7 @@ void Form_LineSetup::UpdateButtonStatus() {
   Ctl_Command_ScanT.Enabled = valid && !scanning_ && MainForm() != nullptr;
   Ctl_Command_Grab.Enabled = G().GrabberOK && !Scanning();
   Ctl_Command_SHT.Enabled = !LG().Profile.empty() && !Scanning() && MainForm() != nullptr;
-  // The intensity calibration of profiles is not offered yet.
-  Ctl_Command_Calibration.Enabled = false;
+  Ctl_Command_Calibration.Enabled = true;
 }
 
 void Form_LineSetup::Redraw() {
@@ -343,7 +342,11 @@ void Form_LineSetup::Command_Color(int32_t rgb) {
   Changed();
 }
 
-void Form_LineSetup::Command_Calibration() {}
+void Form_LineSetup::Command_Calibration() {
+  ShowLengthCalibration();
+  UpdateLabels();
+  Changed();
+}
 
 void Form_LineSetup::Command_Close() { Unload(); }
 

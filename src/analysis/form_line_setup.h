@@ -91,7 +91,7 @@ class Form_LineSetup {
   void Command_SHT();
   void Command_Delete();
   void Command_Color(int32_t rgb);
-  void Command_Calibration();  // the intensity calibration of profiles: not offered yet
+  void Command_Calibration();  // the length calibration dialog; the labels follow
   void Command_Close();
 
   // The image document's call after each new image.

@@ -143,6 +143,7 @@ class Form_WindowSetup {
   void Command_Delete();
   void Command_Close();
   void Command_Color(int32_t rgb);  // the colour the colour dialog gave
+  void Command_Calibration();       // the intensity calibration dialog
   void Command_AddSum();
   void Command_ClearSum();
 

@@ -54,7 +54,7 @@ float CalAngle(float fx, float fy) {
   if (std::fabs(dy) < dx) {
     double a = Degrees(std::atan(dy / dx));
     if (a < 0) a += 360.0;
-    return float(a);
+    return float(a + 0.0);  // no -0
   }
   if (std::fabs(dx) < dy) return float(90.0 - Degrees(std::atan(dx / dy)));
   if (-std::fabs(dy) > dx) return float(Degrees(std::atan(dy / dx)) + 180.0);

@@ -420,6 +420,10 @@ class Form_Worksheet : public ChildDocument {
   // True when the sheet was saved.
   bool FileSave();
   bool FileSaveAs();
+  // The save dialog's filter, and the extension (without the dot) a name
+  // chosen there without one gets.
+  std::string SaveFilter = "Worksheet Files (*.sht)|*.sht||";
+  std::string DefaultExt = "sht";
   void FileAppend();
   void FileExport();
   void FileImportAscii();

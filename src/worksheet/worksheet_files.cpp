@@ -313,15 +313,15 @@ bool IsMosChoice(const FileDialogResult& r) {
 namespace {
 
 // The save dialog; "" when cancelled.
-std::string AskSaveSheet(const std::string& proposed) {
+std::string AskSaveSheet(const Form_Worksheet& sheet) {
   if (!HasHost()) return "";
   FileDialog dlg;
   dlg.title = kSaveTitle;
-  dlg.filter = "Worksheet Files (*.sht)|*.sht||";
+  dlg.filter = sheet.SaveFilter;
   dlg.folder = StartFolder();
-  dlg.fileName = NameOf(proposed);
+  dlg.fileName = NameOf(sheet.Filename());
   std::string path = host().SaveFileDialog(dlg).path;
-  if (!path.empty() && !HasDot(path)) path += ".sht";
+  if (!path.empty() && !HasDot(path)) path += "." + sheet.DefaultExt;
   return path;
 }
 
@@ -330,7 +330,7 @@ std::string AskSaveSheet(const std::string& proposed) {
 long Form_Worksheet::SaveWorksheet(const std::string& filename, bool silent) {
   std::string name = filename;
   if (name.empty()) {
-    name = AskSaveSheet(Filename());
+    name = AskSaveSheet(*this);
     if (name.empty()) return 0;
   }
   BusyScope busy(*this);
@@ -784,7 +784,7 @@ bool Form_Worksheet::FileSave() {
 }
 
 bool Form_Worksheet::FileSaveAs() {
-  const std::string path = AskSaveSheet(Filename());
+  const std::string path = AskSaveSheet(*this);
   if (path.empty()) return false;
   return SaveWorksheet(path) == 0;
 }

@@ -119,10 +119,10 @@ TEST_F(FormLineSetupTest, OpeningTakesThePictureAndTheFieldsFollowTheLine) {
   EXPECT_EQ(Line(2).Mode, 4);
   EXPECT_EQ(LineModeName(4), "Link to Window 4");
   EXPECT_EQ(LineModeName(0), "Fixed Position");
-  // A still image has nothing to average; the calibration is not offered.
+  // A still image has nothing to average; the length calibration is there.
   EXPECT_FALSE(form().Ctl_Combo_Averaging.Enabled);
   EXPECT_EQ(form().Combo_AveragingText, "1");
-  EXPECT_FALSE(form().Ctl_Command_Calibration.Enabled);
+  EXPECT_TRUE(form().Ctl_Command_Calibration.Enabled);
   form().Unload();
   EXPECT_EQ(image->mode(), 0);
 }

@@ -37,6 +37,7 @@ TEST(CalibrationAngle, EightDirectionsAndTheAxes) {
   EXPECT_FLOAT_EQ(CalAngle(-1, 1), 135.0f);
   EXPECT_FLOAT_EQ(CalAngle(1, -1), 315.0f);
   EXPECT_FLOAT_EQ(CalAngle(1, 0), 0.0f);
+  EXPECT_FALSE(std::signbit(CalAngle(1, -0.0f)));
   EXPECT_FLOAT_EQ(CalAngle(0, 1), 90.0f);
   EXPECT_FLOAT_EQ(CalAngle(-1, 0), 180.0f);
   EXPECT_FLOAT_EQ(CalAngle(0, -1), 270.0f);
