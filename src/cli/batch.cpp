@@ -12,6 +12,7 @@
 #include "cli/batch_film.h"
 #include "cli/batch_film_edit.h"
 #include "cli/batch_film_scan.h"
+#include "cli/batch_filters.h"
 #include "cli/batch_auger.h"
 #include "cli/batch_fit.h"
 #include "cli/batch_rfactor.h"
@@ -21,11 +22,13 @@
 #include "cli/batch_image_op.h"
 #include "cli/batch_images.h"
 #include "cli/batch_lines.h"
+#include "cli/batch_particles.h"
 #include "cli/batch_links.h"
 #include "cli/batch_plot.h"
 #include "cli/batch_record.h"
 #include "cli/batch_run.h"
 #include "cli/batch_scan.h"
+#include "cli/batch_calibrate.h"
 #include "cli/batch_sheets.h"
 #include "cli/batch_trigger.h"
 #include "core/globals.h"
@@ -107,9 +110,9 @@ std::string Usage() {
          "              Section/Key=value a line; a FILE without a folder is\n"
          "              looked for in the config folder\n"
          "  help        this text\n" +
-         GrabUsage() + ImageUsage() + ImageOpUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() + FitUsage() + RFactorUsage() + GrowthUsage() + AugerUsage() +
+         GrabUsage() + ImageUsage() + ImageOpUsage() + FiltersUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() + ParticlesUsage() + FitUsage() + RFactorUsage() + GrowthUsage() + AugerUsage() +
          DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage() + FilmUsage() + FilmEditUsage() + FilmScanUsage() +
-         RecordUsage();
+         RecordUsage() + CalibrateUsage();
 }
 
 int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -127,14 +130,17 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "image-info") return ImageInfo(args, out, err);
   if (cmd == "image-convert") return ImageConvert(args, out, err);
   if (cmd == "image-op") return ImageOpCommand(args, out, err);
+  if (cmd == "filters") return FiltersCommand(args, out, err);
   if (cmd == "grab") return GrabCommand(args, out, err);
   if (cmd == "scan") return ScanCommand(args, out, err);
+  if (cmd == "calibrate") return CalibrateCommand(args, out, err);
   if (cmd == "sheet-info") return SheetInfo(args, out, err);
   if (cmd == "sheet-export") return SheetExport(args, out, err);
   if (cmd == "sheet-import") return SheetImport(args, out, err);
   if (cmd == "sheet-convert") return SheetConvert(args, out, err);
   if (cmd == "plot-export") return PlotExportCommand(args, out, err);
   if (cmd == "lines") return LinesCommand(args, out, err);
+  if (cmd == "particles") return ParticlesCommand(args, out, err);
   if (cmd == "fit") return FitCommand(args, out, err);
   if (cmd == "rfactor") return RFactorCommand(args, out, err);
   if (cmd == "growth") return GrowthCommand(args, out, err);
