@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
+#include <QLineEdit>
 #include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
@@ -105,6 +106,55 @@ void ShowPeakFit(MDIForm_Main& main, MainWindow& window) {
   QTimer::singleShot(100, &window, [&main] {
     main.PrepareAllMenus();
     main.Click("mnuPeakFit");
+  });
+}
+
+// Growth oscillations of a film's specular spot, the plot in front and the
+// growth-rate window over it after a min/max analysis.
+void ShowGrowthRate(MDIForm_Main& main, MainWindow& window) {
+  if (PreviewRunning()) StopPreview();
+  if (Form_Camera* live = PreviewImage()) main.CloseChild(live->Handle());
+  main.Click("mnuNewWorksheet");
+  auto* sheet = dynamic_cast<Form_Worksheet*>(main.ActiveChild());
+  if (!sheet) return;
+  sheet->Redraw(false);
+  sheet->Rows(401);
+  for (long r = 1; r < sheet->Rows(); ++r) {
+    const double t = 0.25 * double(r - 1);
+    const double damp = std::exp(-t / 60.0);
+    const double y = 600.0 + 300.0 * damp * std::cos(2.0 * M_PI * t / 12.5) + 120.0 * (1 - damp);
+    sheet->TextMatrix(r, 1, Cell(float(t)));
+    sheet->TextMatrix(r, 2, Cell(float(std::round(y + 6.0 * std::sin(t * 7.31)))));
+  }
+  sheet->Col(1);
+  sheet->ColLabel("time (s)");
+  sheet->Col(2);
+  sheet->ColLabel("specular (counts)");
+  sheet->Redraw(true);
+  sheet->SetSelection(0, 2, sheet->Rows() - 1, 2);
+  SheetPlot* made = nullptr;
+  if (!sheet->NewPlot(made)) return;
+  if (auto* plot = dynamic_cast<Form_Plot*>(made)) {
+    plot->AddCurve();
+    plot->CurveXCol(1);
+    plot->TitleText("RHEED oscillations");
+    plot->Plot();
+  }
+  main.ShowChild(made->Handle());
+  main.Click("mnuArrange", 2);
+  main.SetActiveChild(made->Handle());
+  // The window is modal: it is worked from the event loop it runs.
+  QTimer::singleShot(300, &window, [] {
+    for (QWidget* w : QApplication::topLevelWidgets())
+      if (w->isVisible() && w->objectName() == "Form_GrowthRate") {
+        w->move(560, 40);
+        if (auto* delta = w->findChild<QLineEdit*>("Text_Delta")) delta->setText("100");
+        if (auto* calculate = w->findChild<QPushButton*>("Command_Calculate")) calculate->click();
+      }
+  });
+  QTimer::singleShot(100, &window, [&main] {
+    main.PrepareAllMenus();
+    main.Click("mnuGrowthRate");
   });
 }
 
@@ -213,7 +263,7 @@ bool WriteSimulatedFilm(const std::string& path, int frames, double eStart, doub
 
 bool IsScreenshotScene(const std::string& scene) {
   return scene == "live" || scene == "sheet" || scene == "grabber" || scene == "image" ||
-         scene == "recorder" || scene == "player" || scene == "fit";
+         scene == "recorder" || scene == "player" || scene == "fit" || scene == "growth";
 }
 
 void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& scene,
@@ -236,6 +286,9 @@ void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& s
   } else if (scene == "fit") {
     ShowPeakFit(main, window);
     settle = 2500;
+  } else if (scene == "growth") {
+    ShowGrowthRate(main, window);
+    settle = 2000;
   } else if (scene == "recorder") {
     RecordDemoFilm(main, window);
     settle = 3000;

@@ -7,6 +7,7 @@
 
 #include "core/host.h"
 #include "plot/form_plot.h"
+#include "plot/plot_ticks.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/sheet_plot.h"
 
@@ -159,6 +160,9 @@ Form_Plot* Form_GrowthRate::MakeResultPlot(const std::string& title, const std::
     resultPlotHandle_ = resultPlot_->Handle();
   }
   resultPlot_->Curves(0);
+  // Each analysis scales its own plot afresh.
+  resultPlot_->XAxis.From = resultPlot_->XAxis.To = 0;
+  resultPlot_->YAxis.From = resultPlot_->YAxis.To = 0;
   resultPlot_->TitleText(title);
   resultPlot_->XLabelText(xLabel);
   resultPlot_->YLabelText(yLabel);
@@ -217,6 +221,12 @@ bool Form_GrowthRate::MinMaxAnalysis() {
       const auto [lo, hi] = std::minmax_element(data.y.begin(), data.y.end());
       p->YAxis.From = *lo;
       p->YAxis.To = *hi > *lo ? *hi : *lo + 1;
+    }
+    // A range set here keeps its ends; the ticks still follow it.
+    for (PlotAxisRecord* axis : {&p->XAxis, &p->YAxis}) {
+      if (axis->From == axis->To) continue;
+      std::string format = ComputeTicks(*axis, TickFlag::Inc | TickFlag::Ticks);
+      if (!format.empty()) axis->Labels.Text = std::move(format);
     }
   }
 

@@ -82,6 +82,11 @@ TEST_F(GrowthForm, MinMaxFillsSheetPlotAndGrowth) {
   ASSERT_NE(f.ResultPlot(), nullptr);
   EXPECT_EQ(f.ResultPlot()->TitleText(), "Min/Max Analysis");
   EXPECT_EQ(f.ResultPlot()->Curves(), 2);
+  // Scaled to the analysed range, with ticks to label it.
+  EXPECT_EQ(f.ResultPlot()->XAxis.From, 0.0f);
+  EXPECT_EQ(f.ResultPlot()->XAxis.To, 19.95f);
+  EXPECT_GT(f.ResultPlot()->XAxis.Inc, 0.0f);
+  EXPECT_GT(f.ResultPlot()->YAxis.Inc, 0.0f);
   // The sheet shows and hides; the caption tells what a press does.
   EXPECT_EQ(f.ShowShtCaption(), "Show &SHT");
   f.Command_ShowSht();
@@ -95,6 +100,9 @@ TEST_F(GrowthForm, MinMaxFillsSheetPlotAndGrowth) {
   EXPECT_EQ(s->ColName(1), "frequency (Hz)");
   EXPECT_EQ(s->Rows(), 258);
   EXPECT_EQ(f.ResultPlot()->TitleText(), "FFT Analysis");
+  // The same plot scales anew to the spectrum, up to 10 Hz.
+  f.ResultPlot()->Plot();
+  EXPECT_LE(f.ResultPlot()->XAxis.To, 11.0f);
   EXPECT_TRUE(host.messages.empty());
 }
 
