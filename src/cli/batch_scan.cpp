@@ -4,8 +4,10 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "analysis/calibration_settings.h"
 #include "analysis/form_window_setup.h"
 #include "analysis/scan_windows.h"
+#include "cli/batch_calibrate.h"
 #include "cli/batch_host.h"
 #include "core/globals.h"
 #include "core/settings.h"
@@ -35,24 +37,28 @@ std::string PlainLines(const std::string& text) {
 }  // namespace
 
 std::string ScanUsage() {
-  return "  scan IMAGE --par FILE.par [--window N] [--energy EV]\n"
+  return "  scan IMAGE --par FILE.par [--window N] [--energy EV] [--lut FILE.lut]\n"
          "              evaluates every valid window of the parameter file (or\n"
          "              window N, 1 to 8) on the image as one frame and prints\n"
          "              each report; with EV, windows whose size follows the\n"
-         "              energy take their size at EV eV around their centre\n";
+         "              energy take their size at EV eV around their centre;\n"
+         "              the intensity calibration of the settings applies, or\n"
+         "              with --lut that table, switched on\n";
 }
 
 int ScanCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-  std::string imagePath, parPath;
+  std::string imagePath, parPath, lutPath;
   long window = 0;
   bool haveEnergy = false;
   double energy = 0;
   for (size_t i = 1; i < args.size(); ++i) {
     const std::string& a = args[i];
-    const bool takesValue = a == "--par" || a == "--window" || a == "--energy";
+    const bool takesValue = a == "--par" || a == "--window" || a == "--energy" || a == "--lut";
     if (takesValue && i + 1 >= args.size()) return Bad(err, a + " needs a value");
     if (a == "--par") {
       parPath = args[++i];
+    } else if (a == "--lut") {
+      lutPath = args[++i];
     } else if (a == "--window") {
       const std::string& text = args[++i];
       char* end = nullptr;
@@ -83,8 +89,11 @@ int ScanCommand(const std::vector<std::string>& args, std::ostream& out, std::os
   Globals& g = G();
   g.UserIniName = batchHost.UserName();
   g.IniFile = FormIniFile(batchHost.ProgramFolder(), g.UserIniName);
-  // The shape option is the workbench's own setting.
+  // The shape option is the workbench's own setting; the intensity
+  // calibration is read with the rest.
+  InstallCalibration();
   ReadSettings(nullptr);
+  if (!lutPath.empty() && !LoadLutArg(lutPath, err)) return 1;
   ResetWindowGlobals();
   struct Scope {
     ~Scope() { ResetWindowGlobals(); }
