@@ -48,6 +48,18 @@ Form_Camera* BinarizeDo(Form_Camera& image, long threshold, bool newImage, MDIFo
   return target;
 }
 
+std::function<bool(Form_Binarize&)>& BinarizeDialog() {
+  static std::function<bool(Form_Binarize&)> dialog;
+  return dialog;
+}
+
+bool Binarize(Form_Camera& image) {
+  if (!image.ImagePtr() || image.HasColors()) return false;
+  Form_Binarize form(&image);
+  if (!BinarizeDialog() || !BinarizeDialog()(form)) return false;
+  return form.Result != nullptr;
+}
+
 // --- The dialog ---------------------------------------------------------------------
 
 Form_Binarize::Form_Binarize(Form_Camera* image) { Bind(image); }

@@ -4,6 +4,7 @@
 // threshold.
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace sv {
@@ -60,5 +61,14 @@ class Form_Binarize {
   // A whole number (blanks around it allowed), else false.
   static bool ParseThreshold(const std::string& text, long& value);
 };
+
+// The front end's dialog: shows the form modally and answers true when it
+// closed by OK (Command_OK accepted). Without a front end it is empty, which
+// counts as cancelled.
+std::function<bool(Form_Binarize&)>& BinarizeDialog();
+
+// The menu's "Binarize": the dialog on a grey image; true when the image (or
+// a new one) was binarized.
+bool Binarize(Form_Camera& image);
 
 }  // namespace sv

@@ -112,5 +112,22 @@ TEST_F(BinarizeTest, DialogOkReportsABadThresholdAndStays) {
   EXPECT_EQ(Pixels(*form.Result), (std::vector<uint16_t>{0, 0, 0, 255, 255, 255}));
 }
 
+TEST_F(BinarizeTest, MenuRunsThroughTheDialog) {
+  BinarizeDialog() = nullptr;
+  EXPECT_FALSE(Binarize(*image));  // no front end: cancelled
+  std::string seen;
+  BinarizeDialog() = [&seen](Form_Binarize& form) {
+    seen = form.Label_Range;
+    form.Text_Threshold = "128";
+    return form.Command_OK();
+  };
+  EXPECT_TRUE(Binarize(*image));
+  EXPECT_EQ(seen, "(0 - 255)");
+  EXPECT_EQ(Pixels(*image), (std::vector<uint16_t>{0, 0, 0, 0, 255, 255}));
+  BinarizeDialog() = [](Form_Binarize&) { return false; };
+  EXPECT_FALSE(Binarize(*image));
+  BinarizeDialog() = nullptr;
+}
+
 }  // namespace
 }  // namespace sv
