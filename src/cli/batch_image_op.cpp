@@ -36,8 +36,13 @@ int Bad(std::ostream& err, const std::string& why) {
 }  // namespace
 
 const std::vector<ImageOpEntry>& ImageOpTable() {
-  static const std::vector<ImageOpEntry> table = {
-  };
+  static const std::vector<ImageOpEntry> table = [] {
+    // The filter and arithmetic operations first, one row each.
+    std::vector<ImageOpEntry> t = {
+    };
+    t.insert(t.end(), MenuImageOps().begin(), MenuImageOps().end());
+    return t;
+  }();
   return table;
 }
 

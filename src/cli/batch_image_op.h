@@ -47,6 +47,8 @@ struct ImageOpEntry {
 
 // Every operation image-op knows, in the order of the usage text.
 const std::vector<ImageOpEntry>& ImageOpTable();
+// The image menu's operations (batch_image_op_menu.cpp), at the table's end.
+const std::vector<ImageOpEntry>& MenuImageOps();
 
 // Helpers for the handlers. "svbatch: WHY" on err, returns 2.
 int BadImageOpArgs(ImageOpContext& ctx, const std::string& why);
