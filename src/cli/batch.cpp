@@ -29,7 +29,6 @@
 #include "cli/batch_run.h"
 #include "cli/batch_scan.h"
 #include "cli/batch_calibrate.h"
-#include "cli/batch_calibrate.h"
 #include "cli/batch_sheets.h"
 #include "cli/batch_trigger.h"
 #include "core/globals.h"
@@ -134,7 +133,6 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "filters") return FiltersCommand(args, out, err);
   if (cmd == "grab") return GrabCommand(args, out, err);
   if (cmd == "scan") return ScanCommand(args, out, err);
-  if (cmd == "calibrate") return CalibrateCommand(args, out, err);
   if (cmd == "calibrate") return CalibrateCommand(args, out, err);
   if (cmd == "sheet-info") return SheetInfo(args, out, err);
   if (cmd == "sheet-export") return SheetExport(args, out, err);
