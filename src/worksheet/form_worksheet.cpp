@@ -26,8 +26,13 @@ constexpr long kMaxSheetCols = 32768;
 // it the rows (or columns) are cut as at the row limit.
 constexpr long long kMaxSheetCells = 65520LL * 1024;
 
-std::map<std::string, Form_Worksheet::Operation>& ExtraOperations() {
-  static std::map<std::string, Form_Worksheet::Operation> ops;
+struct ExtraOperation {
+  Form_Worksheet::Operation run;
+  Form_Worksheet::Availability when;
+};
+
+std::map<std::string, ExtraOperation>& ExtraOperations() {
+  static std::map<std::string, ExtraOperation> ops;
   return ops;
 }
 
@@ -209,9 +214,10 @@ Form_Worksheet::~Form_Worksheet() {
   ownPlots_.clear();
 }
 
-void Form_Worksheet::RegisterOperation(const std::string& name, Operation op) {
+void Form_Worksheet::RegisterOperation(const std::string& name, Operation op,
+                                       Availability when) {
   if (op)
-    ExtraOperations()[name] = std::move(op);
+    ExtraOperations()[name] = ExtraOperation{std::move(op), std::move(when)};
   else
     ExtraOperations().erase(name);
 }
@@ -219,7 +225,16 @@ void Form_Worksheet::RegisterOperation(const std::string& name, Operation op) {
 bool Form_Worksheet::Offers(const std::string& operation) const {
   for (const char* op : kOperations)
     if (operation == op) return true;
-  return ExtraOperations().count(operation) > 0;
+  auto it = ExtraOperations().find(operation);
+  return it != ExtraOperations().end() && (!it->second.when || it->second.when(*this));
+}
+
+bool Form_Worksheet::InvokeAt(const std::string& op, int index) {
+  menuIndex_ = index;
+  const bool done = Invoke(op);  // FileClose may have destroyed the sheet
+  if (done && op == "FileClose") return true;
+  menuIndex_ = -1;
+  return done;
 }
 
 bool Form_Worksheet::Invoke(const std::string& op) {
@@ -280,7 +295,7 @@ bool Form_Worksheet::Invoke(const std::string& op) {
   } else if (op == "GotoZeile") {
     GotoZeile();
   } else if (auto it = ExtraOperations().find(op); it != ExtraOperations().end()) {
-    Operation run = it->second;  // the table may change while it runs
+    Operation run = it->second.run;  // the table may change while it runs
     run(*this);
   } else {
     return false;

@@ -153,6 +153,10 @@ class Form_Worksheet : public ChildDocument {
   // ChildDocument.
   DocKind Kind() const override { return DocKind::Worksheet; }
   bool Invoke(const std::string& operation) override;
+  // An entry of a menu array (a function of the Functions menu): its index
+  // is MenuIndex() while the operation runs.
+  bool InvokeAt(const std::string& operation, int index) override;
+  int MenuIndex() const { return menuIndex_; }
   bool Offers(const std::string& operation) const override;
   // The file name without its path, with " *" while changed.
   std::string Caption() const override;
@@ -168,8 +172,11 @@ class Form_Worksheet : public ChildDocument {
 
   // Operations beyond this class plug in by name (the column arithmetic,
   // sorting, go-to): Invoke runs them, Offers reports them.
+  // `when`, if given, says whether the sheet offers the operation as it
+  // stands (a column to work on, a selection).
   using Operation = std::function<void(Form_Worksheet&)>;
-  static void RegisterOperation(const std::string& name, Operation op);
+  using Availability = std::function<bool(const Form_Worksheet&)>;
+  static void RegisterOperation(const std::string& name, Operation op, Availability when = {});
 
   void SetView(WorksheetView* view) { view_ = view ? view : &nullView_; }
   WorksheetView& View() const { return *view_; }
@@ -311,6 +318,12 @@ class Form_Worksheet : public ChildDocument {
   // sheet. (Cells are stored packed, so this is a value, not a reference.)
   Cell CellAt(long row, long col) const;
   void TextMatrix(long row, long col, const Cell& value);
+  // The body (rows 1 .. Rows - 1) of a column held as plain 32-bit floats,
+  // the gap's bits for Null; null when the column holds other cells (texts,
+  // doubles) or is outside. For whole-column arithmetic: a float written
+  // through it must not have the gap's bits, and the writer marks the column.
+  uint32_t* FloatBody(long col);
+  const uint32_t* FloatBody(long col) const;
   // Quick reads without building a Cell.
   CellKind KindOf(long row, long col) const;
   bool IsNumeric(long row, long col) const;
@@ -478,6 +491,7 @@ class Form_Worksheet : public ChildDocument {
   bool Redraw_ = true;
   bool IsMatrix_ = false;
   bool visible_ = false;
+  int menuIndex_ = -1;
   long ColWidth_ = 0;
   std::string Filename_;
   std::vector<long> PlotHwnds_;

@@ -467,6 +467,17 @@ void Form_Worksheet::Impl::MoveInRow(long r, long from, long to) {
     for (long c = from; c > to; --c) Swap(r, c, r, c - 1);
 }
 
+void Form_Worksheet::Impl::RotateColumns(long first, long middle, long last) {
+  if (first < 0 || first > middle || middle > last || last > cols) return;
+  std::rotate(columns.begin() + first, columns.begin() + middle, columns.begin() + last);
+}
+
+uint32_t* Form_Worksheet::Impl::Bits(long c) {
+  if (c < 0 || c >= cols) return nullptr;
+  Column& col = columns[static_cast<size_t>(c)];
+  return col.general ? nullptr : col.bits.data();
+}
+
 void Form_Worksheet::Impl::EraseRows(long first, long last) {
   if (first < 0 || last < first || last >= rows) return;
   // Body indices lo .. hi go; with row 0 among the erased, the first row

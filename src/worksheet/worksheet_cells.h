@@ -58,6 +58,12 @@ struct Form_Worksheet::Impl {
   void MoveInRow(long r, long from, long to);
   // Removes rows first .. last; the rows below move up.
   void EraseRows(long first, long last);
+  // Turns columns first .. last - 1 whole, headers included, so that column
+  // `middle` comes first (as std::rotate): MoveInRow on every row at once.
+  void RotateColumns(long first, long middle, long last);
+  // The compact body of column c (rows 1 .. rows - 1), null when the column
+  // is general or outside.
+  uint32_t* Bits(long c);
   // Cells 1 .. count of row r from / to the sheet file's little-endian 32-bit
   // floats, 4 bytes a cell: every not-a-number is Null coming in, and a cell
   // that is no number is written as the gap.

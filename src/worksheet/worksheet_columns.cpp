@@ -174,14 +174,15 @@ bool Form_Worksheet::InsertColumn(long position, long count) {
   ResizeCols(old + count, false);
   count = cols_ - old;
   if (count < 1) return false;
-  // The new columns came in at the right; walk them to the position.
-  for (long r = 0; r < rows_; ++r)
-    for (long k = 0; k < count; ++k) impl_->MoveInRow(r, old + k, position + k);
+  // The new columns came in at the right; turn them to the position.
+  impl_->RotateColumns(position, old, old + count);
   std::rotate(records_.begin() + position, records_.begin() + old,
               records_.begin() + old + count);
   for (long c = position; c < position + count; ++c) {
     SetColumnDefaults(c);
-    for (long r = 1; r < rows_; ++r) impl_->SetNull(r, c);
+    // A new compact column is all gaps already.
+    if (impl_->fillLater || !impl_->Bits(c))
+      for (long r = 1; r < rows_; ++r) impl_->SetNull(r, c);
     ColChanged(c, true);
   }
   for (long h : std::vector<long>(PlotHwnds_))
@@ -202,8 +203,7 @@ bool Form_Worksheet::DeleteColumn() {
     if (SheetPlot* p = FindPlot(h); p && p->Curves() == 0) p->ClearPlot();
   const long n = last - first + 1;
   // The removed columns go to the right end, where the shrink drops them.
-  for (long r = 0; r < rows_; ++r)
-    for (long k = 0; k < n; ++k) impl_->MoveInRow(r, first, cols_ - 1);
+  impl_->RotateColumns(first, last + 1, cols_);
   std::rotate(records_.begin() + first, records_.begin() + last + 1, records_.end());
   ResizeCols(cols_ - n, false);
   if (Redraw_) DrawWorksheet();

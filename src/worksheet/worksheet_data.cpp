@@ -57,6 +57,14 @@ void Form_Worksheet::TextMatrix(long row, long col, const Cell& value) {
   impl_->Set(row, col, value);
 }
 
+uint32_t* Form_Worksheet::FloatBody(long col) {
+  return rows_ > 1 ? impl_->Bits(col) : nullptr;
+}
+
+const uint32_t* Form_Worksheet::FloatBody(long col) const {
+  return rows_ > 1 ? impl_->Bits(col) : nullptr;
+}
+
 CellKind Form_Worksheet::KindOf(long row, long col) const {
   return impl_->Inside(row, col) ? impl_->Kind(row, col) : CellKind::Null;
 }

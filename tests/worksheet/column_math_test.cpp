@@ -1,0 +1,278 @@
+// Functions of a column, derivative, integral and smoothing.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "core/globals.h"
+#include "support/scripted_host.h"
+#include "worksheet/column_math.h"
+#include "worksheet/form_worksheet.h"
+
+namespace sv {
+namespace {
+
+class ColumnMathTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ResetGlobals(); }
+  void TearDown() override { ColumnHooks() = ColumnMathHooks(); }
+
+  // Columns A (X) and B (Y) from the lists; NAN makes a gap.
+  void Fill(const std::vector<float>& x, const std::vector<float>& y) {
+    sheet.Cols(3);
+    sheet.Rows(long(x.size()) + 1);
+    for (size_t i = 0; i < x.size(); ++i) {
+      const long r = long(i) + 1;
+      sheet.TextMatrix(r, 1, std::isnan(x[i]) ? Cell() : Cell(x[i]));
+      sheet.TextMatrix(r, 2, std::isnan(y[i]) ? Cell() : Cell(y[i]));
+    }
+    sheet.Col(2);
+  }
+  // Column c as floats, NAN for cells that are no number.
+  std::vector<float> Column(long c) const {
+    std::vector<float> v;
+    for (long r = 1; r < sheet.Rows(); ++r) {
+      double d;
+      v.push_back(sheet.NumberAt(r, c, d) ? float(d) : NAN);
+    }
+    return v;
+  }
+  static void ExpectColumn(const std::vector<float>& got, const std::vector<float>& want) {
+    ASSERT_EQ(got.size(), want.size());
+    for (size_t i = 0; i < got.size(); ++i) {
+      if (std::isnan(want[i]))
+        EXPECT_TRUE(std::isnan(got[i])) << "row " << i + 1;
+      else
+        EXPECT_FLOAT_EQ(got[i], want[i]) << "row " << i + 1;
+    }
+  }
+
+  test::ScriptedHost host;
+  Form_Worksheet sheet;
+};
+
+TEST_F(ColumnMathTest, CaptionsStopAfterTheTwelfth) {
+  EXPECT_EQ(FktText(0), "&LN(X)");
+  EXPECT_EQ(FktText(2), "LO&G(X)");
+  EXPECT_EQ(FktText(10), "2&55 - X");
+  EXPECT_EQ(FktText(11), "Cal. Intensity(X)");
+  EXPECT_EQ(FktText(12), "");
+  EXPECT_EQ(FktText(-1), "");
+  EXPECT_EQ(FktCount(), 12);
+}
+
+TEST_F(ColumnMathTest, LogIsTheNaturalLogarithmAndEachFunctionItsValue) {
+  float y = 0;
+  ASSERT_TRUE(FktValue(2, 100.0f, y));
+  EXPECT_NEAR(y, 4.60517f, 1e-5);
+  ASSERT_TRUE(FktValue(0, 100.0f, y));
+  EXPECT_NEAR(y, 4.60517f, 1e-5);
+  const struct {
+    long index;
+    float x, y;
+  } cases[] = {{1, 1.0f, 2.7182817f}, {3, 2.0f, 100.0f}, {4, 16.0f, 4.0f},  {5, -3.0f, 9.0f},
+               {6, -2.0f, -8.0f},     {7, 4.0f, 0.25f},  {8, -2.5f, 2.5f},  {9, -7.0f, -1.0f},
+               {9, 0.0f, 0.0f},       {10, 5.0f, 250.0f}, {12, 3.5f, 3.5f}, {99, -1.0f, -1.0f}};
+  for (const auto& c : cases) {
+    ASSERT_TRUE(FktValue(c.index, c.x, y)) << c.index;
+    EXPECT_FLOAT_EQ(y, c.y) << c.index;
+  }
+  // Without a result: the cell becomes a gap.
+  EXPECT_FALSE(FktValue(0, 0.0f, y));
+  EXPECT_FALSE(FktValue(2, -1.0f, y));
+  EXPECT_FALSE(FktValue(4, -4.0f, y));
+  EXPECT_FALSE(FktValue(7, 0.0f, y));
+  EXPECT_FALSE(FktValue(1, 1000.0f, y));  // beyond a float
+}
+
+TEST_F(ColumnMathTest, FunctionsWorkInPlaceOnNumbersOnly) {
+  sheet.Cols(3);
+  sheet.Rows(6);
+  sheet.TextMatrix(1, 2, Cell(100.0f));
+  sheet.TextMatrix(2, 2, Cell("1e2"));     // a text that is a number
+  sheet.TextMatrix(3, 2, Cell("label"));   // left as it is
+  sheet.TextMatrix(4, 2, Cell(0.0f));      // no logarithm: a gap
+  // row 5 stays a gap
+  ASSERT_EQ(Functions(sheet, 2, 2), 1);
+  EXPECT_NEAR(sheet.CellAt(1, 2).Number(), 4.60517, 1e-5);
+  EXPECT_NEAR(sheet.CellAt(2, 2).Number(), 4.60517, 1e-5);
+  EXPECT_EQ(sheet.CellAt(2, 2).Kind(), CellKind::F32);
+  EXPECT_EQ(sheet.CellAt(3, 2).Text(), "label");
+  EXPECT_TRUE(sheet.CellAt(4, 2).IsNull());
+  EXPECT_TRUE(sheet.CellAt(5, 2).IsNull());
+  EXPECT_TRUE(sheet.ColChanged(2));
+
+  // A float column takes the same road through its packed cells.
+  sheet.TextMatrix(1, 1, Cell(100.0f));
+  sheet.TextMatrix(2, 1, Cell(-1.0f));
+  ASSERT_NE(sheet.FloatBody(1), nullptr);
+  ASSERT_EQ(Functions(sheet, 1, 2), 1);
+  EXPECT_NEAR(sheet.CellAt(1, 1).Number(), 4.60517, 1e-5);
+  EXPECT_TRUE(sheet.CellAt(2, 1).IsNull());
+}
+
+TEST_F(ColumnMathTest, CalibratedIntensityComesThroughTheHook) {
+  Fill({1, 2}, {10, 20});
+  float y = 0;
+  ASSERT_TRUE(FktValue(11, 7.0f, y));
+  EXPECT_EQ(y, 7.0f);  // no table: unchanged
+  ColumnHooks().calIntensity = [](float x) { return x * 2 + 1; };
+  ASSERT_EQ(Functions(sheet, 2, 11), 1);
+  ExpectColumn(Column(2), {21, 41});
+}
+
+TEST_F(ColumnMathTest, ProtectedColumnsRefuseInPlaceWrites) {
+  Fill({1, 2, 3}, {4, 5, 6});
+  sheet.Record(1).Protected = true;
+  host.Answer(MsgResult::OK);
+  host.Answer(MsgResult::OK);
+  EXPECT_EQ(Functions(sheet, 2, 5), 0);
+  EXPECT_EQ(Smooth(sheet, 1, false), 0);
+  ASSERT_EQ(host.messages.size(), 2u);
+  EXPECT_EQ(host.messages[0].text, "At least one column is write protected!");
+  ExpectColumn(Column(2), {4, 5, 6});
+  // A new column is no write in place.
+  EXPECT_EQ(Smooth(sheet, 1, true), 1);
+  EXPECT_EQ(Differentiate(sheet), 1);
+}
+
+TEST_F(ColumnMathTest, DerivativeIsTheMeanOfBothSlopesOneAtTheEnds) {
+  Fill({0, 1, 2, 4}, {0, 1, 4, 16});
+  ASSERT_EQ(Differentiate(sheet), 1);
+  ASSERT_EQ(sheet.Cols(), 4);
+  EXPECT_EQ(sheet.ColName(3), "B'");
+  EXPECT_EQ(sheet.Record(3).Typ, kTypY);
+  // Slopes 1, 3, 6: ends alone, inside the means.
+  ExpectColumn(Column(3), {1, 2, 4.5f, 6});
+  EXPECT_TRUE(sheet.Changed());
+}
+
+TEST_F(ColumnMathTest, DerivativeSkipsGapsAndLeavesThemNull) {
+  Fill({0, 1, NAN, 2, 3}, {0, 2, 5, NAN, 12});
+  ASSERT_EQ(Differentiate(sheet), 1);
+  // Points at rows 1, 2 and 5: slopes 2 and 5.
+  ExpectColumn(Column(3), {2, 3.5f, NAN, NAN, 5});
+}
+
+TEST_F(ColumnMathTest, EqualNeighbouringXDropsThatSlope) {
+  Fill({0, 1, 1, 2}, {0, 1, 3, 5});
+  ASSERT_EQ(Differentiate(sheet), 1);
+  // Rows 2 and 3 share X: each keeps its other slope (1 and 2).
+  ExpectColumn(Column(3), {1, 1, 2, 2});
+  // All X equal: no slope anywhere, so nothing to carry forward.
+  Fill({5, 5, 5}, {1, 2, 3});
+  ASSERT_EQ(Differentiate(sheet), 1);
+  ExpectColumn(Column(3), {NAN, NAN, NAN});
+}
+
+TEST_F(ColumnMathTest, BothSlopesDroppedKeepThePreviousResult) {
+  Fill({0, 1, 1, 1, 3}, {0, 2, 9, 9, 13});
+  ASSERT_EQ(Differentiate(sheet), 1);
+  // Row 3 has X equal on both sides: it repeats row 2's value.
+  ExpectColumn(Column(3), {2, 2, 2, 2, 2});
+}
+
+TEST_F(ColumnMathTest, PackedAndGeneralColumnsDifferentiateAlike) {
+  std::vector<float> x, y;
+  for (int i = 0; i < 50; ++i) {
+    x.push_back(float(i / 2));  // pairs of equal X
+    y.push_back(std::sin(float(i) * 0.3f) * 10.0f);
+  }
+  Fill(x, y);
+  ASSERT_EQ(Differentiate(sheet), 1);
+  const std::vector<float> fast = Column(3);
+  Fill(x, y);
+  sheet.TextMatrix(1, 1, Cell(0.0));  // a double: the column is no longer packed
+  ASSERT_EQ(sheet.FloatBody(1), nullptr);
+  ASSERT_EQ(Differentiate(sheet), 1);
+  ExpectColumn(Column(3), fast);
+}
+
+TEST_F(ColumnMathTest, IntegralRunsOverTrapezoids) {
+  Fill({0, 1, NAN, 3}, {2, 4, 1, 0});
+  ASSERT_EQ(Integrate(sheet), 1);
+  EXPECT_EQ(sheet.ColName(3), "B.int");
+  ExpectColumn(Column(3), {0, 3, NAN, 7});
+}
+
+TEST_F(ColumnMathTest, DerivativeWantsADataColumn) {
+  Fill({1, 2}, {3, 4});
+  sheet.Col(0);
+  EXPECT_EQ(Differentiate(sheet), 0);
+  EXPECT_EQ(Integrate(sheet), 0);
+  EXPECT_EQ(sheet.Cols(), 3);
+}
+
+TEST_F(ColumnMathTest, SmoothingPassesKeepTheEndsAndSkipGaps) {
+  Fill({1, 2, 3, 4, 5, 6}, {0, 4, NAN, 8, 0, 4});
+  sheet.Record(2).MaxValue = 10;
+  ASSERT_EQ(Smooth(sheet, 1, false), 1);
+  // Numbers 0 4 8 0 4: inner (2y + left + right) / 4.
+  ExpectColumn(Column(2), {0, 4, NAN, 5, 3, 4});
+  EXPECT_EQ(sheet.Record(2).MinValue, 0.0f);
+  EXPECT_EQ(sheet.Record(2).MaxValue, -1.0f);
+  EXPECT_TRUE(sheet.Changed());
+
+  Fill({1, 2, 3, 4, 5}, {0, 0, 16, 0, 0});
+  ASSERT_EQ(Smooth(sheet, 2, false), 1);
+  // Each pass reads the one before: 0 4 8 4 0, then 0 4 6 4 0.
+  ExpectColumn(Column(2), {0, 4, 6, 4, 0});
+}
+
+TEST_F(ColumnMathTest, SmoothingTwoValuesChangesNothing) {
+  Fill({1, 2}, {3, 9});
+  ASSERT_EQ(Smooth(sheet, 50, false), 1);
+  ExpectColumn(Column(2), {3, 9});
+  std::vector<float> v = {3, 9};
+  SmoothValues(v, 5);
+  EXPECT_EQ(v, (std::vector<float>{3, 9}));
+}
+
+TEST_F(ColumnMathTest, DegreeHundredIsTakenAHundredAndOneIgnored) {
+  Fill({1, 2, 3, 4}, {0, 8, 0, 8});
+  EXPECT_EQ(Smooth(sheet, 101, false), 0);
+  EXPECT_EQ(Smooth(sheet, 0, false), 0);
+  ExpectColumn(Column(2), {0, 8, 0, 8});
+  ASSERT_EQ(Smooth(sheet, 100, false), 1);
+  std::vector<float> want = {0, 8, 0, 8};
+  SmoothValues(want, 100);
+  ExpectColumn(Column(2), want);
+}
+
+TEST_F(ColumnMathTest, NewColumnsGoBesideEachSelectedColumn) {
+  Fill({1, 2, 3, 4}, {0, 4, 0, NAN});
+  sheet.Cols(4);
+  sheet.TextMatrix(1, 3, Cell(8.0f));
+  sheet.TextMatrix(2, 3, Cell("note"));
+  sheet.TextMatrix(3, 3, Cell(0.0f));
+  sheet.TextMatrix(4, 3, Cell(8.0f));
+  sheet.SetSelection(0, 2, sheet.Rows() - 1, 3);
+  ASSERT_EQ(Smooth(sheet, 1, true), 1);
+  ASSERT_EQ(sheet.Cols(), 6);
+  EXPECT_EQ(sheet.ColName(3), "B.sm");
+  EXPECT_EQ(sheet.ColName(5), "C1.sm");
+  ExpectColumn(Column(2), {0, 4, 0, NAN});  // sources stay
+  ExpectColumn(Column(3), {0, 2, 0, NAN});
+  EXPECT_EQ(sheet.CellAt(2, 5).Text(), "note");  // a text is copied
+  ExpectColumn(Column(5), {8, NAN, 4, 8});
+}
+
+TEST_F(ColumnMathTest, PackedAndGeneralColumnsSmoothAlike) {
+  std::vector<float> x, y;
+  for (int i = 0; i < 40; ++i) {
+    x.push_back(float(i));
+    y.push_back(float((i * 37) % 11));
+  }
+  Fill(x, y);
+  ASSERT_EQ(Smooth(sheet, 3, false), 1);
+  const std::vector<float> fast = Column(2);
+  Fill(x, y);
+  sheet.TextMatrix(5, 2, Cell(double(y[4])));  // general cells, same values
+  ASSERT_EQ(sheet.FloatBody(2), nullptr);
+  ASSERT_EQ(Smooth(sheet, 3, false), 1);
+  ExpectColumn(Column(2), fast);
+}
+
+}  // namespace
+}  // namespace sv
