@@ -29,6 +29,7 @@
 #include "cli/batch_run.h"
 #include "cli/batch_scan.h"
 #include "cli/batch_calibrate.h"
+#include "cli/batch_column.h"
 #include "cli/batch_sheets.h"
 #include "cli/batch_trigger.h"
 #include "core/globals.h"
@@ -110,7 +111,7 @@ std::string Usage() {
          "              Section/Key=value a line; a FILE without a folder is\n"
          "              looked for in the config folder\n"
          "  help        this text\n" +
-         GrabUsage() + ImageUsage() + ImageOpUsage() + FiltersUsage() + SheetUsage() + PlotUsage() + ScanUsage() + LinesUsage() + ParticlesUsage() + FitUsage() + RFactorUsage() + GrowthUsage() + AugerUsage() +
+         GrabUsage() + ImageUsage() + ImageOpUsage() + FiltersUsage() + SheetUsage() + ColumnUsage() + PlotUsage() + ScanUsage() + LinesUsage() + ParticlesUsage() + FitUsage() + RFactorUsage() + GrowthUsage() + AugerUsage() +
          DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage() + FilmUsage() + FilmEditUsage() + FilmScanUsage() +
          RecordUsage() + CalibrateUsage();
 }
@@ -138,6 +139,7 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "sheet-export") return SheetExport(args, out, err);
   if (cmd == "sheet-import") return SheetImport(args, out, err);
   if (cmd == "sheet-convert") return SheetConvert(args, out, err);
+  if (cmd == "column") return ColumnCommand(args, out, err);
   if (cmd == "plot-export") return PlotExportCommand(args, out, err);
   if (cmd == "lines") return LinesCommand(args, out, err);
   if (cmd == "particles") return ParticlesCommand(args, out, err);

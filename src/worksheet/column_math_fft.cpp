@@ -24,8 +24,10 @@ std::string Stem(const std::string& path) {
   return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
 }
 
+// The name is also the label: a sheet file keeps labels, not names.
 void NameColumn(Form_Worksheet& sheet, long col, const char* name, int16_t typ) {
   sheet.Record(col).Name = name;
+  sheet.Record(col).Label = name;
   sheet.Record(col).Typ = typ;
   sheet.BuildHeader(col);
 }
