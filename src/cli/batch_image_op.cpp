@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "cli/batch_host.h"
+#include "cli/batch_image_math.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "image/form_camera.h"
@@ -39,6 +40,9 @@ const std::vector<ImageOpEntry>& ImageOpTable() {
   static const std::vector<ImageOpEntry> table = [] {
     // The filter and arithmetic operations first, one row each.
     std::vector<ImageOpEntry> t = {
+        {"filter", ImageOpFilter, kImageOpFilterUsage},
+        {"math1", ImageOpMath1, kImageOpMath1Usage},
+        {"math2", ImageOpMath2, kImageOpMath2Usage},
     };
     t.insert(t.end(), MenuImageOps().begin(), MenuImageOps().end());
     return t;
