@@ -11,6 +11,7 @@
 #include "core/error_table.h"
 #include "core/host.h"
 #include "core/ini_profile.h"
+#include "core/mdi_main.h"
 #include "core/settings.h"
 #include "hardware/hardware.h"
 #include "worksheet/load_table.h"
@@ -133,6 +134,23 @@ void InstallCalibration() {
   h.CalibrationOn = [](const Form_Camera&) { return CalIntensityOn(); };
   h.CalIntensity = [](const Form_Camera& image, float raw) { return CalIntensity(image, raw); };
   h.CalibrationUnit = [](const Form_Camera&) { return ZCal().Name; };
+}
+
+void RegisterCalibrationCommands(MDIForm_Main& main) {
+  InstallCalibration();
+  if (MenuEntry* setup = main.FindMenu("mnuSetup"); setup && !main.FindMenu("mnuZCalibration")) {
+    auto item = [](const char* name, const char* caption) {
+      MenuEntry e;
+      e.name = name;
+      e.caption = caption;
+      return e;
+    };
+    setup->children.push_back(item("mnuSetupCalibration", "-"));
+    setup->children.push_back(item("mnuLengthCalibration", "&Length Calibration..."));
+    setup->children.push_back(item("mnuZCalibration", "&Intensity Calibration..."));
+  }
+  main.SetCommand("mnuLengthCalibration", [](int) { ShowLengthCalibration(); });
+  main.SetCommand("mnuZCalibration", [](int) { ShowIntensityCalibration(); });
 }
 
 }  // namespace sv

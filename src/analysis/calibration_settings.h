@@ -10,6 +10,7 @@
 namespace sv {
 
 class Profile;
+class MDIForm_Main;
 
 inline constexpr const char* kLengthSection = "CALIBRATION";
 inline constexpr const char* kZSection = "ZCALIBRATION";
@@ -47,5 +48,8 @@ void ShowIntensityCalibration();
 // The settings section at its place, the exit step and the window tools'
 // intensity hooks. Doing it twice does no harm.
 void InstallCalibration();
+// InstallCalibration, and the Setup menu's "mnuLengthCalibration" and
+// "mnuZCalibration" with their commands.
+void RegisterCalibrationCommands(MDIForm_Main& main);
 
 }  // namespace sv

@@ -25,6 +25,7 @@
 #include "app/growth_rate_dialog.h"
 #include "app/hardware_dialogs.h"
 #include "app/line_tools.h"
+#include "app/image_calibration_dialogs.h"
 #include "app/live_views.h"
 #include "app/main_window.h"
 #include "app/qt_host.h"
@@ -104,6 +105,7 @@ int main(int argc, char** argv) {
     sv::app::InstallWindowTools(main, &window);
     sv::app::InstallHardwareDialogs(main, &window);
     sv::app::InstallLineTools(main, &window);
+    sv::app::InstallCalibrationDialogs(main, &window);
     sv::app::InstallExperimentDialog(main, &window);
     sv::app::InstallSoftTriggerDialog(main, &window);
     sv::app::InstallCompressDialog(&window);

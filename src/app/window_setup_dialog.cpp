@@ -86,7 +86,6 @@ WindowSetupDialog::WindowSetupDialog(QWidget* parent) : QDialog(parent) {
   close_ = button("&Close", "Command_Close");
   color_ = button("C&olor...", "Command_Color");
   calibration_ = button("Cali&bration...", "Command_Calibration");
-  calibration_->setEnabled(false);  // the intensity calibration comes later
   addSum_ = button("&Add", "Command_AddSum");
   clearSum_ = button("Cl&ear", "Command_ClearSum");
   status_ = new QLabel(this);
@@ -200,6 +199,7 @@ WindowSetupDialog::WindowSetupDialog(QWidget* parent) : QDialog(parent) {
   command(close_, &Form_WindowSetup::Command_Close);
   command(addSum_, &Form_WindowSetup::Command_AddSum);
   command(clearSum_, &Form_WindowSetup::Command_ClearSum);
+  command(calibration_, &Form_WindowSetup::Command_Calibration);
   connect(color_, &QPushButton::clicked, this, [this] { ChooseColour(); });
 
   // The form sees its keys before its controls do.

@@ -24,7 +24,7 @@ class TestWorkbenchWindows : public WorkbenchFixture {
     QCOMPARE(tools.setup->ComboAveraging()->itemText(13), QString("8192"));
     QCOMPARE(tools.setup->ComboMode()->count(), 5);
     QVERIFY(!tools.setup->ComboShape()->isVisibleTo(tools.setup));
-    QVERIFY(!tools.setup->CalibrationButton()->isEnabled());
+    QVERIFY(tools.setup->CalibrationButton()->isEnabled());
 
     // The (1,0) spot at 100 eV, with room around it.
     G().ElectronEnergy = 100.0f;
