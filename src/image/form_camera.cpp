@@ -219,6 +219,11 @@ void Form_Camera::SizeImage(long width, long height) {
 
 void Form_Camera::SizeImage() { Updatescrollbars(); }
 
+uint16_t* Form_Camera::GrabPtr() {
+  if (!ImagePtr_.empty() && GrabPtr_.size() != ImagePtr_.size()) Allocate(GrabPtr_, ImagePtr_.size());
+  return GrabPtr_.empty() ? nullptr : GrabPtr_.data();
+}
+
 bool Form_Camera::DIB_Create() {
   const long bytes = ImageHeight() * ImageByteWidth_;
   Allocate(ImagePtr8_, size_t(std::max(0L, bytes)));
@@ -257,7 +262,6 @@ bool Form_Camera::AdoptImage(long width, long height, bool colour, std::vector<u
   if (width <= 0 || height <= 0) return false;
   const size_t samples = size_t(width) * size_t(height) * (colour ? 3 : 1);
   if (pixels.size() != samples || samples * sizeof(uint16_t) > size_t(kMaxImageBytes)) return false;
-  const bool sameShape = width == sizedWidth_ && height == sizedHeight_ && colour == HasColors_;
   SetHasColors(colour);
   Header.bmiHeader.biWidth = static_cast<int32_t>(width);
   Header.bmiHeader.biHeight = static_cast<int32_t>(height);
@@ -269,8 +273,16 @@ bool Form_Camera::AdoptImage(long width, long height, bool colour, std::vector<u
   sizedWidth_ = width;
   sizedHeight_ = height;
   sizedColour_ = colour;
-  if (!displayFits) DIB_Create();
-  if (!sameShape && GrabPtr_.size() != samples) Allocate(GrabPtr_, samples);
+  if (!displayFits) {
+    // The display copy is rebuilt from the samples before it is shown: its
+    // old contents need no clearing, and its memory is used again.
+    try {
+      ImagePtr8_.resize(size_t(height) * size_t(byteWidth));
+    } catch (const std::bad_alloc&) {
+      Release(ImagePtr8_);
+    }
+  }
+  if (GrabPtr_.size() != samples) Release(GrabPtr_);
   SizeImage();
   Update8BitImage();
   return true;

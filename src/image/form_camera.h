@@ -106,7 +106,9 @@ class Form_Camera : public ChildDocument {
   }
   bool DisplayStale() const { return displayStale_; }
   bool HasDisplayBuffer() const { return !ImagePtr8_.empty(); }
-  uint16_t* GrabPtr() { return GrabPtr_.empty() ? nullptr : GrabPtr_.data(); }
+  // After AdoptImage changed the number of samples the grab buffer is made
+  // again when first asked for.
+  uint16_t* GrabPtr();
   long GetMaxWidth() const;
   long GetMaxHeight() const;
 

@@ -45,11 +45,29 @@ void NoMemory(const std::string& title) {
   if (HasHost()) host().MsgBox(ErrorText(kErrNoMemory), MsgButtons::OK, MsgIcon::Critical, title);
 }
 
+// Up to this size the pixels a result replaced are kept as the next work
+// buffer, so that a series of operations does not allocate and clear a frame
+// each time.
+constexpr size_t kMaxSpareBytes = size_t(32) << 20;
+
+std::vector<uint16_t>& Spare() {
+  static std::vector<uint16_t> spare;
+  return spare;
+}
+
+void KeepAsSpare(std::vector<uint16_t>& buffer) {
+  if (buffer.capacity() * sizeof(uint16_t) <= kMaxSpareBytes &&
+      buffer.capacity() >= Spare().capacity())
+    Spare().swap(buffer);
+  std::vector<uint16_t>().swap(buffer);
+}
+
 // A buffer of `samples` words; false (and 10004 under `title`) without the memory.
 bool TakeWorkBuffer(std::vector<uint16_t>& buffer, size_t samples, const std::string& title) {
   const size_t bytes = samples * sizeof(uint16_t);
   const size_t limit = WorkBufferLimit() ? std::min(WorkBufferLimit(), kMaxWorkBytes) : kMaxWorkBytes;
   bool ok = samples > 0 && bytes <= limit;
+  if (ok && Spare().capacity() >= samples) buffer.swap(Spare());
   if (ok) {
     try {
       buffer.resize(samples);
@@ -93,9 +111,13 @@ bool IntoWorkBuffer(Form_Camera& image, const std::string& undoName, FrameSize t
   if (p.empty() || !to.Valid()) return false;
   std::vector<uint16_t> work;
   if (!TakeWorkBuffer(work, to.Samples(colour ? 3 : 1), undoName)) return false;
-  if (!fn(SizeOf(image), ConstSamples16(p), Samples16(work))) return false;
+  if (!fn(SizeOf(image), ConstSamples16(p), Samples16(work))) {
+    KeepAsSpare(work);
+    return false;
+  }
   image.RegisterUndo(undoName);
   image.AdoptImage(to.width, to.height, colour, work);
+  KeepAsSpare(work);
   image.SetChanged(true);
   return true;
 }
@@ -206,13 +228,14 @@ bool Flip(Form_Camera& image) {
   return true;
 }
 
+// Mirrored into a work buffer: the kernel reverses a line faster from one
+// frame into another than within itself.
 bool Mirror(Form_Camera& image) {
-  Samples16 p = Pixels(image);
-  if (p.empty()) return false;
-  image.RegisterUndo("Mirror");
-  (image.HasColors() ? SV_RGB_mirror : SV_mirror)(SizeOf(image), p, p);
-  Changed(image);
-  return true;
+  const bool colour = image.HasColors();
+  return IntoWorkBuffer(image, "Mirror", SizeOf(image), colour,
+                        [&](FrameSize s, ConstSamples16 from, Samples16 to) {
+                          return (colour ? SV_RGB_mirror : SV_mirror)(s, from, to);
+                        });
 }
 
 bool Rotate(Form_Camera& image, int degrees) {

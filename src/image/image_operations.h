@@ -5,10 +5,12 @@
 // pixel loops are the kernel's.
 //
 // The kernel runs the same-size operations on the image itself. Those whose
-// result has another shape (turns, fields, resize, grey and colour) take a
-// work buffer of the result's size; without the memory for it they show
-// error 10004, titled with the operation's name, and leave the image as it
-// was (no undo entry either).
+// result has another shape (turns, fields, resize, grey and colour) and the
+// mirror take a work buffer of the result's size, which then becomes the
+// image's pixels; without the memory for it they show error 10004, titled
+// with the operation's name, and leave the image as it was (no undo entry
+// either). The pixels a result replaced, up to 32 MB, are kept as the next
+// operation's work buffer.
 #pragma once
 
 #include <cstddef>
