@@ -13,7 +13,6 @@
 #include "acquisition/live.h"
 #include "analysis/energy_hooks.h"
 #include "app/app_environment.h"
-#include "app/column_dialogs.h"
 #include "app/compress_dialog.h"
 #include "app/resize_dialog.h"
 #include "app/experiment_dialog.h"
@@ -30,7 +29,6 @@
 #include "app/image_calibration_dialogs.h"
 #include "app/live_views.h"
 #include "app/main_window.h"
-#include "app/particle_dialogs.h"
 #include "app/qt_host.h"
 #include "app/screenshot_scenes.h"
 #include "app/soft_trigger_dialog.h"
@@ -104,7 +102,6 @@ int main(int argc, char** argv) {
     sv::app::InstallGenICamDialog(main, &window);
     sv::app::InstallLiveViews(main, &window);
     sv::app::InstallDocumentDialogs(&window);
-    sv::app::InstallColumnDialogs(main, &window);
     sv::app::InstallPlotEnvironment(&window);
     sv::app::InstallWindowTools(main, &window);
     sv::app::InstallHardwareDialogs(main, &window);
@@ -120,7 +117,6 @@ int main(int argc, char** argv) {
     sv::app::InstallFitDialogs(&window);
     sv::app::InstallRFactorDialog(&window, [&main] { return sv::app::OpenSheets(main); });
     sv::app::InstallGrowthRateDialog(&window);
-    sv::app::InstallParticleDialogs(main, &window);
     sv::app::InstallRecoveryWriters();
     // From here a signal to end waits for the event loop, then closes as
     // the exit does, without its question. A screenshot leaves without it.
