@@ -738,7 +738,7 @@ void MDIForm_Main::RefreshLastFileMenu() {
 
 // --- Opening by extension ----------------------------------------------------
 
-bool MDIForm_Main::OpenDocument(const std::string& path, int /*asMode*/, bool /*runNow*/) {
+bool MDIForm_Main::OpenDocument(const std::string& path, int /*asMode*/, bool runNow) {
   std::string ext = path.size() >= 4 ? Lower(path.substr(path.size() - 4)) : Lower(path);
   auto refuse = [&](const std::string& kind) {
     host().MsgBox("Can't open " + path + " at this time.", MsgButtons::OK, MsgIcon::Exclamation,
@@ -777,7 +777,7 @@ bool MDIForm_Main::OpenDocument(const std::string& path, int /*asMode*/, bool /*
   }
   if (ext == ".scr") {
     if (!enabled("mnuScript")) return refuse("Script Files");
-    return false;
+    return ScriptOpenDo && ScriptOpenDo(path, runNow);
   }
   if (ext == ".vid" || ext == ".avi") {
     if (!enabled("mnuOpenFilm")) return refuse("Film Files");

@@ -158,6 +158,8 @@ class MDIForm_Main {
   std::function<bool(ChildDocument&, const std::string&)> WorksheetOpenDo;
   // The film player's open: shows the player and opens the film there.
   std::function<bool(const std::string&)> FilmOpenDo;
+  // The script window's open: loads the script and, with `runNow`, starts it.
+  std::function<bool(const std::string&, bool runNow)> ScriptOpenDo;
 
   // Status bar.
   void ShowStatus(const std::string& text, int progress = -1);
