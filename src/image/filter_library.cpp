@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <new>
 
 #include "core/error_table.h"
@@ -61,17 +62,10 @@ bool FileExists(const std::string& path) { return ::access(path.c_str(), F_OK) =
 
 std::string Folder(const std::string& folder) { return folder + "/" + kFilterLibraryFile; }
 
-// A zero-filled buffer of n samples; empty when the memory is not there.
-std::vector<uint16_t> WorkBuffer(size_t n) {
-  std::vector<uint16_t> v;
-  try {
-    v.assign(n, 0);
-  } catch (const std::bad_alloc&) {
-    v.clear();
-  } catch (const std::length_error&) {
-    v.clear();
-  }
-  return v;
+// A work buffer of n samples, not cleared (the filter writes every one);
+// empty when the memory is not there.
+std::unique_ptr<uint16_t[]> WorkBuffer(size_t n) {
+  return std::unique_ptr<uint16_t[]>(new (std::nothrow) uint16_t[n]);
 }
 
 }  // namespace
@@ -194,11 +188,11 @@ int ApplyFilter(Form_Camera& image, const FilterRecord& filter) {
   const int channels = image.HasColors() ? 3 : 1;
   const size_t samples = size.Samples(channels);
   if (samples == 0) return kErrInvalidParameter;
-  std::vector<uint16_t> work = WorkBuffer(samples);
-  if (work.empty()) return kErrNoMemory;
+  std::unique_ptr<uint16_t[]> work = WorkBuffer(samples);
+  if (!work) return kErrNoMemory;
   const int bits = int(image.ImageBitsPerPixel());
   ConstSamples16 source(image.ImagePtr(), samples);
-  Samples16 dest(work);
+  Samples16 dest(work.get(), samples);
   bool done = false;
   switch (FilterKernelSize(filter)) {
     case 7:
@@ -215,7 +209,7 @@ int ApplyFilter(Form_Camera& image, const FilterRecord& filter) {
       break;
   }
   if (!done) return kErrInvalidParameter;
-  SV_memcpy(image.ImagePtr(), work.data(), samples * sizeof(uint16_t));
+  SV_memcpy(image.ImagePtr(), work.get(), samples * sizeof(uint16_t));
   image.Update8BitImage();
   image.SetChanged(true);
   return 0;
