@@ -1,5 +1,6 @@
 #include "script/form_script.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -237,6 +238,8 @@ void Form_Script::NewScript(int& result) {
 void Form_Script::OpenScript(const std::string& name, int& result) {
   result = 0;
   // Opening for input proves the file is there and readable.
+  std::error_code ec;
+  if (std::filesystem::is_directory(name, ec)) return;
   std::ifstream in(name, std::ios::binary);
   if (!in) return;
   std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
