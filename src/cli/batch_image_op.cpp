@@ -2,12 +2,14 @@
 
 #include <algorithm>
 
+#include "analysis/image_convert.h"
 #include "cli/batch_host.h"
 #include "cli/batch_image_math.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "image/form_camera.h"
 #include "image/image_files.h"
+#include "worksheet/worksheet_documents.h"
 
 namespace sv::cli {
 
@@ -130,6 +132,8 @@ int ImageOpCommand(const std::vector<std::string>& args, std::ostream& out, std:
     ~Restore() { SetMainForm(previous); }
   } restore{previous};
   RegisterImageDocuments(main);
+  RegisterWorksheetDocuments(main);
+  RegisterImageConvert();
 
   Form_Camera* image = NewImage(main);
   if (!image) return Bad(err, "cannot make an image");

@@ -1,6 +1,7 @@
 // The image menu's operations for svbatch image-op.
 #include <filesystem>
 
+#include "analysis/image_convert.h"
 #include "cli/batch_args.h"
 #include "cli/batch_image_op.h"
 #include "core/mdi_main.h"
@@ -9,6 +10,7 @@
 #include "image/form_resize.h"
 #include "image/image_files.h"
 #include "image/image_operations.h"
+#include "worksheet/form_worksheet.h"
 
 namespace sv::cli {
 
@@ -163,6 +165,19 @@ int ColorCountOp(ImageOpContext& ctx) {
   return ColorCount(ctx.image) < 0 ? Refused(ctx, "the image has no pixels") : 0;
 }
 
+int ConvertOp(ImageOpContext& ctx) {
+  if (int rc = RejectLeftovers(ctx)) return rc;
+  const std::string ext = std::filesystem::path(ctx.output).extension().string();
+  if (ext != ".sht" && ext != ".SHT") return BadImageOpArgs(ctx, "convert writes a .sht file");
+  Form_Worksheet* sheet = ConvertImageToWorksheet(ctx.image, ctx.main);
+  if (!sheet) return Refused(ctx, "convert was not done");
+  if (sheet->SaveWorksheet(ctx.output, true) != 0) return Refused(ctx, "cannot write " + ctx.output);
+  ctx.out << "New worksheet: " << sheet->Caption() << " (" << sheet->Cols() - 1 << " columns, "
+          << sheet->Rows() - 1 << " rows)\n";
+  ctx.written = true;
+  return 0;
+}
+
 int DuplicateOp(ImageOpContext& ctx) {
   if (int rc = RejectLeftovers(ctx)) return rc;
   Form_Camera* copy = Duplicate(ctx.image, ctx.main);
@@ -192,6 +207,7 @@ const std::vector<ImageOpEntry>& MenuImageOps() {
       {"truecolor", TrueColorOp, ""},
       {"split", SplitOp, "(OUT's stem + _red, _green, _blue)"},
       {"colorcount", ColorCountOp, ""},
+      {"convert", ConvertOp, "(OUT a .sht: one row an image line)"},
       {"duplicate", DuplicateOp, "(OUT is the copy)"},
   };
   return ops;

@@ -116,6 +116,14 @@ TEST_F(BatchImageOpTest, NewImagesAreWrittenAndNamed) {
   EXPECT_EQ(out.str(), "Color Count: The number of unique colors in this picture is 16\n");
 }
 
+TEST_F(BatchImageOpTest, ConvertWritesAMatrixSheet) {
+  const std::string grey = Picture(4, 3);
+  ASSERT_EQ(Run({"image-op", grey, root + "/m.sht", "--op", "convert"}), 0) << err.str();
+  EXPECT_NE(out.str().find("(4 columns, 3 rows)"), std::string::npos) << out.str();
+  EXPECT_GT(fs::file_size(root + "/m.sht"), 1042u);
+  EXPECT_EQ(Run({"image-op", grey, root + "/m.tif", "--op", "convert"}), 2);
+}
+
 TEST_F(BatchImageOpTest, RefusalsWriteNothingAndBadLinesSayWhy) {
   const std::string grey = Picture(4, 1);
   const std::string target = root + "/never.b16";
