@@ -12,6 +12,7 @@
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
 #include "analysis/energy_hooks.h"
+#include "analysis/image_convert.h"
 #include "app/app_environment.h"
 #include "app/compress_dialog.h"
 #include "app/resize_dialog.h"
@@ -85,6 +86,7 @@ int main(int argc, char** argv) {
     sv::SetMainForm(&main);
     sv::RegisterImageDocuments(main);
     sv::RegisterWorksheetDocuments(main);
+    sv::RegisterImageConvert();
     sv::RegisterPlotDocuments(main);
     sv::RegisterPeakFit();
     sv::RegisterRFactor();
