@@ -9,6 +9,7 @@
 #include "acquisition/grabber.h"
 #include "acquisition/grabber_environment.h"
 #include "acquisition/live.h"
+#include "analysis/calibration_settings.h"
 #include "analysis/energy_hooks.h"
 #include "analysis/scan_lines.h"
 #include "analysis/scan_windows.h"
@@ -127,6 +128,7 @@ class RunSession {
       InstallHardwareEnvironment();
       InstallShutter();
       InstallEnergyHooks();
+      InstallCalibration();
     });
     Globals& g = G();
     SetMainForm(&main);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <iterator>
 
 #include "analysis/form_window_setup.h"
 #include "core/ini_profile.h"
@@ -144,6 +145,28 @@ TEST_F(CalibrationSettingsTest, LutRowsInAnyOrderAndTheLabelAsName) {
   EXPECT_EQ(LoadCalibrationTable(Path("beyond.lut"), t), 11007);
   EXPECT_EQ(t.Values, (std::vector<float>{10, 0, 35}));
   EXPECT_EQ(t.FileName, Path("order.lut"));
+}
+
+TEST_F(CalibrationSettingsTest, HostileRowCountReadsNothingAndKeepsTheTable) {
+  const std::string path = WriteLut("big.lut", "x", {1, 2, 3});
+  std::string bytes;
+  {
+    std::ifstream in(path, std::ios::binary);
+    bytes.assign(std::istreambuf_iterator<char>(in), {});
+  }
+  // The row count sits after the mark, a reserved byte and 1024 bytes of text.
+  const size_t at = 11 + 1 + 1024;
+  ASSERT_GT(bytes.size(), at + 4);
+  for (uint32_t rows : {0x7FFFFFFFu, 0x80000000u, 4u}) {
+    for (int i = 0; i < 4; ++i) bytes[at + size_t(i)] = char((rows >> (8 * i)) & 0xFF);
+    std::ofstream(path, std::ios::binary) << bytes;
+    IntensityTable t;
+    MakeLinearTable(t, 8);
+    EXPECT_EQ(LoadCalibrationTable(path, t), 11007) << rows;
+    EXPECT_EQ(t.Count, 256);
+    EXPECT_EQ(t.Values.size(), 256u);
+    EXPECT_EQ(t.Name, "linear");
+  }
 }
 
 TEST_F(CalibrationSettingsTest, InstallPlugsInSettingsExitAndWindowHooks) {

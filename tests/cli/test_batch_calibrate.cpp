@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 #include "analysis/form_zcalibration.h"
 #include "batch_fixture.h"
+#include "core/mdi_main.h"
+#include "plot/plot_documents.h"
+#include "worksheet/sheet_plot.h"
 #include "image/form_camera.h"
 #include "image/image_files.h"
 #include "support/scripted_host.h"
@@ -100,6 +104,43 @@ TEST_F(BatchCalibrateTest, ScanReportShowsCalibratedLines) {
   EXPECT_TRUE(Has("I.max = 6000.0 e/s\t(I.max-I.back = 5800.0 e/s)\n")) << out.str();
   EXPECT_EQ(Run({"scan", image, "--par", par, "--lut", root + "/none.lut"}), 1);
   EXPECT_NE(err.str().find("Open LUT: "), std::string::npos);
+}
+
+// The run's columns by the unit are the experiment's own to test; here the
+// table reaches the run through the settings.
+TEST_F(BatchCalibrateTest, RunCalibratesItsIntensitiesFromTheSettings) {
+  const std::string lut = Lut("e.lut", 256, 2.0f, "e/s");
+  const std::string ini = root + "/run.ini";
+  const std::string swp = root + "/e.swp";
+  test::WriteFile(swp, "20\r\n25\r\n");
+  struct Unregister {
+    ~Unregister() {
+      SetPlotFactory(nullptr);
+      SetAddPlotHandler(nullptr);
+    }
+  } unregister;
+  std::vector<double> firstMax;
+  for (int on = 0; on < 2; ++on) {
+    test::WriteFile(ini, "[HARDWARE]\r\nGrabber=DummyGrb\r\nA/D-Converter=DummyAD\r\n"
+                         "D/A-Converter=DummyDA\r\nI/O-Converter=DummyIO\r\n"
+                         "[Pathes]\r\nSheets=" + root + "/\r\n"
+                         "[Window1]\r\nX1=10\r\nY1=10\r\nW=20\r\nH=20\r\nSelect=1\r\nPlot=1\r\n"
+                         "[ZCALIBRATION]\r\nenabled=" + std::to_string(on) + "\r\nfilename=" +
+                         lut + "\r\n");
+    const std::string sheetPath = root + "/cal" + std::to_string(on) + ".sht";
+    ASSERT_EQ(Run({"run", swp, "--out", sheetPath, "--ini", ini, "--max-steps", "1"}), 0)
+        << err.str();
+    test::ScriptedHost host;
+    MDIForm_Main main;
+    RegisterPlotDocuments(main);  // the plots in the file read
+    Form_Worksheet sheet;
+    ASSERT_EQ(sheet.OpenWorksheet(sheetPath), 0);
+    ASSERT_EQ(sheet.Cols(), 6);
+    firstMax.push_back(sheet.CellAt(1, 3).Number());
+  }
+  // The dummy's picture is the same each time; the table doubles every level.
+  EXPECT_GT(firstMax[0], 0.0);
+  EXPECT_DOUBLE_EQ(firstMax[1], 2 * firstMax[0]);
 }
 
 }  // namespace
