@@ -30,6 +30,7 @@
 #include "app/image_calibration_dialogs.h"
 #include "app/live_views.h"
 #include "app/main_window.h"
+#include "app/particle_dialogs.h"
 #include "app/qt_host.h"
 #include "app/screenshot_scenes.h"
 #include "app/soft_trigger_dialog.h"
@@ -119,6 +120,7 @@ int main(int argc, char** argv) {
     sv::app::InstallFitDialogs(&window);
     sv::app::InstallRFactorDialog(&window, [&main] { return sv::app::OpenSheets(main); });
     sv::app::InstallGrowthRateDialog(&window);
+    sv::app::InstallParticleDialogs(main, &window);
     sv::app::InstallRecoveryWriters();
     // From here a signal to end waits for the event loop, then closes as
     // the exit does, without its question. A screenshot leaves without it.
