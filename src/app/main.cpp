@@ -18,6 +18,7 @@
 #include "app/resize_dialog.h"
 #include "app/experiment_dialog.h"
 #include "app/film_player_window.h"
+#include "app/filter_dialogs.h"
 #include "app/fit_dialogs.h"
 #include "app/rfactor_dialog.h"
 #include "app/auger_dialog.h"
@@ -28,6 +29,7 @@
 #include "app/hardware_dialogs.h"
 #include "app/line_tools.h"
 #include "app/image_calibration_dialogs.h"
+#include "app/image_math_dialogs.h"
 #include "app/live_views.h"
 #include "app/main_window.h"
 #include "app/particle_dialogs.h"
@@ -114,6 +116,8 @@ int main(int argc, char** argv) {
     sv::app::InstallSoftTriggerDialog(main, &window);
     sv::app::InstallCompressDialog(&window);
     sv::app::InstallResizeDialog(&window);
+    sv::app::InstallFilterDialogs(main, &window);
+    sv::app::InstallImageMathDialogs(main, &window);
     sv::app::InstallImageVTRDialog(main, &window);
     sv::app::InstallAugerDialog(main, &window);
     sv::app::InstallFilmPlayer(main, &window);
