@@ -14,6 +14,7 @@
 #include "core/mdi_main.h"
 #include "core/settings.h"
 #include "hardware/hardware.h"
+#include "image/form_camera.h"
 #include "worksheet/load_table.h"
 
 namespace sv {
@@ -132,7 +133,7 @@ void InstallCalibration() {
   ExitSteps().calibrationStore = [] { CloseCalibration(); };
   AnalysisHooks& h = Hooks();
   h.CalibrationOn = [](const Form_Camera&) { return CalIntensityOn(); };
-  h.CalIntensity = [](const Form_Camera& image, float raw) { return CalIntensity(image, raw); };
+  h.CalIntensity = [](const Form_Camera& image, float raw) { return image.CalIntensity(raw); };
   h.CalibrationUnit = [](const Form_Camera&) { return ZCal().Name; };
 }
 

@@ -84,6 +84,8 @@ float CalIntensity(const Form_Camera& image, float raw) {
   return CalIntensity(ZCal(), image.ImageDynamik(), raw);
 }
 
+float Form_Camera::CalIntensity(float raw) const { return sv::CalIntensity(*this, raw); }
+
 bool CalIntensityOn() { return ZCal().Enabled == 1 && ZCal().Count > 0; }
 
 float TableValue(const IntensityTable& table, float x) {

@@ -85,6 +85,8 @@ class Form_Camera : public ChildDocument {
   long ImageBitsPerPixel() const { return ImageBitsPerPixel_; }
   void SetImageBitsPerPixel(long bits);
   long ImageDynamik() const { return ImageDynamik_; }
+  // raw through the intensity calibration for this image's grey levels.
+  float CalIntensity(float raw) const;
   bool HasColors() const { return HasColors_; }
   void SetHasColors(bool colour);
   // Takes `pixels` as the image, of the new shape, without copying them; the

@@ -80,6 +80,7 @@ TEST(CalibrationIntensity, SmallTableStretchesOverATwelveBitImage) {
   z = t;
   EXPECT_TRUE(CalIntensityOn());
   EXPECT_FLOAT_EQ(CalIntensity(image, 4095.0f), 511.0f * 4095.0f / 255.0f);
+  EXPECT_FLOAT_EQ(image.CalIntensity(0.0f), 4095.0f / 255.0f);
   z = keep;
 }
 
