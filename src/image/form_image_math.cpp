@@ -217,7 +217,7 @@ std::vector<Form_Camera*> MathImages(MDIForm_Main* main) {
   std::vector<Form_Camera*> images;
   if (!main) return images;
   for (ChildDocument* d : main->Documents())
-    if (auto* image = dynamic_cast<Form_Camera*>(d); image && image->ImagePtr())
+    if (auto* image = dynamic_cast<Form_Camera*>(d); image && image->ImagePtr() && !image->Locked())
       images.push_back(image);
   return images;
 }
@@ -384,9 +384,13 @@ void RegisterImageMathCommands(MDIForm_Main& main) {
     if (form.Images.empty()) return;
     if (auto& show = ImageMath2Dialog()) show(form);
   });
-  auto any = [m] { return !MathImages(m).empty(); };
-  main.SetEnabledRule("mnuImageMath1", any);
-  main.SetEnabledRule("mnuImageMath2", any);
+  // Like the other image entries: an image in front that is not busy.
+  auto ready = [active] {
+    Form_Camera* image = active();
+    return image && image->ImagePtr() && !image->Locked();
+  };
+  main.SetEnabledRule("mnuImageMath1", ready);
+  main.SetEnabledRule("mnuImageMath2", ready);
 }
 
 }  // namespace sv

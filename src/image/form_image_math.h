@@ -63,8 +63,8 @@ ImageMathShape ImageMath2Shape(const Form_Camera& first);
 Form_Camera* ImageMath2Do(Form_Camera& a, Form_Camera& b, const ImageMath2Args& args,
                           bool newImage = false, MDIForm_Main* main = nullptr);
 
-// The images a dialog can take: the open images with pixels, in the order
-// of the main window.
+// The images a dialog can take: the open images with pixels that are not
+// busy (a live picture, a run), in the order of the main window.
 std::vector<Form_Camera*> MathImages(MDIForm_Main* main);
 
 class Form_ImageMath1 {

@@ -212,6 +212,15 @@ TEST_F(ImageMathTest, MenuCommandsOpenTheDialogsOnTheOpenImages) {
   main.Click("mnuImageMath1");
   main.Click("mnuImageMath2");
   EXPECT_EQ(shown, 2);
+  // A busy image (the live picture, a run) is neither offered nor in front.
+  Form_Camera* live = Make("Live", 1, 1, 8, {2});
+  live->SetLocked(true);
+  EXPECT_EQ(MathImages(&main), std::vector<Form_Camera*>{a});
+  main.PrepareAllMenus();
+  EXPECT_FALSE(main.FindMenu("mnuImageMath1")->enabled);
+  main.SetActiveChild(a->Handle());
+  main.PrepareAllMenus();
+  EXPECT_TRUE(main.FindMenu("mnuImageMath2")->enabled);
 }
 
 }  // namespace
