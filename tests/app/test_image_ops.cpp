@@ -82,6 +82,16 @@ class TestImageOps : public WorkbenchFixture {
     QVERIFY(!Entry("mnuUndo")->isEnabled());
   }
 
+  // The picture shows the result at once: the black corner turns white.
+  void negativeRedrawsThePicture() {
+    const QImage before = GrabPicture();
+    QVERIFY(!before.isNull());
+    test::PressMenu(*main_, *window_, "mnuNegativeImage");
+    const QImage after = GrabPicture();
+    QCOMPARE(QString::fromStdString(ActiveImage()->UndoName()), QString("Negative Image"));
+    QVERIFY(after.pixelColor(1, 1).lightness() > before.pixelColor(1, 1).lightness() + 200);
+  }
+
   // Duplicate opens a copy in front.
   void duplicateOpensACopy() {
     const std::string title = ActiveImage()->Title();
