@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "core/host.h"
@@ -23,8 +24,7 @@ constexpr long kFkts = long(sizeof kFktText / sizeof kFktText[0]);
 // Derivative of n points into out (n values): the mean of the slopes to
 // either neighbour, one slope alone at the ends or where the other neighbour
 // has the same X; NaN where both are dropped (the caller carries the previous
-// result forward). `slope` holds n - 1 values of scratch. X and Y come as the
-// float itself or as its bits.
+// result forward). X and Y come as the float itself or as its bits.
 inline float AsFloat(float f) { return f; }
 inline float AsFloat(uint32_t b) { return std::bit_cast<float>(b); }
 
@@ -34,7 +34,8 @@ template <class In>
   for (size_t i = 0; i + 1 < n; ++i) {
     const float dx = AsFloat(x[i + 1]) - AsFloat(x[i]);
     const float dy = AsFloat(y[i + 1]) - AsFloat(y[i]);
-    slope[i] = dx != 0.0f ? dy / dx : none;
+    const float q = dy / dx;  // divided always, chosen after: the loop vectorises
+    slope[i] = dx != 0.0f ? q : none;
   }
 }
 
@@ -42,21 +43,18 @@ SV_COLUMN_CLONES void SlopesOf(const float* x, const float* y, float* slope, siz
   SlopesBody(x, y, slope, n);
 }
 
-SV_COLUMN_CLONES void SlopesOf(const uint32_t* x, const uint32_t* y, float* slope, size_t n) {
-  SlopesBody(x, y, slope, n);
-}
-
 SV_COLUMN_CLONES bool MeanSlopes(const float* slope, float* out, size_t n) {
   // Inner points; a NaN slope is a dropped one.
-  bool dropped = false;
+  uint32_t dropped = 0;
   for (size_t i = 1; i + 1 < n; ++i) {
     const float b = slope[i - 1], f = slope[i];
-    const bool hb = b == b, hf = f == f;
-    const float v = hb && hf ? (b + f) * 0.5f : (hb ? b : f);
-    dropped |= v != v;
+    const float mean = (b + f) * 0.5f;
+    // NaN when either is dropped; then the other (NaN too when both are).
+    const float v = mean == mean ? mean : (b == b ? b : f);
+    dropped += v != v;
     out[i] = v;
   }
-  return dropped;
+  return dropped != 0;
 }
 
 // Carries the previous result into points whose slopes were both dropped.
@@ -65,45 +63,111 @@ void CarryForward(float* out, size_t n) {
     if (std::isnan(out[i])) out[i] = out[i - 1];
 }
 
+// Scratch arrays kept from call to call: a full column is a quarter of a
+// megabyte, and fresh memory of that size costs more in page faults than the
+// arithmetic. One thread; no operation here calls another while it holds one.
+float* Scratch(int which, size_t n) {
+  static std::vector<float> scratch[3];
+  std::vector<float>& s = scratch[which];
+  if (s.size() < n) s.resize(n);
+  return s.data();
+}
+
 template <class In>
-void Derivative(const In* x, const In* y, float* out, size_t n, std::vector<float>& slope) {
+void Derivative(const In* x, const In* y, float* out, size_t n) {
   if (n == 0) return;
   const float none = std::numeric_limits<float>::quiet_NaN();
   if (n == 1) {
     out[0] = none;
     return;
   }
-  slope.resize(n - 1);
-  SlopesOf(x, y, slope.data(), n);
+  float* slope = Scratch(2, n - 1);
+  SlopesOf(x, y, slope, n);
   out[0] = slope[0];
   out[n - 1] = slope[n - 2];
-  const bool dropped = MeanSlopes(slope.data(), out, n) || std::isnan(out[0]) ||
+  const bool dropped = MeanSlopes(slope, out, n) || std::isnan(out[0]) ||
                        std::isnan(out[n - 1]);
   if (dropped) CarryForward(out, n);
 }
 
-// Float results into compact bits: a result that is no finite number is a gap.
-SV_COLUMN_CLONES void ToBits(const float* v, uint32_t* bits, size_t n) {
-  for (size_t i = 0; i < n; ++i) {
-    const uint32_t b = std::bit_cast<uint32_t>(v[i]);
-    bits[i] = (b & 0x7F800000u) == 0x7F800000u ? kGapBits : b;
+// The mark of a point whose slopes were both dropped, until the previous
+// result is carried into it.
+constexpr uint32_t kDropped = 0x7FC00000u;
+
+// Slopes of a tile from compact bits: slope[k] from points k and k + 1, for
+// k < c; the gaps among the points 0 .. c - 1 are counted.
+SV_COLUMN_CLONES uint32_t SlopesTile(const uint32_t* x, const uint32_t* y, float* slope,
+                                     size_t c) {
+  uint32_t gaps = 0;
+  for (size_t k = 0; k < c; ++k) {
+    gaps += (x[k] == kGapBits) + (y[k] == kGapBits);
+    const float dx = AsFloat(x[k + 1]) - AsFloat(x[k]);
+    const float dy = AsFloat(y[k + 1]) - AsFloat(y[k]);
+    const float q = dy / dx;
+    slope[k] = dx != 0.0f ? q : std::numeric_limits<float>::quiet_NaN();
   }
+  return gaps;
+}
+
+// Results of m points from the slopes either side (s[k] before point k,
+// s[k + 1] after it, NaN for none) into compact bits; the count of points
+// with both dropped, which get kDropped.
+SV_COLUMN_CLONES uint32_t MeansToBits(const float* s, uint32_t* bits, size_t m) {
+  uint32_t dropped = 0;
+  for (size_t k = 0; k < m; ++k) {
+    const float b = s[k], f = s[k + 1];
+    const float mean = (b + f) * 0.5f;
+    const float v = mean == mean ? mean : (b == b ? b : f);
+    const uint32_t u = std::bit_cast<uint32_t>(v);
+    const uint32_t a = u & 0x7FFFFFFFu;  // above infinity: NaN, none
+    dropped += a > 0x7F800000u;
+    bits[k] = a > 0x7F800000u ? kDropped : (a == 0x7F800000u ? kGapBits : u);
+  }
+  return dropped;
+}
+
+// The derivative of two gapless compact columns of n rows straight into the
+// compact column `out`, tile by tile so that the slopes stay in the cache.
+// False, with `out` all gaps again, when a gap turns up after all.
+bool DerivativeInPlace(const uint32_t* x, const uint32_t* y, uint32_t* out, size_t n) {
+  constexpr size_t kTile = 2048;
+  float s[kTile + 1];
+  float before = std::numeric_limits<float>::quiet_NaN();  // no slope left of the first
+  uint32_t gaps = (x[n - 1] == kGapBits) + (y[n - 1] == kGapBits), dropped = 0;
+  for (size_t t = 0; t < n; t += kTile) {
+    const size_t m = std::min(kTile, n - t);
+    const size_t c = std::min(m, n - 1 - t);  // slopes that start in this tile
+    s[0] = before;
+    gaps += SlopesTile(x + t, y + t, s + 1, c);
+    if (c < m) s[c + 1] = std::numeric_limits<float>::quiet_NaN();  // no slope after the last
+    dropped += MeansToBits(s, out + t, m);
+    before = s[m];
+  }
+  if (gaps) {
+    std::fill(out, out + n, kGapBits);
+    return false;
+  }
+  // Where both slopes were dropped the previous result stands.
+  if (dropped)
+    for (size_t i = 0; i < n; ++i)
+      if (out[i] == kDropped) out[i] = i > 0 ? out[i - 1] : kGapBits;
+  return true;
 }
 
 // Copies compact bits as floats; true when a gap was among them.
 SV_COLUMN_CLONES bool CopyOut(const uint32_t* bits, float* v, size_t n) {
-  bool gap = false;
+  uint32_t gaps = 0;
   for (size_t i = 0; i < n; ++i) {
-    gap |= bits[i] == kGapBits;
+    gaps += bits[i] == kGapBits;
     v[i] = std::bit_cast<float>(bits[i]);
   }
-  return gap;
+  return gaps != 0;
 }
 
 SV_COLUMN_CLONES bool HasGap(const uint32_t* bits, size_t n) {
-  bool gap = false;
-  for (size_t i = 0; i < n; ++i) gap |= bits[i] == kGapBits;
-  return gap;
+  uint32_t gaps = 0;
+  for (size_t i = 0; i < n; ++i) gaps += bits[i] == kGapBits;
+  return gaps != 0;
 }
 
 // One binomial pass, ends kept.
@@ -126,6 +190,35 @@ SV_COLUMN_CLONES void PassToBits(const float* in, uint32_t* bits, size_t n) {
     const uint32_t b = std::bit_cast<uint32_t>(v);
     bits[i] = (b & 0x7F800000u) == 0x7F800000u ? kGapBits : b;
   }
+}
+
+// Inner points of one pass from `in` (m + 2 values: each point with its
+// neighbours) into compact bits.
+SV_COLUMN_CLONES void InnerToBits(const float* in, uint32_t* bits, size_t m) {
+  for (size_t k = 0; k < m; ++k) {
+    const float v = (2.0f * in[k + 1] + in[k] + in[k + 2]) * 0.25f;
+    const uint32_t b = std::bit_cast<uint32_t>(v);
+    bits[k] = (b & 0x7F800000u) == 0x7F800000u ? kGapBits : b;
+  }
+}
+
+// One pass from the compact column `src` (n >= 3, no gaps) into `dst`, which
+// may be the same column: tile by tile, the tile's old values are copied
+// aside first, so the column is read and written once.
+void SmoothOnce(const uint32_t* src, uint32_t* dst, size_t n) {
+  constexpr size_t kTile = 2048;
+  float old[kTile + 2];
+  const uint32_t first = src[0], last = src[n - 1];
+  float before = std::bit_cast<float>(first);  // the old value left of the tile
+  for (size_t i = 1; i + 1 < n; i += kTile) {
+    const size_t m = std::min(kTile, n - 1 - i);
+    old[0] = before;
+    std::memcpy(old + 1, src + i, (m + 1) * sizeof(float));
+    before = old[m];
+    InnerToBits(old, dst + i, m);
+  }
+  dst[0] = column_cells::Store(std::bit_cast<float>(first));
+  dst[n - 1] = column_cells::Store(std::bit_cast<float>(last));
 }
 
 // Smoothed values of `in` (n >= 3) after `degree` passes; `a` and `b` are
@@ -260,8 +353,7 @@ long Functions(Form_Worksheet& sheet, long column, long index) {
 // --- Derivative and integral --------------------------------------------------------
 
 void DerivativeOf(const float* x, const float* y, float* out, size_t n) {
-  std::vector<float> slope;
-  Derivative(x, y, out, n, slope);
+  Derivative(x, y, out, n);
 }
 
 long Differentiate(Form_Worksheet& sheet) {
@@ -270,25 +362,21 @@ long Differentiate(Form_Worksheet& sheet) {
   const size_t body = size_t(std::max(0L, sheet.Rows() - 1));
   const uint32_t* xb = sheet.FloatBody(xcol);
   const uint32_t* yb = sheet.FloatBody(ycol);
-  std::vector<float> slope;
-  // Two float columns without gaps: every row is a point.
-  if (xb && yb && !HasGap(xb, body) && !HasGap(yb, body)) {
-    const long out = InsertResultColumn(sheet, ycol, "'");
-    if (out < 0) return 0;
-    // The insert leaves the source columns where they were (they lie left).
-    std::vector<float> d(body);
-    Derivative(sheet.FloatBody(xcol), sheet.FloatBody(ycol), d.data(), body, slope);
-    ToBits(d.data(), sheet.FloatBody(out), body);
+  const long out = InsertResultColumn(sheet, ycol, "'");
+  if (out < 0) return 0;
+  // Two float columns without gaps: every row is a point. (The insert leaves
+  // the source columns where they were: they lie left of it.)
+  if (xb && yb && body >= 2 &&
+      DerivativeInPlace(sheet.FloatBody(xcol), sheet.FloatBody(ycol), sheet.FloatBody(out),
+                        body)) {
     Finish(sheet, out);
     return 1;
   }
   XYPoints p;
   CollectXY(sheet, xcol, ycol, p);
-  const long out = InsertResultColumn(sheet, ycol, "'");
-  if (out < 0) return 0;
-  std::vector<float> d(p.x.size());
-  Derivative(p.x.data(), p.y.data(), d.data(), d.size(), slope);
-  for (size_t i = 0; i < d.size(); ++i) column_cells::Put(sheet, p.rows[i], out, d[i]);
+  float* d = Scratch(0, p.x.size());
+  Derivative(p.x.data(), p.y.data(), d, p.x.size());
+  for (size_t i = 0; i < p.x.size(); ++i) column_cells::Put(sheet, p.rows[i], out, d[i]);
   Finish(sheet, out);
   return 1;
 }
@@ -315,8 +403,7 @@ long Integrate(Form_Worksheet& sheet) {
 void SmoothValues(std::vector<float>& values, long degree) {
   const size_t n = values.size();
   if (n < 3 || degree < 1) return;
-  std::vector<float> a(n), b(n);
-  const float* r = Passes(values.data(), a.data(), b.data(), n, degree);
+  const float* r = Passes(values.data(), Scratch(0, n), Scratch(1, n), n, degree);
   std::copy(r, r + n, values.begin());
 }
 
@@ -327,19 +414,16 @@ void SmoothColumn(Form_Worksheet& sheet, long src, long dst, long degree) {
   const size_t body = size_t(std::max(0L, sheet.Rows() - 1));
   const uint32_t* sb = sheet.FloatBody(src);
   uint32_t* db = sheet.FloatBody(dst);
-  if (sb && db && body >= 3) {
-    std::vector<float> a(body);
-    if (!CopyOut(sb, a.data(), body)) {
-      // Every row a number: the passes run on the column itself.
-      if (degree == 1) {
-        PassToBits(a.data(), db, body);
-      } else {
-        std::vector<float> b(body), c(body);
-        const float* r = Passes(a.data(), b.data(), c.data(), body, degree - 1);
-        PassToBits(r, db, body);
-      }
-      return;
+  if (sb && db && body >= 3 && !HasGap(sb, body)) {
+    // Every row a number: the passes run on the column itself.
+    if (degree == 1) {
+      SmoothOnce(sb, db, body);
+    } else {
+      float* a = Scratch(2, body);
+      CopyOut(sb, a, body);
+      PassToBits(Passes(a, Scratch(0, body), Scratch(1, body), body, degree - 1), db, body);
     }
+    return;
   }
   std::vector<float> values;
   std::vector<long> rows;
