@@ -19,7 +19,7 @@ double Interpolate(const std::vector<float>& values, double x) {
   const long n = long(values.size());
   if (!(x > 0)) return values[0];  // below the table, and NaN
   if (x >= double(n - 1)) return values[size_t(n - 1)];
-  const long i = long(std::floor(x));
+  const long i = long(x);  // x > 0 here: the cut is the floor
   const double v = values[size_t(i)];
   return v + (double(values[size_t(i + 1)]) - v) * (x - double(i));
 }
