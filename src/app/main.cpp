@@ -14,6 +14,7 @@
 #include "analysis/energy_hooks.h"
 #include "analysis/image_convert.h"
 #include "app/app_environment.h"
+#include "app/column_dialogs.h"
 #include "app/compress_dialog.h"
 #include "app/resize_dialog.h"
 #include "app/experiment_dialog.h"
@@ -107,6 +108,7 @@ int main(int argc, char** argv) {
     sv::app::InstallGenICamDialog(main, &window);
     sv::app::InstallLiveViews(main, &window);
     sv::app::InstallDocumentDialogs(&window);
+    sv::app::InstallColumnDialogs(main, &window);
     sv::app::InstallPlotEnvironment(&window);
     sv::app::InstallWindowTools(main, &window);
     sv::app::InstallHardwareDialogs(main, &window);
