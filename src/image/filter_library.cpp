@@ -65,7 +65,11 @@ std::string Folder(const std::string& folder) { return folder + "/" + kFilterLib
 // A work buffer of n samples, not cleared (the filter writes every one);
 // empty when the memory is not there.
 std::unique_ptr<uint16_t[]> WorkBuffer(size_t n) {
-  return std::unique_ptr<uint16_t[]>(new (std::nothrow) uint16_t[n]);
+  try {
+    return std::unique_ptr<uint16_t[]>(new uint16_t[n]);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 }  // namespace
