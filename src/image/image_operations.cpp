@@ -8,6 +8,7 @@
 #include "core/host.h"
 #include "core/mdi_main.h"
 #include "image/form_binarize.h"
+#include "image/form_binarize.h"
 #include "image/form_camera.h"
 #include "image/form_resize.h"
 #include "image/kernel/analysis.h"
@@ -386,6 +387,7 @@ void RegisterImageOperations() {
   auto colour = [](const Form_Camera& c) { return c.HasColors(); };
   auto any = [](const Form_Camera&) { return true; };
   auto main = []() { return MainForm(); };
+  t["Binarize"] = {grey, [](Form_Camera& c, int) { Binarize(c); }};
   t["Binarize"] = {grey, [](Form_Camera& c, int) { Binarize(c); }};
   t["Dilatation"] = {grey, [](Form_Camera& c, int i) { Dilatation(c, MenuConnectivity(i)); }};
   t["Erosion"] = {grey, [](Form_Camera& c, int i) { Erosion(c, MenuConnectivity(i)); }};

@@ -221,6 +221,7 @@ TEST_F(ImageOperationsTest, MenuEntriesFollowTheImageKindAndIndex) {
   EXPECT_FALSE(main.FindMenu("mnuColorsTrueColor")->enabled);
   EXPECT_FALSE(main.FindMenu("mnuDilatation", 0)->enabled);
   EXPECT_FALSE(main.FindMenu("mnuEdge")->enabled);
+  EXPECT_FALSE(main.FindMenu("mnuBinarize")->enabled);
   EXPECT_TRUE(main.FindMenu("mnuRotate", 1)->enabled);
   EXPECT_TRUE(main.FindMenu("mnuDynamik", 8)->enabled);
   main.Click("mnuRotate", 1);
@@ -230,6 +231,7 @@ TEST_F(ImageOperationsTest, MenuEntriesFollowTheImageKindAndIndex) {
   Form_Camera* grey = Image(6, 5);
   main.PrepareMenu("mnuImage");
   EXPECT_FALSE(main.FindMenu("mnuColorsGreyScale")->enabled);
+  EXPECT_TRUE(main.FindMenu("mnuBinarize")->enabled);
   EXPECT_TRUE(main.FindMenu("mnuColorsTrueColor")->enabled);
   EXPECT_TRUE(main.FindMenu("mnuMorphClose", 1)->enabled);
   const std::vector<uint16_t> src = Pixels(*grey);
