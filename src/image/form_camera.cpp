@@ -93,8 +93,10 @@ bool Form_Camera::Offers(const std::string& operation) const {
 
 bool Form_Camera::InvokeAt(const std::string& operation, int index) {
   const auto& table = ImageOperationTable();
-  if (auto it = table.find(operation); it != table.end() && Offers(operation)) {
-    // A copy: the operation may change the table's owner's state.
+  if (auto it = table.find(operation); it != table.end()) {
+    // Not for this kind of image: nothing happens.
+    if (!Offers(operation)) return false;
+    // A copy: the operation may change the table while it runs.
     const auto run = it->second.run;
     run(*this, index);
     return true;

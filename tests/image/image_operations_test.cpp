@@ -206,6 +206,11 @@ TEST_F(ImageOperationsTest, WrongKindsAndArgumentsAreRefusedSilently) {
   EXPECT_FALSE(ResizeImage(*grey, 0, 5));
   EXPECT_TRUE(SplitToRGB(*grey, main).empty());
   EXPECT_FALSE(field(*Image(4, 1), 2));  // a one-line frame has no second field
+  // By name, as the menus reach them: not offered, not run.
+  EXPECT_FALSE(grey->Invoke("GreyScale"));
+  EXPECT_FALSE(colour->InvokeAt("Dilatation", 1));
+  EXPECT_TRUE(grey->Offers("Edge"));
+  EXPECT_FALSE(grey->Offers("NoSuchOperation"));
   EXPECT_EQ(grey->UndoName(), "");
   EXPECT_EQ(colour->UndoName(), "");
   EXPECT_TRUE(host.messages.empty());
