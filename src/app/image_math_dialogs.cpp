@@ -211,7 +211,10 @@ ImageMath2Window::ImageMath2Window(Form_ImageMath2& form, QWidget* parent)
     form_.Command_Swap();
     LoadControls();
   });
-  connect(group, &QButtonGroup::idClicked, this, [this](int id) { form_.Option_Operation = id; });
+  connect(group, &QButtonGroup::idClicked, this, [this](int id) {
+    form_.Option_Operation = id;
+    fade_->setEnabled(form_.FadeEnabled());
+  });
   connect(fade_, &QScrollBar::valueChanged, this, [this](int v) {
     if (loading_) return;
     form_.HScroll_Fade = v;
@@ -233,6 +236,7 @@ void ImageMath2Window::LoadControls() {
   Fill(input1_, form_.Combo_InputImage1, form_.Input1);
   Fill(input2_, form_.Combo_InputImage2, form_.Input2);
   fade_->setValue(form_.HScroll_Fade);
+  fade_->setEnabled(form_.FadeEnabled());
   fadeLabel_->setText(Q(form_.Label_Fade));
   info_->setText(Q(form_.Label_Info));
   output_->setText(Q(form_.Label_OutputSize));

@@ -119,6 +119,8 @@ class Form_ImageMath2 {
 
   // The choices changed: the labels follow.
   void Combo_Click();
+  // The fade's scroll bar counts only for the fade.
+  bool FadeEnabled() const { return Option_Operation == kMathFade; }
   void HScroll_Fade_Change();
   // Exchanges the two sources.
   void Command_Swap();

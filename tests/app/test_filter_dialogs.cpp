@@ -133,6 +133,7 @@ class TestFilterDialogs : public WorkbenchFixture {
       QCOMPARE(d->findChild<QComboBox*>("Combo_InputImage1")->currentText(), QString("B"));
       QTest::mouseClick(swap, Qt::LeftButton);
       QTest::mouseClick(d->findChild<QRadioButton*>("Option_Operation(1)"), Qt::LeftButton);
+      QVERIFY(!d->findChild<QScrollBar*>("HScroll_Fade")->isEnabled());
       d->findChild<QCheckBox*>("Check_CreateNewImage")->setChecked(true);
       QTest::mouseClick(d->findChild<QPushButton*>("Command_OK"), Qt::LeftButton);
       done = true;
