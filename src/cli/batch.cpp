@@ -29,6 +29,7 @@
 #include "cli/batch_run.h"
 #include "cli/batch_scan.h"
 #include "cli/batch_script.h"
+#include "cli/batch_script_run.h"
 #include "cli/batch_calibrate.h"
 #include "cli/batch_column.h"
 #include "cli/batch_sheets.h"
@@ -114,7 +115,7 @@ std::string Usage() {
          "  help        this text\n" +
          GrabUsage() + ImageUsage() + ImageOpUsage() + FiltersUsage() + SheetUsage() + ColumnUsage() + PlotUsage() + ScanUsage() + LinesUsage() + ParticlesUsage() + FitUsage() + RFactorUsage() + GrowthUsage() + AugerUsage() +
          DevicesUsage() + LinksUsage() + ExperimentUsage() + RunUsage() + TriggerUsage() + FilmUsage() + FilmEditUsage() + FilmScanUsage() +
-         RecordUsage() + CalibrateUsage() + ScriptUsage();
+         RecordUsage() + CalibrateUsage() + ScriptUsage() + ScriptRunUsage();
 }
 
 int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -165,6 +166,7 @@ int RunBatch(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (cmd == "film-scan") return FilmScanCommand(args, out, err);
   if (cmd == "record") return RecordCommand(args, out, err);
   if (cmd == "script-check") return ScriptCheckCommand(args, out, err);
+  if (cmd == "script") return ScriptRunCommand(args, out, err);
   return BadCommandLine(err, "unknown command " + cmd);
 }
 
