@@ -258,6 +258,30 @@ TEST_F(ParticleDetectTest, SaveWritesTheContourToTheDataRoot) {
   EXPECT_EQ(text.str(), "2\t0\n2\t1\n1\t1\n");
 }
 
+TEST_F(ParticleDetectTest, NoiseTracesEndAndStepOnLitNeighbours) {
+  std::vector<std::string> rows(48, std::string(64, '.'));
+  uint32_t seed = 12345;
+  for (auto& r : rows)
+    for (char& c : r) {
+      seed = seed * 1103515245u + 12345u;
+      if ((seed >> 16) % 100 < 55) c = '#';
+    }
+  ASSERT_GT(Detect(rows), 10);
+  EXPECT_EQ(form.BrokenTraces, 0);
+  for (const Class_Particle& p : form.Particles) {
+    const Points pts = PointsOf(p);
+    ASSERT_FALSE(pts.empty());
+    for (size_t i = 0; i < pts.size(); ++i) {
+      EXPECT_EQ(rows[size_t(pts[i].second)][size_t(pts[i].first)], '#');
+      if (i > 0) {
+        EXPECT_EQ(std::abs(pts[i].first - pts[i - 1].first) +
+                      std::abs(pts[i].second - pts[i - 1].second),
+                  1);
+      }
+    }
+  }
+}
+
 TEST_F(ParticleDetectTest, ClosedImageIsLetGo) {
   Form_Camera& img = Picture({"##", "##"});
   form.DetectParticles(img);
