@@ -25,36 +25,37 @@ constexpr long kFkts = long(sizeof kFktText / sizeof kFktText[0]);
 // either neighbour, one slope alone at the ends or where the other neighbour
 // has the same X; NaN where both are dropped (the caller carries the previous
 // result forward). X and Y come as the float itself or as its bits.
-inline float AsFloat(float f) { return f; }
 inline float AsFloat(uint32_t b) { return std::bit_cast<float>(b); }
 
-template <class In>
-[[gnu::always_inline]] inline void SlopesBody(const In* x, const In* y, float* slope, size_t n) {
-  const float none = std::numeric_limits<float>::quiet_NaN();
-  for (size_t i = 0; i + 1 < n; ++i) {
-    const float dx = AsFloat(x[i + 1]) - AsFloat(x[i]);
-    const float dy = AsFloat(y[i + 1]) - AsFloat(y[i]);
-    const float q = dy / dx;  // divided always, chosen after: the loop vectorises
-    slope[i] = dx != 0.0f ? q : none;
-  }
+using column_cells::Run;
+
+void SlopesOf(const float* x, const float* y, float* slope, size_t n) {
+  Run([](const float* x, const float* y, float* slope, size_t n) SV_COLUMN_BODY {
+    const float none = std::numeric_limits<float>::quiet_NaN();
+    for (size_t i = 0; i + 1 < n; ++i) {
+      const float dx = x[i + 1] - x[i];
+      const float dy = y[i + 1] - y[i];
+      const float q = dy / dx;  // divided always, chosen after: the loop vectorises
+      slope[i] = dx != 0.0f ? q : none;
+    }
+    return 0u;
+  }, x, y, slope, n);
 }
 
-SV_COLUMN_CLONES void SlopesOf(const float* x, const float* y, float* slope, size_t n) {
-  SlopesBody(x, y, slope, n);
-}
-
-SV_COLUMN_CLONES bool MeanSlopes(const float* slope, float* out, size_t n) {
+bool MeanSlopes(const float* slope, float* out, size_t n) {
   // Inner points; a NaN slope is a dropped one.
-  uint32_t dropped = 0;
-  for (size_t i = 1; i + 1 < n; ++i) {
-    const float b = slope[i - 1], f = slope[i];
-    const float mean = (b + f) * 0.5f;
-    // NaN when either is dropped; then the other (NaN too when both are).
-    const float v = mean == mean ? mean : (b == b ? b : f);
-    dropped += v != v;
-    out[i] = v;
-  }
-  return dropped != 0;
+  return Run([](const float* slope, float* out, size_t n) SV_COLUMN_BODY {
+    uint32_t dropped = 0;
+    for (size_t i = 1; i + 1 < n; ++i) {
+      const float b = slope[i - 1], f = slope[i];
+      const float mean = (b + f) * 0.5f;
+      // NaN when either is dropped; then the other (NaN too when both are).
+      const float v = mean == mean ? mean : (b == b ? b : f);
+      dropped += v != v;
+      out[i] = v;
+    }
+    return dropped;
+  }, slope, out, n) != 0;
 }
 
 // Carries the previous result into points whose slopes were both dropped.
@@ -95,35 +96,43 @@ void Derivative(const In* x, const In* y, float* out, size_t n) {
 constexpr uint32_t kDropped = 0x7FC00000u;
 
 // Slopes of a tile from compact bits: slope[k] from points k and k + 1, for
-// k < c; the gaps among the points 0 .. c - 1 are counted.
-SV_COLUMN_CLONES uint32_t SlopesTile(const uint32_t* x, const uint32_t* y, float* slope,
-                                     size_t c) {
-  uint32_t gaps = 0;
-  for (size_t k = 0; k < c; ++k) {
-    gaps += (x[k] == kGapBits) + (y[k] == kGapBits);
-    const float dx = AsFloat(x[k + 1]) - AsFloat(x[k]);
-    const float dy = AsFloat(y[k + 1]) - AsFloat(y[k]);
-    const float q = dy / dx;
-    slope[k] = dx != 0.0f ? q : std::numeric_limits<float>::quiet_NaN();
-  }
-  return gaps;
+// k < c, with weight[k] 1; a dropped slope is 0 with weight 0. The gaps among
+// the points 0 .. c - 1 are counted.
+uint32_t SlopesTile(const uint32_t* x, const uint32_t* y, float* slope, float* weight,
+                    size_t c) {
+  return Run([](const uint32_t* x, const uint32_t* y, float* slope, float* weight,
+                size_t c) SV_COLUMN_BODY {
+    uint32_t gaps = 0;
+    for (size_t k = 0; k < c; ++k) {
+      gaps += (x[k] == kGapBits) + (y[k] == kGapBits);
+      const float dx = AsFloat(x[k + 1]) - AsFloat(x[k]);
+      const float dy = AsFloat(y[k + 1]) - AsFloat(y[k]);
+      const float q = dy / dx;
+      const uint32_t keep = 0u - uint32_t(dx != 0.0f);  // all ones or none
+      slope[k] = std::bit_cast<float>(std::bit_cast<uint32_t>(q) & keep);
+      weight[k] = std::bit_cast<float>(0x3F800000u & keep);  // 1 or 0
+    }
+    return gaps;
+  }, x, y, slope, weight, c);
 }
 
 // Results of m points from the slopes either side (s[k] before point k,
-// s[k + 1] after it, NaN for none) into compact bits; the count of points
-// with both dropped, which get kDropped.
-SV_COLUMN_CLONES uint32_t MeansToBits(const float* s, uint32_t* bits, size_t m) {
-  uint32_t dropped = 0;
-  for (size_t k = 0; k < m; ++k) {
-    const float b = s[k], f = s[k + 1];
-    const float mean = (b + f) * 0.5f;
-    const float v = mean == mean ? mean : (b == b ? b : f);
-    const uint32_t u = std::bit_cast<uint32_t>(v);
-    const uint32_t a = u & 0x7FFFFFFFu;  // above infinity: NaN, none
-    dropped += a > 0x7F800000u;
-    bits[k] = a > 0x7F800000u ? kDropped : (a == 0x7F800000u ? kGapBits : u);
-  }
-  return dropped;
+// s[k + 1] after it, with their weights) into compact bits: the mean of two,
+// the one alone (0 + s times 1), kDropped for none; the count of those.
+// No finite result is a gap.
+uint32_t MeansToBits(const float* s, const float* w, uint32_t* bits, size_t m) {
+  return Run([](const float* s, const float* w, uint32_t* bits, size_t m) SV_COLUMN_BODY {
+    uint32_t dropped = 0;
+    for (size_t k = 0; k < m; ++k) {
+      const float weights = w[k] + w[k + 1];
+      const float v = (s[k] + s[k + 1]) * (1.5f - 0.5f * weights);
+      const uint32_t u = std::bit_cast<uint32_t>(v);
+      const bool none = weights == 0.0f;
+      dropped += none;
+      bits[k] = none ? kDropped : ((u & 0x7F800000u) == 0x7F800000u ? kGapBits : u);
+    }
+    return dropped;
+  }, s, w, bits, m);
 }
 
 // The derivative of two gapless compact columns of n rows straight into the
@@ -131,17 +140,17 @@ SV_COLUMN_CLONES uint32_t MeansToBits(const float* s, uint32_t* bits, size_t m) 
 // False, with `out` all gaps again, when a gap turns up after all.
 bool DerivativeInPlace(const uint32_t* x, const uint32_t* y, uint32_t* out, size_t n) {
   constexpr size_t kTile = 2048;
-  float s[kTile + 1];
-  float before = std::numeric_limits<float>::quiet_NaN();  // no slope left of the first
+  float s[kTile + 1], w[kTile + 1];
+  s[0] = w[0] = 0.0f;  // no slope left of the first point
   uint32_t gaps = (x[n - 1] == kGapBits) + (y[n - 1] == kGapBits), dropped = 0;
   for (size_t t = 0; t < n; t += kTile) {
     const size_t m = std::min(kTile, n - t);
     const size_t c = std::min(m, n - 1 - t);  // slopes that start in this tile
-    s[0] = before;
-    gaps += SlopesTile(x + t, y + t, s + 1, c);
-    if (c < m) s[c + 1] = std::numeric_limits<float>::quiet_NaN();  // no slope after the last
-    dropped += MeansToBits(s, out + t, m);
-    before = s[m];
+    gaps += SlopesTile(x + t, y + t, s + 1, w + 1, c);
+    if (c < m) s[c + 1] = w[c + 1] = 0.0f;  // no slope after the last point
+    dropped += MeansToBits(s, w, out + t, m);
+    s[0] = s[m];
+    w[0] = w[m];
   }
   if (gaps) {
     std::fill(out, out + n, kGapBits);
@@ -155,51 +164,53 @@ bool DerivativeInPlace(const uint32_t* x, const uint32_t* y, uint32_t* out, size
 }
 
 // Copies compact bits as floats; true when a gap was among them.
-SV_COLUMN_CLONES bool CopyOut(const uint32_t* bits, float* v, size_t n) {
-  uint32_t gaps = 0;
-  for (size_t i = 0; i < n; ++i) {
-    gaps += bits[i] == kGapBits;
-    v[i] = std::bit_cast<float>(bits[i]);
-  }
-  return gaps != 0;
+void CopyOut(const uint32_t* bits, float* v, size_t n) {
+  Run([](const uint32_t* bits, float* v, size_t n) SV_COLUMN_BODY {
+    for (size_t i = 0; i < n; ++i) v[i] = std::bit_cast<float>(bits[i]);
+    return 0u;
+  }, bits, v, n);
 }
 
-SV_COLUMN_CLONES bool HasGap(const uint32_t* bits, size_t n) {
-  uint32_t gaps = 0;
-  for (size_t i = 0; i < n; ++i) gaps += bits[i] == kGapBits;
-  return gaps != 0;
-}
-
-// One binomial pass, ends kept.
-SV_COLUMN_CLONES void Pass(const float* in, float* out, size_t n) {
-  out[0] = in[0];
-  out[n - 1] = in[n - 1];
-  for (size_t i = 1; i + 1 < n; ++i) out[i] = (2.0f * in[i] + in[i - 1] + in[i + 1]) * 0.25f;
-}
-
-// The last pass straight into compact bits.
-SV_COLUMN_CLONES void PassToBits(const float* in, uint32_t* bits, size_t n) {
-  auto store = [](float v) {
-    const uint32_t b = std::bit_cast<uint32_t>(v);
-    return (b & 0x7F800000u) == 0x7F800000u ? kGapBits : b;
-  };
-  bits[0] = store(in[0]);
-  bits[n - 1] = store(in[n - 1]);
-  for (size_t i = 1; i + 1 < n; ++i) {
-    const float v = (2.0f * in[i] + in[i - 1] + in[i + 1]) * 0.25f;
-    const uint32_t b = std::bit_cast<uint32_t>(v);
-    bits[i] = (b & 0x7F800000u) == 0x7F800000u ? kGapBits : b;
-  }
+bool HasGap(const uint32_t* bits, size_t n) {
+  return Run([](const uint32_t* bits, size_t n) SV_COLUMN_BODY {
+    uint32_t gaps = 0;
+    for (size_t i = 0; i < n; ++i) gaps += bits[i] == kGapBits;
+    return gaps;
+  }, bits, n) != 0;
 }
 
 // Inner points of one pass from `in` (m + 2 values: each point with its
-// neighbours) into compact bits.
-SV_COLUMN_CLONES void InnerToBits(const float* in, uint32_t* bits, size_t m) {
-  for (size_t k = 0; k < m; ++k) {
-    const float v = (2.0f * in[k + 1] + in[k] + in[k + 2]) * 0.25f;
-    const uint32_t b = std::bit_cast<uint32_t>(v);
-    bits[k] = (b & 0x7F800000u) == 0x7F800000u ? kGapBits : b;
-  }
+// neighbours) into out, as floats or as compact bits.
+void Inner(const float* in, float* out, size_t m) {
+  Run([](const float* in, float* out, size_t m) SV_COLUMN_BODY {
+    for (size_t k = 0; k < m; ++k) out[k] = (2.0f * in[k + 1] + in[k] + in[k + 2]) * 0.25f;
+    return 0u;
+  }, in, out, m);
+}
+
+void InnerToBits(const float* in, uint32_t* bits, size_t m) {
+  Run([](const float* in, uint32_t* bits, size_t m) SV_COLUMN_BODY {
+    for (size_t k = 0; k < m; ++k) {
+      const float v = (2.0f * in[k + 1] + in[k] + in[k + 2]) * 0.25f;
+      const uint32_t b = std::bit_cast<uint32_t>(v);
+      bits[k] = (b & 0x7F800000u) == 0x7F800000u ? kGapBits : b;
+    }
+    return 0u;
+  }, in, bits, m);
+}
+
+// One binomial pass, ends kept.
+void Pass(const float* in, float* out, size_t n) {
+  out[0] = in[0];
+  out[n - 1] = in[n - 1];
+  Inner(in, out + 1, n - 2);
+}
+
+// The last pass straight into compact bits.
+void PassToBits(const float* in, uint32_t* bits, size_t n) {
+  bits[0] = column_cells::Store(in[0]);
+  bits[n - 1] = column_cells::Store(in[n - 1]);
+  InnerToBits(in, bits + 1, n - 2);
 }
 
 // One pass from the compact column `src` (n >= 3, no gaps) into `dst`, which
@@ -235,9 +246,10 @@ const float* Passes(const float* in, float* a, float* b, size_t n, long degree) 
 
 // The column the framing of Differentiate and Integrate inserts: right of
 // `col`, named old name + suffix, role Y, all gaps.
-long InsertResultColumn(Form_Worksheet& sheet, long col, const std::string& suffix) {
+long InsertResultColumn(Form_Worksheet& sheet, long col, const std::string& suffix,
+                        bool fill = true) {
   const std::string name = sheet.ColName(col) + suffix;
-  if (!sheet.InsertColumn(col + 1, 1)) return -1;
+  if (!sheet.InsertColumn(col + 1, 1, fill)) return -1;
   const long c = col + 1;
   sheet.Record(c).Name = name;
   sheet.Record(c).Typ = kTypY;
@@ -362,11 +374,13 @@ long Differentiate(Form_Worksheet& sheet) {
   const size_t body = size_t(std::max(0L, sheet.Rows() - 1));
   const uint32_t* xb = sheet.FloatBody(xcol);
   const uint32_t* yb = sheet.FloatBody(ycol);
-  const long out = InsertResultColumn(sheet, ycol, "'");
+  // Two float columns: every row is a point unless a gap turns up, and then
+  // the new column is all gaps again. The rest writes points only.
+  const bool packed = xb && yb && body >= 2;
+  const long out = InsertResultColumn(sheet, ycol, "'", !packed);
   if (out < 0) return 0;
-  // Two float columns without gaps: every row is a point. (The insert leaves
-  // the source columns where they were: they lie left of it.)
-  if (xb && yb && body >= 2 &&
+  // (The insert leaves the source columns where they were: they lie left.)
+  if (packed && sheet.FloatBody(out) &&
       DerivativeInPlace(sheet.FloatBody(xcol), sheet.FloatBody(ycol), sheet.FloatBody(out),
                         body)) {
     Finish(sheet, out);

@@ -10,16 +10,55 @@
 #include "image/kernel/numbers.h"
 #include "worksheet/form_worksheet.h"
 
-// The whole-column loops are compiled once more for AVX2; the processor picks
-// at load time. Results are the same on either copy (no fused operations).
-#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && \
-    !defined(__SANITIZE_ADDRESS__)
-#define SV_COLUMN_CLONES __attribute__((target_clones("avx2", "default")))
-#else
-#define SV_COLUMN_CLONES
-#endif
+// A whole-column loop is a lambda marked SV_COLUMN_BODY and run through
+// Run(), which has it compiled for AVX-512 (512-bit vectors), AVX2 and the
+// baseline and takes the best the processor has. Results are the same on
+// every copy: the operations are the same, none fused.
+#define SV_COLUMN_BODY __attribute__((always_inline))
 
 namespace sv::column_cells {
+
+#if defined(__x86_64__)
+#if defined(__clang__)
+#define SV_COLUMN_WIDE ""
+#else
+#define SV_COLUMN_WIDE ",prefer-vector-width=512"
+#endif
+template <class F, class... A>
+__attribute__((target("avx512f,avx512bw,avx512vl,avx512dq,avx2,bmi2,popcnt" SV_COLUMN_WIDE)))
+uint32_t OnAvx512(F& f, A... args) {
+  return f(args...);
+}
+template <class F, class... A>
+__attribute__((target("avx2,bmi2,popcnt"))) uint32_t OnAvx2(F& f, A... args) {
+  return f(args...);
+}
+
+// 2 AVX-512, 1 AVX2, 0 the baseline.
+inline int Level() {
+  static const int level = [] {
+    __builtin_cpu_init();
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq"))
+      return 2;
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2") ? 1 : 0;
+  }();
+  return level;
+}
+#endif
+
+// Runs the body with the arguments on the best copy; the body returns a count.
+template <class F, class... A>
+uint32_t Run(F f, A... args) {
+#if defined(__x86_64__)
+  switch (Level()) {
+    case 2: return OnAvx512(f, args...);
+    case 1: return OnAvx2(f, args...);
+    default: break;
+  }
+#endif
+  return f(args...);
+}
 
 // A result as compact bits: no finite number is a gap.
 inline uint32_t Store(float v) {

@@ -297,7 +297,9 @@ class Form_Worksheet : public ChildDocument {
   void AddColumns();
   void AddRows();
   // Result true when columns went in.
-  bool InsertColumn(long position, long count);
+  // With `fill` false the new columns' body cells are left unwritten: only for
+  // a caller that stores every one of them next, through FloatBody.
+  bool InsertColumn(long position, long count, bool fill = true);
   // Removes the selected columns; true when any went.
   bool DeleteColumn();
   bool MoveColumn(long from, long to);

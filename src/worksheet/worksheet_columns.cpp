@@ -166,12 +166,14 @@ std::string Form_Worksheet::PlotListLine(long col) const {
 
 // --- Inserting, deleting and moving ------------------------------------------------
 
-bool Form_Worksheet::InsertColumn(long position, long count) {
+bool Form_Worksheet::InsertColumn(long position, long count, bool fill) {
   if (count < 1) return false;
   if (position > cols_) position = cols_;
   if (position < 1) position = 1;
   const long old = cols_;
+  impl_->fillLater = !fill;
   ResizeCols(old + count, false);
+  impl_->fillLater = false;
   count = cols_ - old;
   if (count < 1) return false;
   // The new columns came in at the right; turn them to the position.
@@ -180,8 +182,8 @@ bool Form_Worksheet::InsertColumn(long position, long count) {
               records_.begin() + old + count);
   for (long c = position; c < position + count; ++c) {
     SetColumnDefaults(c);
-    // A new compact column is all gaps already.
-    if (impl_->fillLater || !impl_->Bits(c))
+    // A new compact column is all gaps already (or left to the caller).
+    if (!impl_->Bits(c))
       for (long r = 1; r < rows_; ++r) impl_->SetNull(r, c);
     ColChanged(c, true);
   }
