@@ -223,4 +223,13 @@ void ScriptRunTime::mnuReStart_Click() {
   mnuStart_Click();
 }
 
+ScriptRunTime& WorkbenchScriptRunTime() {
+  static ScriptRunTime* run = [] {
+    auto* r = new ScriptRunTime(ScriptForm());  // lives as long as the process
+    r->BaseOnScriptFile = true;
+    return r;
+  }();
+  return *run;
+}
+
 }  // namespace sv

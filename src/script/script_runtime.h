@@ -35,6 +35,10 @@ class ScriptRunTime {
   // The folder relative file names of OpenImage resolve against ("": the
   // process's current folder).
   std::string BaseFolder;
+  // Relative names resolve against the folder of the script's file instead,
+  // when the script has one (the workbench, which has no current folder the
+  // user sees).
+  bool BaseOnScriptFile = false;
   // Asked before each statement and while a Delay waits: true stops the run
   // as End does, and a Delay at once (Ctrl-C in svbatch).
   std::function<bool()> Interrupted;
@@ -114,5 +118,9 @@ class ScriptRunTime {
   bool interrupted_ = false;
   int line_ = -1;             // the line being run
 };
+
+// The run time of the workbench's one script window (ScriptForm()), with
+// relative names against the script's folder. Made on first use.
+ScriptRunTime& WorkbenchScriptRunTime();
 
 }  // namespace sv

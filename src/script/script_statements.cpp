@@ -137,7 +137,10 @@ int ScriptRunTime::Script_EDGE(const std::string& name) {
 
 int ScriptRunTime::Script_OPENIMAGE(const std::string& name) {
   MDIForm_Main* main = MainWindow();
-  const std::string path = ScriptResolvePath(BaseFolder, name);
+  std::string folder = BaseFolder;
+  if (BaseOnScriptFile && !form_.FileName.empty())
+    folder = std::filesystem::path(form_.FileName).parent_path().string();
+  const std::string path = ScriptResolvePath(folder, name);
   // Only image files: a script, a film or a sheet is not opened here.
   if (!main || !ScriptImageFile(path) || !main->OpenDocument(path)) {
     RunTimeError("Error loading " + Quoted(name));
