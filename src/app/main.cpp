@@ -36,6 +36,7 @@
 #include "app/particle_dialogs.h"
 #include "app/qt_host.h"
 #include "app/screenshot_scenes.h"
+#include "app/script_window.h"
 #include "app/soft_trigger_dialog.h"
 #include "app/system_close.h"
 #include "app/window_setup_dialog.h"
@@ -127,6 +128,7 @@ int main(int argc, char** argv) {
     sv::app::InstallRFactorDialog(&window, [&main] { return sv::app::OpenSheets(main); });
     sv::app::InstallGrowthRateDialog(&window);
     sv::app::InstallParticleDialogs(main, &window);
+    sv::app::InstallScriptWindow(main, &window);
     sv::app::InstallRecoveryWriters();
     // From here a signal to end waits for the event loop, then closes as
     // the exit does, without its question. A screenshot leaves without it.
