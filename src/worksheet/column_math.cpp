@@ -213,23 +213,62 @@ void PassToBits(const float* in, uint32_t* bits, size_t n) {
   InnerToBits(in, bits + 1, n - 2);
 }
 
-// One pass from the compact column `src` (n >= 3, no gaps) into `dst`, which
-// may be the same column: tile by tile, the tile's old values are copied
-// aside first, so the column is read and written once.
+// Copies a tile of compact bits as floats (the bits kept, gaps too); the
+// count of gaps among them.
+uint32_t CopyCount(const uint32_t* bits, float* v, size_t m) {
+  return Run([](const uint32_t* bits, float* v, size_t m) SV_COLUMN_BODY {
+    uint32_t gaps = 0;
+    for (size_t k = 0; k < m; ++k) {
+      gaps += bits[k] == kGapBits;
+      v[k] = std::bit_cast<float>(bits[k]);
+    }
+    return gaps;
+  }, bits, v, m);
+}
+
+// One pass over a compact column in a single sweep, gaps and all: the
+// numbers in row order, the first and the last kept, each other one
+// (2 y + left + right) / 4 of its neighbouring numbers; gaps stay. `dst` may
+// be `src`; a `dst` apart is all gaps to begin with. Tile by tile the old
+// values are copied aside before the tile is written; a number whose right
+// neighbour is not known yet waits (`pending`) for the next one.
 void SmoothOnce(const uint32_t* src, uint32_t* dst, size_t n) {
   constexpr size_t kTile = 2048;
-  float old[kTile + 2];
-  const uint32_t first = src[0], last = src[n - 1];
-  float before = std::bit_cast<float>(first);  // the old value left of the tile
-  for (size_t i = 1; i + 1 < n; i += kTile) {
-    const size_t m = std::min(kTile, n - 1 - i);
-    old[0] = before;
-    std::memcpy(old + 1, src + i, (m + 1) * sizeof(float));
-    before = old[m];
-    InnerToBits(old, dst + i, m);
+  float old[kTile + 1];  // old[0]: the number left of the tile
+  float left = 0.0f, pending = 0.0f;
+  size_t pendingRow = 0, seen = 0;
+  auto settle = [&](float right) {
+    dst[pendingRow] = column_cells::Store(
+        seen == 1 ? pending : (2.0f * pending + left + right) * 0.25f);
+  };
+  for (size_t t = 0; t < n; t += kTile) {
+    const size_t m = std::min(kTile, n - t);
+    if (CopyCount(src + t, old + 1, m) == 0 && m >= 2) {
+      // All numbers: the tile's inner points at once.
+      if (seen > 0) {
+        settle(old[1]);
+        old[0] = pending;
+        InnerToBits(old, dst + t, m - 1);
+      } else {
+        dst[t] = column_cells::Store(old[1]);  // the first number stays
+        InnerToBits(old + 1, dst + t + 1, m - 2);
+      }
+      left = old[m - 1];
+      pending = old[m];
+      pendingRow = t + m - 1;
+      seen += m;
+      continue;
+    }
+    for (size_t k = 1; k <= m; ++k) {
+      if (std::bit_cast<uint32_t>(old[k]) == kGapBits) continue;
+      if (seen > 0) settle(old[k]);
+      left = pending;
+      pending = old[k];
+      pendingRow = t + k - 1;
+      ++seen;
+    }
   }
-  dst[0] = column_cells::Store(std::bit_cast<float>(first));
-  dst[n - 1] = column_cells::Store(std::bit_cast<float>(last));
+  if (seen > 0) dst[pendingRow] = column_cells::Store(pending);  // the last number stays
 }
 
 // Smoothed values of `in` (n >= 3) after `degree` passes; `a` and `b` are
@@ -428,15 +467,15 @@ void SmoothColumn(Form_Worksheet& sheet, long src, long dst, long degree) {
   const size_t body = size_t(std::max(0L, sheet.Rows() - 1));
   const uint32_t* sb = sheet.FloatBody(src);
   uint32_t* db = sheet.FloatBody(dst);
+  if (sb && db && degree == 1) {
+    SmoothOnce(sb, db, body);
+    return;
+  }
   if (sb && db && body >= 3 && !HasGap(sb, body)) {
     // Every row a number: the passes run on the column itself.
-    if (degree == 1) {
-      SmoothOnce(sb, db, body);
-    } else {
-      float* a = Scratch(2, body);
-      CopyOut(sb, a, body);
-      PassToBits(Passes(a, Scratch(0, body), Scratch(1, body), body, degree - 1), db, body);
-    }
+    float* a = Scratch(2, body);
+    CopyOut(sb, a, body);
+    PassToBits(Passes(a, Scratch(0, body), Scratch(1, body), body, degree - 1), db, body);
     return;
   }
   std::vector<float> values;
