@@ -160,7 +160,7 @@ void Form_Script::Moved(int left, int top) {
 void Form_Script::SetEditorText(const std::string& text) { Text_Script = ScriptLineEnds(text); }
 
 void Form_Script::PrintStatement(const CodeLine& code) {
-  Picture_Script.push_back(sv::PrintStatement(code));
+  Picture_Script.Print(code);
 }
 
 void Form_Script::ClearListing() {
@@ -242,7 +242,18 @@ void Form_Script::OpenScript(const std::string& name, int& result) {
   if (std::filesystem::is_directory(name, ec)) return;
   std::ifstream in(name, std::ios::binary);
   if (!in) return;
-  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string text;
+  const uintmax_t size = std::filesystem::file_size(name, ec);
+  if (!ec && size < (uintmax_t(1) << 31)) {
+    text.resize(size_t(size));
+    in.read(text.data(), std::streamsize(size));
+    text.resize(size_t(in.gcount()));
+    in.clear();
+  }
+  // What the size did not tell (a pipe, a file that grew) is read on.
+  char buffer[1 << 14];
+  while (in.read(buffer, sizeof buffer) || in.gcount() > 0)
+    text.append(buffer, size_t(in.gcount()));
   if (in.bad()) return;
   NewScript(result);
   Text_Script = std::move(text);

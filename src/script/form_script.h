@@ -7,12 +7,46 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/mdi_main.h"  // MenuEntry
 #include "script/script_compiler.h"
 
 namespace sv {
+
+// The listing: the text of each compiled line, all in one buffer.
+class ScriptListing {
+ public:
+  size_t size() const { return ends_.size(); }
+  bool empty() const { return ends_.empty(); }
+  std::string_view operator[](size_t line) const {
+    const size_t begin = line ? ends_[line - 1] : 0;
+    return std::string_view(text_).substr(begin, ends_[line] - begin);
+  }
+  void clear() {
+    text_.clear();
+    ends_.clear();
+  }
+  void push_back(std::string_view line) {
+    text_ += line;
+    ends_.push_back(text_.size());
+  }
+  // A line the statement printer writes straight into the buffer.
+  void Print(const CodeLine& code) {
+    PrintStatement(code, text_);
+    ends_.push_back(text_.size());
+  }
+  std::vector<std::string> Lines() const {
+    std::vector<std::string> lines;
+    for (size_t i = 0; i < size(); ++i) lines.emplace_back((*this)[i]);
+    return lines;
+  }
+
+ private:
+  std::string text_;
+  std::vector<size_t> ends_;
+};
 
 // What the script window is told. Every call has a harmless default.
 class ScriptView {
@@ -53,7 +87,7 @@ class Form_Script {
   std::string Text_Script;
   bool Text_Script_Visible = true;
   // The listing: one text a compiled line.
-  std::vector<std::string> Picture_Script;
+  ScriptListing Picture_Script;
   bool Picture_Script_Visible = false;
   // A line of the listing marked by the run time (-1: none).
   int MarkedLine = -1;

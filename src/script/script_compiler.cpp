@@ -2,6 +2,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstdint>
 
 #include "core/host.h"
 #include "worksheet/form_worksheet.h"  // ParseNumber
@@ -55,9 +56,52 @@ bool WholeNumber(double v, double lo, double hi, double& out) {
   return true;
 }
 
+// The marks between values, held once for every line.
+struct CodeMarks {
+  ScriptText open{"("}, close{")"}, comma{", "}, blank{" "}, assign{" = "};
+};
+
+const CodeMarks& Marks() {
+  static const CodeMarks marks;
+  return marks;
+}
+
 }  // namespace
 
-ScriptCompiler::ScriptCompiler() { InitToken(); }
+void* CodeArena::do_allocate(size_t bytes, size_t alignment) {
+  for (;;) {
+    if (block_ < blocks_.size()) {
+      Block& b = blocks_[block_];
+      const uintptr_t base = reinterpret_cast<uintptr_t>(b.data.get());
+      const uintptr_t at = (base + used_ + alignment - 1) & ~uintptr_t(alignment - 1);
+      if (at + bytes <= base + b.size) {
+        used_ = at + bytes - base;
+        return reinterpret_cast<void*>(at);
+      }
+      if (block_ + 1 < blocks_.size()) {
+        ++block_;
+        used_ = 0;
+        continue;
+      }
+    }
+    // A new block, twice the last, and at least big enough.
+    size_t size = blocks_.empty() ? size_t(64) << 10 : blocks_.back().size * 2;
+    if (size < bytes + alignment) size = bytes + alignment;
+    blocks_.push_back(Block{std::unique_ptr<std::byte[]>(new std::byte[size]), size});
+    block_ = blocks_.size() - 1;
+    used_ = 0;
+  }
+}
+
+ScriptCompiler::ScriptCompiler() : arena_(std::make_unique<CodeArena>()) { InitToken(); }
+
+ScriptText ScriptCompiler::Intern(std::string_view text) {
+  auto it = texts_.find(text);
+  if (it != texts_.end()) return it->second;
+  ScriptText t{std::string(text)};
+  texts_.emplace(std::string_view(t.str()), t);
+  return t;
+}
 
 void ScriptCompiler::InitVariable() {
   VariableNames.clear();
@@ -91,38 +135,43 @@ std::string_view ScriptCompiler::GetCommandLine(const std::string& text, size_t&
 void ScriptCompiler::Compile(const std::string& text, int& result) {
   InitVariable();
   Code.clear();
+  arena_->Reset();
+  texts_.clear();
   LineCount = 0;
   ErrorMessage.clear();
   ErrorLine = 0;
   result = 1;
   StatusRation ration;
+  // Room for every line at once: CR LF and LF CR pairs count twice here.
+  size_t ends = 1;
+  for (char c : text) ends += (c == '\r' || c == '\n');
+  Code.reserve(ends);
   size_t position = 0;
   while (position < text.size()) {
     if (ration.Due()) ShowStatus("Compile...(" + PercentText(double(position), double(text.size())) + "%)");
     std::string_view line = GetCommandLine(text, position);
-    Code.emplace_back();
+    Code.emplace_back(std::pmr::polymorphic_allocator<ScriptValue>(arena_.get()));
     ++LineCount;
-    CodeLine code;
-    code.reserve(17);
     int ok = 1;
-    CompileLine(line, code, ok);
+    CompileLine(line, Code.back(), ok);
     if (!ok) {
+      Code.back().clear();
       result = 0;
       ErrorLine = LineCount;
       if (OnFailure) OnFailure();
       break;
     }
-    Code.back() = std::move(code);
     if (OnLine) OnLine(LineCount - 1, Code.back());
   }
+  texts_.clear();
   ShowStatus("");
 }
 
 // --- One line ----------------------------------------------------------------
 
 void ScriptCompiler::CompileLine(std::string_view line, CodeLine& code, int& result) {
+  // Element 0 (the count) goes in once the line's size is known.
   code.clear();
-  code.emplace_back(int32_t{0});
   result = 1;
   std::string_view rest = line;
   SkipBlanks(rest);
@@ -144,7 +193,10 @@ void ScriptCompiler::CompileLine(std::string_view line, CodeLine& code, int& res
   const int token = tokens_.Find(word.data(), word.size());
   if (token >= 0) {
     const ScriptToken& t = tokens_.Tokens()[token];
-    AddCode(kCodeStatement, t.Name, code);
+    // A pair for the name and at most one for each signature character.
+    code.reserve(3 + 2 * t.Signature.size());
+    code.emplace_back(int32_t{0});
+    AddCode(kCodeStatement, t.Text, code);
     CompileArgList(t.Signature, rest, code, result);
     return;
   }
@@ -152,10 +204,13 @@ void ScriptCompiler::CompileLine(std::string_view line, CodeLine& code, int& res
   // never reached.
   auto it = declared_.find(UpperText(word));
   if (it != declared_.end()) {
-    AddCode(kCodeVariable, VariableNames[it->second], code);
+    code.reserve(7);
+    code.emplace_back(int32_t{0});
+    AddCode(kCodeVariable, Intern(VariableNames[it->second]), code);
     CompileExpression(rest, code, result);
     return;
   }
+  code.emplace_back(int32_t{0});
   CompileError("\"" + std::string(word) + "\": Sub or Function not defined");
   Fail(result);
 }
@@ -176,10 +231,10 @@ void ScriptCompiler::CompileArgList(const std::string& signature, std::string_vi
         }
         GetChar(rest, c, result);
         if (!result) return;
-        if (c == ' ') AddCode(kCodeBlank, std::string(" "), code);
-        else if (c == '(') AddCode(kCodeOpen, std::string("("), code);
-        else if (c == ')') AddCode(kCodeClose, std::string(")"), code);
-        else AddCode(kCodeComma, std::string(", "), code);
+        if (c == ' ') AddCode(kCodeBlank, Marks().blank, code);
+        else if (c == '(') AddCode(kCodeOpen, Marks().open, code);
+        else if (c == ')') AddCode(kCodeClose, Marks().close, code);
+        else AddCode(kCodeComma, Marks().comma, code);
         break;
       case '$':
       case '!':
@@ -230,7 +285,7 @@ void ScriptCompiler::CompileValue(char type, std::string_view& rest, CodeLine& c
       CompileError("Expected: \"");
       return Fail(result);
     }
-    AddCode(kCodeString, std::string(value.substr(1, value.size() - 2)), code);
+    AddCode(kCodeString, Intern(value.substr(1, value.size() - 2)), code);
     return;
   }
   double v = 0.0, whole = 0.0;
@@ -276,7 +331,7 @@ void ScriptCompiler::CompileName(std::string_view& rest, CodeLine& code, int& re
     CompileError("Duplicate declaration: " + name);
     return Fail(result);
   }
-  AddCode(kCodeVariable, name, code);
+  AddCode(kCodeVariable, Intern(name), code);
   declared_.emplace(std::move(upper), VariableCount);
   VariableNames.push_back(name);
   VariableValues.emplace_back();
@@ -290,7 +345,7 @@ void ScriptCompiler::CompileExpression(std::string_view& rest, CodeLine& code, i
     return Fail(result);
   }
   rest.remove_prefix(1);
-  AddCode(kCodeAssign, std::string(" = "), code);
+  AddCode(kCodeAssign, Marks().assign, code);
   SkipBlanks(rest);
   if (rest.empty()) {
     CompileError("Missing argument");
@@ -299,16 +354,16 @@ void ScriptCompiler::CompileExpression(std::string_view& rest, CodeLine& code, i
   std::string_view value = TakeValue(rest);
   double v = 0.0;
   if (ReadNumber(value, v)) {
-    AddCode(kCodeLong, std::string(value), code);
+    AddCode(kCodeLong, Intern(value), code);
     return;
   }
   if (value.size() >= 2 && value.front() == '"' && value.back() == '"')
     value = value.substr(1, value.size() - 2);
-  AddCode(kCodeString, std::string(value), code);
+  AddCode(kCodeString, Intern(value), code);
 }
 
 void ScriptCompiler::CompileRem(std::string_view& rest, CodeLine& code, int& /*result*/) {
-  AddCode(kCodeComment, std::string(rest), code);
+  AddCode(kCodeComment, Intern(rest), code);
   rest = {};
 }
 

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -15,7 +17,35 @@
 
 namespace sv {
 
+// The memory of the coded lines: blocks handed out in order and kept from
+// one compile to the next, so that a recompile writes over the memory of
+// the last one instead of asking the system again.
+class CodeArena : public std::pmr::memory_resource {
+ public:
+  // Every block free again; what was handed out must be gone.
+  void Reset() {
+    block_ = 0;
+    used_ = 0;
+  }
+
+ private:
+  void* do_allocate(size_t bytes, size_t alignment) override;
+  void do_deallocate(void*, size_t, size_t) override {}
+  bool do_is_equal(const std::pmr::memory_resource& other) const noexcept override {
+    return this == &other;
+  }
+  struct Block {
+    std::unique_ptr<std::byte[]> data;
+    size_t size;
+  };
+  std::vector<Block> blocks_;
+  size_t block_ = 0, used_ = 0;
+};
+
 class ScriptCompiler {
+  // Made before the coded lines and gone after them.
+  std::unique_ptr<CodeArena> arena_;
+
  public:
   ScriptCompiler();
 
@@ -80,8 +110,11 @@ class ScriptCompiler {
 
  private:
   void Fail(int& result) { result = 0; }
+  // One shared text for each distinct text of a compile.
+  ScriptText Intern(std::string_view text);
   ScriptTokenTable tokens_;
   std::unordered_map<std::string, int> declared_;  // upper-cased name -> index
+  std::unordered_map<std::string_view, ScriptText> texts_;  // keys view their values
 };
 
 // The title of the script's messages.

@@ -48,7 +48,7 @@ void ScriptTokenTable::InitToken() {
 }
 
 void ScriptTokenTable::AddToken(const std::string& name, const std::string& signature) {
-  ScriptToken t{name, signature, name};
+  ScriptToken t{name, signature, name, ScriptText(name)};
   for (char& c : t.Upper) c = Upper(c);
   tokens_.push_back(std::move(t));
 }
@@ -65,6 +65,15 @@ int ScriptTokenTable::Find(const char* word, size_t length) const {
 }
 
 // --- Compiled lines ----------------------------------------------------------
+
+ScriptText::ScriptText() {
+  // One empty text for the whole program; its first holder never lets go.
+  static Rep* empty = new Rep{std::string(), 1};
+  rep_ = empty;
+  ++rep_->holders;
+}
+
+ScriptText::ScriptText(std::string text) : rep_(new Rep{std::move(text), 1}) {}
 
 void AddCode(int32_t kind, ScriptValue value, CodeLine& code) {
   if (code.empty()) code.emplace_back(int32_t{0});
@@ -93,8 +102,8 @@ int32_t CodeKind(const CodeLine& code, int index) {
 
 const std::string& CodeText(const CodeLine& code, int index) {
   if (index < 0 || static_cast<size_t>(index) >= code.size()) return EmptyText();
-  const std::string* s = std::get_if<std::string>(&code[index]);
-  return s ? *s : EmptyText();
+  const ScriptText* s = std::get_if<ScriptText>(&code[index]);
+  return s ? s->str() : EmptyText();
 }
 
 int32_t CodeLong(const CodeLine& code, int index) {
@@ -116,6 +125,11 @@ float CodeSingle(const CodeLine& code, int index) {
 
 std::string PrintStatement(const CodeLine& code) {
   std::string out;
+  PrintStatement(code, out);
+  return out;
+}
+
+void PrintStatement(const CodeLine& code, std::string& out) {
   const int n = CodeCount(code);
   for (int i = 1; i + 1 <= n && static_cast<size_t>(i + 1) < code.size(); i += 2) {
     const int32_t kind = CodeKind(code, i);
@@ -133,7 +147,7 @@ std::string PrintStatement(const CodeLine& code) {
       case kCodeInteger:
       case kCodeByte:
         // After " = " the number stays the text it was written as.
-        if (auto s = std::get_if<std::string>(&v)) out += *s;
+        if (auto s = std::get_if<ScriptText>(&v)) out += s->str();
         else out += std::to_string(CodeLong(code, i + 1));
         break;
       default:
@@ -141,7 +155,6 @@ std::string PrintStatement(const CodeLine& code) {
         break;
     }
   }
-  return out;
 }
 
 }  // namespace sv

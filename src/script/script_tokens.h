@@ -4,11 +4,45 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <memory_resource>
 #include <string>
 #include <variant>
 #include <vector>
 
 namespace sv {
+
+// A text of a compiled line. Copies share one string, so that the names,
+// the marks and a value repeated over many lines are held once. The count
+// of holders is plain: the program has one thread.
+class ScriptText {
+ public:
+  ScriptText();
+  ScriptText(std::string text);  // NOLINT: a text is a value
+  ScriptText(const char* text) : ScriptText(std::string(text)) {}  // NOLINT
+  ScriptText(const ScriptText& other) : rep_(other.rep_) { ++rep_->holders; }
+  ScriptText& operator=(const ScriptText& other) {
+    ++other.rep_->holders;
+    Drop();
+    rep_ = other.rep_;
+    return *this;
+  }
+  ~ScriptText() { Drop(); }
+  const std::string& str() const { return rep_->text; }
+  bool operator==(const ScriptText& other) const {
+    return rep_ == other.rep_ || rep_->text == other.rep_->text;
+  }
+
+ private:
+  struct Rep {
+    std::string text;
+    long holders;
+  };
+  void Drop() {
+    if (--rep_->holders == 0) delete rep_;
+  }
+  Rep* rep_;
+};
 
 // --- Statements --------------------------------------------------------------
 
@@ -23,6 +57,7 @@ struct ScriptToken {
   std::string Name;
   std::string Signature;
   std::string Upper;  // Name in capitals, for the lookup
+  ScriptText Text;    // Name as the coded lines hold it
 };
 
 // The rows of the table, by index.
@@ -69,12 +104,13 @@ class ScriptTokenTable {
 
 // One element of a compiled line: empty, a 32-bit integer, a 32-bit float,
 // a 16-bit integer, a byte or a text.
-using ScriptValue = std::variant<std::monostate, int32_t, float, int16_t, uint8_t, std::string>;
+using ScriptValue = std::variant<std::monostate, int32_t, float, int16_t, uint8_t, ScriptText>;
 
 // A compiled line. Element 0 holds the number of used elements after it;
 // then come pairs of kind (a 32-bit integer) and value. A line that was
-// never compiled is empty.
-using CodeLine = std::vector<ScriptValue>;
+// never compiled is empty. The compiler keeps its lines in one arena; a
+// copy of a line owns its own memory.
+using CodeLine = std::pmr::vector<ScriptValue>;
 
 // The kinds of the pairs.
 enum ScriptCodeKind : int32_t {
@@ -114,5 +150,7 @@ float CodeSingle(const CodeLine& code, int index);
 // The line as the listing shows it: the elements in order, strings in double
 // quotes, numbers as numbers, comments as written.
 std::string PrintStatement(const CodeLine& code);
+// The same, appended to `out`.
+void PrintStatement(const CodeLine& code, std::string& out);
 
 }  // namespace sv

@@ -134,7 +134,7 @@ TEST_F(FormScriptTest, CompileFillsTheListingOrBringsTheEditorBack) {
   form.Text_Script = "delay(5)\r\n  //note\r\nDim  a\r\na = 3";
   form.Compile(result);
   ASSERT_EQ(result, 1);
-  EXPECT_EQ(form.Picture_Script,
+  EXPECT_EQ(form.Picture_Script.Lines(),
             (std::vector<std::string>{"Delay(5)", "//note", "Dim a", "a = 3"}));
   EXPECT_TRUE(form.Picture_Script_Visible);
   EXPECT_FALSE(form.Text_Script_Visible);
@@ -149,7 +149,7 @@ TEST_F(FormScriptTest, CompileFillsTheListingOrBringsTheEditorBack) {
   EXPECT_TRUE(form.Text_Script_Visible);
   EXPECT_FALSE(form.Picture_Script_Visible);
   EXPECT_EQ(form.CaretLine, 2);
-  EXPECT_EQ(form.Picture_Script, (std::vector<std::string>{"Stop", "Edge(\"a\")"}));
+  EXPECT_EQ(form.Picture_Script.Lines(), (std::vector<std::string>{"Stop", "Edge(\"a\")"}));
   ASSERT_EQ(host.messages.size(), 1u);
   EXPECT_EQ(host.messages[0].text, "Compile error:\r\n\r\nExpected: \"");
   EXPECT_EQ(host.messages[0].icon, MsgIcon::Exclamation);
