@@ -229,15 +229,11 @@ bool Form_Worksheet::Offers(const std::string& operation) const {
   return it != ExtraOperations().end() && (!it->second.when || it->second.when(*this));
 }
 
+bool Form_Worksheet::Invoke(const std::string& op) { return InvokeAt(op, -1); }
+
+// Nothing may touch the sheet after the operation: it may have closed it.
 bool Form_Worksheet::InvokeAt(const std::string& op, int index) {
   menuIndex_ = index;
-  const bool done = Invoke(op);  // FileClose may have destroyed the sheet
-  if (done && op == "FileClose") return true;
-  menuIndex_ = -1;
-  return done;
-}
-
-bool Form_Worksheet::Invoke(const std::string& op) {
   if (op == "FileClose") {
     FileClose();  // may destroy this sheet: nothing may follow
     return true;

@@ -167,7 +167,11 @@ TEST_F(ColumnMenuTest, FunctionsMenuHasAnEntryAFunctionAndRoutesItsIndex) {
   EXPECT_FALSE(main.FindMenu("mnuSort")->enabled);  // no rows selected
   main.Click("mnuFkt", 2);
   EXPECT_NEAR(s->CellAt(1, 2).Number(), 4.60517, 1e-5);
+  // A plain Invoke is no entry of the array: the value stays (index -1).
+  s->TextMatrix(1, 2, Cell(3.0f));
+  ASSERT_TRUE(s->Invoke("MathFkt"));
   EXPECT_EQ(s->MenuIndex(), -1);
+  EXPECT_EQ(s->CellAt(1, 2).Number(), 3.0);
 }
 
 TEST_F(ColumnMenuTest, SmoothAsksForTheDegree) {
