@@ -152,3 +152,43 @@ TEST(ScriptCode, ReadersOfAMissingElement) {
 
 }  // namespace
 }  // namespace sv
+
+namespace sv {
+namespace {
+
+TEST(ScriptCode, CopiedLinesOutliveTheCompiler) {
+  test::ScriptedHost host;
+  CodeLine kept;
+  {
+    ScriptCompiler c;
+    int result = 0;
+    c.Compile("Edge(\"first.tif\")\r\n// a note", result);
+    ASSERT_EQ(result, 1);
+    kept = c.Code[0];
+    // A recompile reuses the memory of the lines; the copy keeps its own.
+    std::string big;
+    for (int i = 0; i < 5000; ++i) big += "ResizeImage(\"other.tif\", 1, 2)\r\n";
+    c.Compile(big, result);
+    ASSERT_EQ(result, 1);
+    EXPECT_EQ(CodeText(c.Code[4999], kCodeArg1), "other.tif");
+    EXPECT_EQ(CodeLong(c.Code[4999], kCodeArg3), 2);
+  }
+  EXPECT_EQ(CodeText(kept, kCodeArg1), "first.tif");
+  EXPECT_EQ(PrintStatement(kept), "Edge(\"first.tif\")");
+}
+
+TEST(ScriptCode, TextsAreShared) {
+  ScriptText a("x"), b = a, c("x"), empty;
+  EXPECT_EQ(&a.str(), &b.str());
+  EXPECT_NE(&a.str(), &c.str());
+  EXPECT_EQ(a, c);
+  EXPECT_EQ(empty.str(), "");
+  b = empty;
+  EXPECT_EQ(b.str(), "");
+  EXPECT_EQ(a.str(), "x");
+  a = a;
+  EXPECT_EQ(a.str(), "x");
+}
+
+}  // namespace
+}  // namespace sv
