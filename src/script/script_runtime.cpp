@@ -150,6 +150,11 @@ int ScriptRunTime::RunLine(const CodeLine& code, bool& stop, bool& end) {
       return 1;
     case kTokDelay:
       Delay(CodeLong(code, kCodeArg1));
+      // Ctrl-C ended the wait: the run ends here, as End ends it.
+      if (Wanted()) {
+        interrupted_ = true;
+        end = true;
+      }
       return 1;
     case kTokCapture:
       return Script_CAPTURE();

@@ -231,6 +231,13 @@ TEST_F(ScriptRunTimeTest, DelayWaitsOnTheHostClockAndInterruptEndsIt) {
   EXPECT_LT(host.waits, 20);
   EXPECT_TRUE(run.WasInterrupted());
   EXPECT_TRUE(InDesign());
+  EXPECT_EQ(run.StatementsRun, 3);  // the two of the first run, and the Delay
+  // The same with the Delay on the last line.
+  stop = false;
+  host.After(50, [&stop] { stop = true; });
+  EXPECT_EQ(Run("// a\r\nDelay(600000)"), 1);
+  EXPECT_TRUE(run.WasInterrupted());
+  EXPECT_TRUE(InDesign());
 }
 
 TEST_F(ScriptRunTimeTest, NegativeAndZeroDelaysDoNotWait) {
@@ -245,6 +252,18 @@ TEST_F(ScriptRunTimeTest, InterruptStopsBeforeTheNextStatement) {
   EXPECT_EQ(run.StatementsRun, 2);
   EXPECT_TRUE(run.WasInterrupted());
   EXPECT_TRUE(InDesign());
+}
+
+TEST_F(ScriptRunTimeTest, ExitInAScriptStartedOnOpeningUnloadsTheWindow) {
+  RegisterScriptForm(main);
+  WorkbenchScriptRunTime().Main = &main;
+  const std::string path = host.root + "/start.scr";
+  test::WriteFile(path, "// a\r\nExit\r\n// c\r\n");
+  ASSERT_TRUE(main.OpenDocument(path, 1, true));
+  EXPECT_TRUE(ScriptForm().ExitFlag);
+  EXPECT_FALSE(ScriptForm().Loaded());
+  EXPECT_EQ(ScriptForm().ProgramCounter, 1);
+  WorkbenchScriptRunTime().Main = nullptr;
 }
 
 TEST_F(ScriptRunTimeTest, RunCommandsComeOutWithTheRunTime) {

@@ -150,6 +150,22 @@ TEST_F(ScriptStatementsTest, OpenImageOpensImageFilesOnly) {
   EXPECT_EQ(form.Text_Script, "OpenImage(\"noext\")");
 }
 
+TEST_F(ScriptStatementsTest, InTheWorkbenchNamesResolveAgainstTheScriptsFolder) {
+  Form_Camera* source = Image();
+  const std::string folder = host.root + "/jobs";
+  std::filesystem::create_directories(folder);
+  ASSERT_TRUE(ImageSaveDo(*source, folder + "/spots.tif", 1));
+  source->Filename.clear();
+  run.BaseOnScriptFile = true;
+  form.FileName = folder + "/job.scr";
+  EXPECT_EQ(Run("OpenImage(\"spots.tif\")"), 1);
+  EXPECT_EQ(main.ImageCount, 2);
+  // A script without a file: the program's current folder, which has none.
+  form.FileName.clear();
+  EXPECT_EQ(Run("OpenImage(\"spots.tif\")"), 0);
+  EXPECT_EQ(Message(), "Error loading \"spots.tif\"");
+}
+
 TEST_F(ScriptStatementsTest, ResolvePath) {
   EXPECT_EQ(ScriptResolvePath("", "a.tif"), "a.tif");
   EXPECT_EQ(ScriptResolvePath("/x/y", "a.tif"), "/x/y/a.tif");
