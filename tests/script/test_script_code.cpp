@@ -135,27 +135,6 @@ TEST(ScriptCode, PrintStatementShowsTheLine) {
   EXPECT_EQ(PrintStatement(c.Code[2]), "q = \"t\"");
 }
 
-TEST(ScriptCode, ReadersOfAMissingElement) {
-  CodeLine empty;
-  EXPECT_EQ(CodeCount(empty), 0);
-  EXPECT_EQ(CodeKind(empty, 1), 0);
-  EXPECT_EQ(CodeText(empty, 6), "");
-  EXPECT_EQ(CodeLong(empty, 6), 0);
-  CodeLine line;
-  AddCode(kCodeStatement, std::string("Stop"), line);
-  AddCode(kCodeLong, int32_t(3), line);
-  EXPECT_EQ(line.size(), 5u);
-  EXPECT_EQ(CodeCount(line), 4);
-  EXPECT_EQ(CodeText(line, 4), "");  // a number read as text
-  EXPECT_EQ(CodeLong(line, 2), 0);   // a text read as a number
-}
-
-}  // namespace
-}  // namespace sv
-
-namespace sv {
-namespace {
-
 TEST(ScriptCode, CopiedLinesOutliveTheCompiler) {
   test::ScriptedHost host;
   CodeLine kept;
@@ -175,19 +154,6 @@ TEST(ScriptCode, CopiedLinesOutliveTheCompiler) {
   }
   EXPECT_EQ(CodeText(kept, kCodeArg1), "first.tif");
   EXPECT_EQ(PrintStatement(kept), "Edge(\"first.tif\")");
-}
-
-TEST(ScriptCode, TextsAreShared) {
-  ScriptText a("x"), b = a, c("x"), empty;
-  EXPECT_EQ(&a.str(), &b.str());
-  EXPECT_NE(&a.str(), &c.str());
-  EXPECT_EQ(a, c);
-  EXPECT_EQ(empty.str(), "");
-  b = empty;
-  EXPECT_EQ(b.str(), "");
-  EXPECT_EQ(a.str(), "x");
-  a = a;
-  EXPECT_EQ(a.str(), "x");
 }
 
 }  // namespace
