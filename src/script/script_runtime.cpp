@@ -65,8 +65,7 @@ void ScriptRunTime::Execute(int& result) {
   form_.SetMenu("mnuReStart", false);
   form_.ShowListing();
 
-  // The code is not compiled again while a run is under way (Run is
-  // disabled), so the lines stay where they are.
+  // Only Run compiles, and Run is disabled while a run is under way.
   const std::vector<CodeLine>& code = form_.Code();
   const int64_t count = form_.LineCount < static_cast<int32_t>(code.size())
                             ? form_.LineCount
@@ -86,6 +85,9 @@ void ScriptRunTime::Execute(int& result) {
       if (endRequested_) position = form_.LineCount;
       break;
     }
+    // A script opened and run from inside the pump has ended by now (Run is
+    // enabled again, caught above); the lines are checked all the same.
+    if (position >= static_cast<int64_t>(code.size())) break;
     line_ = static_cast<int>(position);
     bool stop = false, end = false;
     const int ok = RunLine(code[static_cast<size_t>(position)], stop, end);

@@ -202,18 +202,6 @@ TEST_F(ScriptRunTimeTest, EndPressedDuringARunEndsBothInDesign) {
   EXPECT_TRUE(InDesign());
 }
 
-TEST_F(ScriptRunTimeTest, DisabledCommandsDoNothing) {
-  form.SetEditorText("// a");
-  form.Click("mnuBreak");
-  form.Click("mnuEnd");
-  form.Click("mnuReStart");
-  EXPECT_EQ(run.StatementsRun, 0);
-  EXPECT_EQ(form.Caption, "Script [design]");
-  form.Click("mnuSetNextStatement");
-  form.Click("mnuShowNextStatement");
-  EXPECT_EQ(run.StatementsRun, 0);
-}
-
 TEST_F(ScriptRunTimeTest, DelayWaitsOnTheHostClockAndInterruptEndsIt) {
   host.clock = 1000;
   EXPECT_EQ(Run("Delay(600000)\r\n// b"), 1);
@@ -264,21 +252,6 @@ TEST_F(ScriptRunTimeTest, ExitInAScriptStartedOnOpeningUnloadsTheWindow) {
   EXPECT_FALSE(ScriptForm().Loaded());
   EXPECT_EQ(ScriptForm().ProgramCounter, 1);
   WorkbenchScriptRunTime().Main = nullptr;
-}
-
-TEST_F(ScriptRunTimeTest, RunCommandsComeOutWithTheRunTime) {
-  {
-    Form_Script other;
-    other.Load();
-    {
-      ScriptRunTime inner(other);
-      EXPECT_TRUE(static_cast<bool>(other.Run.start));
-    }
-    EXPECT_FALSE(static_cast<bool>(other.Run.start));
-    other.SetEditorText("// a");
-    other.Click("mnuStart");  // nobody to run it: nothing happens
-    EXPECT_EQ(other.Caption, "Script [design]");
-  }
 }
 
 }  // namespace
