@@ -43,7 +43,9 @@ void ScriptRunTime::RunScript(int& result) {
   form_.Compile(compiled);
   CompileFailed = !compiled;
   if (compiled) {
+    // While the script runs the pointer is the normal one: the menus answer.
     MenuEnabled(true);
+    host().SetBusy(false);
     Execute(result);
     // Continue repeats the statement that failed.
     if (!result) form_.ProgramCounter -= 1;
