@@ -213,17 +213,30 @@ void PassToBits(const float* in, uint32_t* bits, size_t n) {
   InnerToBits(in, bits + 1, n - 2);
 }
 
+// Below 2^125 in size: (2 y + left + right) / 4 of such numbers is finite.
+constexpr uint32_t kTameExponent = 252u << 23;
+
 // Copies a tile of compact bits as floats (the bits kept, gaps too); the
-// count of gaps among them.
+// count of cells that are no tame number: gaps, NaN, infinities and numbers
+// of 2^125 and more.
 uint32_t CopyCount(const uint32_t* bits, float* v, size_t m) {
   return Run([](const uint32_t* bits, float* v, size_t m) SV_COLUMN_BODY {
-    uint32_t gaps = 0;
+    uint32_t wild = 0;
     for (size_t k = 0; k < m; ++k) {
-      gaps += bits[k] == kGapBits;
+      wild += (bits[k] & 0x7F800000u) >= kTameExponent;
       v[k] = std::bit_cast<float>(bits[k]);
     }
-    return gaps;
+    return wild;
   }, bits, v, m);
+}
+
+// InnerToBits for tame numbers: every result is finite, so no test.
+void TameInnerToBits(const float* in, uint32_t* bits, size_t m) {
+  Run([](const float* in, uint32_t* bits, size_t m) SV_COLUMN_BODY {
+    for (size_t k = 0; k < m; ++k)
+      bits[k] = std::bit_cast<uint32_t>((2.0f * in[k + 1] + in[k] + in[k + 2]) * 0.25f);
+    return 0u;
+  }, in, bits, m);
 }
 
 // One pass over a compact column in a single sweep, gaps and all: the
@@ -243,15 +256,16 @@ void SmoothOnce(const uint32_t* src, uint32_t* dst, size_t n) {
   };
   for (size_t t = 0; t < n; t += kTile) {
     const size_t m = std::min(kTile, n - t);
-    if (CopyCount(src + t, old + 1, m) == 0 && m >= 2) {
-      // All numbers: the tile's inner points at once.
+    if (CopyCount(src + t, old + 1, m) == 0 && m >= 2 &&
+        (seen == 0 || (std::bit_cast<uint32_t>(pending) & 0x7F800000u) < kTameExponent)) {
+      // All tame numbers: the tile's inner points at once.
       if (seen > 0) {
         settle(old[1]);
         old[0] = pending;
-        InnerToBits(old, dst + t, m - 1);
+        TameInnerToBits(old, dst + t, m - 1);
       } else {
         dst[t] = column_cells::Store(old[1]);  // the first number stays
-        InnerToBits(old + 1, dst + t + 1, m - 2);
+        TameInnerToBits(old + 1, dst + t + 1, m - 2);
       }
       left = old[m - 1];
       pending = old[m];
