@@ -13,6 +13,8 @@
 #include <QWidget>
 
 #include <cmath>
+#include <functional>
+#include <utility>
 #include <memory>
 #include <vector>
 
@@ -38,36 +40,47 @@ namespace {
 
 constexpr const char* kDummyGrabber = "DummyGrb";
 
-// An I(E) curve with three Bragg peaks, and its plot beside it.
-void ShowDemoSheet(MDIForm_Main& main) {
+// A new sheet of `rows` points y(x) in columns 1 and 2 under the labels
+// given, its plot beside it under `title`; the plot, or nullptr.
+SheetPlot* DemoSheetWithPlot(MDIForm_Main& main, long rows, const char* xLabel, const char* yLabel,
+                             const char* title, const std::function<std::pair<double, double>(long)>& point) {
   main.Click("mnuNewWorksheet");
   auto* sheet = dynamic_cast<Form_Worksheet*>(main.ActiveChild());
-  if (!sheet) return;
+  if (!sheet) return nullptr;
   sheet->Redraw(false);
-  sheet->Rows(97);
+  sheet->Rows(rows + 1);
   for (long r = 1; r < sheet->Rows(); ++r) {
-    const double e = 20.0 + 5.0 * double(r - 1);
-    double i = 400.0 * std::exp(-e / 250.0);
-    for (double peak : {95.0, 180.0, 310.0}) i += 900.0 * std::exp(-std::pow((e - peak) / 12.0, 2));
-    sheet->TextMatrix(r, 1, Cell(float(e)));
-    sheet->TextMatrix(r, 2, Cell(float(std::round(i))));
+    const auto [x, y] = point(r - 1);
+    sheet->TextMatrix(r, 1, Cell(float(x)));
+    sheet->TextMatrix(r, 2, Cell(float(std::round(y))));
   }
   sheet->Col(1);
-  sheet->ColLabel("E (eV)");
+  sheet->ColLabel(xLabel);
   sheet->Col(2);
-  sheet->ColLabel("I (counts)");
+  sheet->ColLabel(yLabel);
   sheet->Redraw(true);
   sheet->SetSelection(0, 2, sheet->Rows() - 1, 2);
   SheetPlot* made = nullptr;
-  if (!sheet->NewPlot(made)) return;
+  if (!sheet->NewPlot(made)) return nullptr;
   if (auto* plot = dynamic_cast<Form_Plot*>(made)) {
     plot->AddCurve();
     plot->CurveXCol(1);
-    plot->TitleText("I(E)");
+    plot->TitleText(title);
     plot->Plot();
   }
   main.ShowChild(made->Handle());
   main.Click("mnuArrange", 2);
+  return made;
+}
+
+// An I(E) curve with three Bragg peaks, and its plot beside it.
+void ShowDemoSheet(MDIForm_Main& main) {
+  DemoSheetWithPlot(main, 96, "E (eV)", "I (counts)", "I(E)", [](long k) {
+    const double e = 20.0 + 5.0 * double(k);
+    double i = 400.0 * std::exp(-e / 250.0);
+    for (double peak : {95.0, 180.0, 310.0}) i += 900.0 * std::exp(-std::pow((e - peak) / 12.0, 2));
+    return std::pair{e, i};
+  });
 }
 
 // A line scan with two peaks on a slope, fitted: the fit dialog with its
@@ -114,34 +127,14 @@ void ShowPeakFit(MDIForm_Main& main, MainWindow& window) {
 void ShowGrowthRate(MDIForm_Main& main, MainWindow& window) {
   if (PreviewRunning()) StopPreview();
   if (Form_Camera* live = PreviewImage()) main.CloseChild(live->Handle());
-  main.Click("mnuNewWorksheet");
-  auto* sheet = dynamic_cast<Form_Worksheet*>(main.ActiveChild());
-  if (!sheet) return;
-  sheet->Redraw(false);
-  sheet->Rows(401);
-  for (long r = 1; r < sheet->Rows(); ++r) {
-    const double t = 0.25 * double(r - 1);
-    const double damp = std::exp(-t / 60.0);
-    const double y = 600.0 + 300.0 * damp * std::cos(2.0 * M_PI * t / 12.5) + 120.0 * (1 - damp);
-    sheet->TextMatrix(r, 1, Cell(float(t)));
-    sheet->TextMatrix(r, 2, Cell(float(std::round(y + 6.0 * std::sin(t * 7.31)))));
-  }
-  sheet->Col(1);
-  sheet->ColLabel("time (s)");
-  sheet->Col(2);
-  sheet->ColLabel("specular (counts)");
-  sheet->Redraw(true);
-  sheet->SetSelection(0, 2, sheet->Rows() - 1, 2);
-  SheetPlot* made = nullptr;
-  if (!sheet->NewPlot(made)) return;
-  if (auto* plot = dynamic_cast<Form_Plot*>(made)) {
-    plot->AddCurve();
-    plot->CurveXCol(1);
-    plot->TitleText("RHEED oscillations");
-    plot->Plot();
-  }
-  main.ShowChild(made->Handle());
-  main.Click("mnuArrange", 2);
+  SheetPlot* made = DemoSheetWithPlot(
+      main, 400, "time (s)", "specular (counts)", "RHEED oscillations", [](long k) {
+        const double t = 0.25 * double(k);
+        const double damp = std::exp(-t / 60.0);
+        const double y = 600.0 + 300.0 * damp * std::cos(2.0 * M_PI * t / 12.5) + 120.0 * (1 - damp);
+        return std::pair{t, y + 6.0 * std::sin(t * 7.31)};
+      });
+  if (!made) return;
   main.SetActiveChild(made->Handle());
   // The window is modal: it is worked from the event loop it runs.
   QTimer::singleShot(300, &window, [] {
