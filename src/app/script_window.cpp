@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QBrush>
+#include <QCloseEvent>
 #include <QFontDatabase>
 #include <QKeySequence>
 #include <QListWidget>
@@ -161,6 +162,11 @@ void ScriptWindow::CaretToLine(int line) {
 void ScriptWindow::moveEvent(QMoveEvent* event) {
   QWidget::moveEvent(event);
   if (isVisible()) form_.Moved(pos().x() * 15, pos().y() * 15);
+}
+
+void ScriptWindow::closeEvent(QCloseEvent* event) {
+  form_.Unload();
+  event->accept();
 }
 
 void InstallScriptWindow(MDIForm_Main& main, QWidget* window) {

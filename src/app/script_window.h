@@ -42,6 +42,8 @@ class ScriptWindow : public QWidget, public ScriptView {
 
  protected:
   void moveEvent(QMoveEvent* event) override;
+  // Closing the window unloads the form; its place is kept.
+  void closeEvent(QCloseEvent* event) override;
 
  private:
   void BuildMenus();

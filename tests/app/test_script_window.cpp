@@ -79,6 +79,9 @@ class TestScriptWindow : public QObject {
     QCOMPARE(Window()->windowTitle(), QString("job.scr - Script [design]"));
     QCOMPARE(Window()->Editor()->toPlainText(), QString("// one\nStop\n"));
     QCOMPARE(Window()->Action("mnuStart")->shortcut(), QKeySequence("F5"));
+    Window()->close();
+    QVERIFY(!ScriptForm().Loaded());
+    QVERIFY(!Window()->isVisible());
   }
 
   void compileErrorPutsTheCaretOnItsLine() {
