@@ -184,9 +184,14 @@ TEST_F(ScriptStatementsTest, ResizeChecksAndResizes) {
   EXPECT_EQ(Message(), "Can't resize image \"image1\"");
   EXPECT_EQ(Run("ResizeImage(\"Image1\",-4,5)"), 0);
   EXPECT_EQ(Message(), "Can't resize image \"Image1\"");
-  EXPECT_EQ(Run("ResizeImage(\"Image1\",16,8)"), 1);
+  // Numbers round to the nearest, ties to even; beyond 32 bits they do not
+  // compile.
+  EXPECT_EQ(Run("ResizeImage(\"Image1\",16.5,7.5)"), 1);
   EXPECT_EQ(image->ImageWidth(), 16);
   EXPECT_EQ(image->ImageHeight(), 8);
+  EXPECT_EQ(Run("ResizeImage(\"Image1\",4294967296,8)"), 0);
+  EXPECT_EQ(Message(), "other: Compile error:\r\n\r\nArgument type mismatch");
+  EXPECT_EQ(image->ImageWidth(), 16);
 }
 
 TEST_F(ScriptStatementsTest, BinarizeChecksTheLowerThresholdAndIgnoresTheUpper) {
