@@ -25,10 +25,12 @@
 #include "app/main_window.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
+#include "image/form_binarize.h"
 #include "image/form_camera.h"
 #include "image/kernel/numbers.h"
 #include "image/kernel/test_image.h"
 #include "plot/form_plot.h"
+#include "script/form_script.h"
 #include "video/form_image_vtr.h"
 #include "video/form_soft_vtr.h"
 #include "video/video_file.h"
@@ -151,6 +153,66 @@ void ShowGrowthRate(MDIForm_Main& main, MainWindow& window) {
   });
 }
 
+QWidget* VisibleTopLevel(const char* objectName);
+
+void ClickIn(QWidget* parent, const char* button) {
+  if (auto* b = parent ? parent->findChild<QPushButton*>(button) : nullptr) b->click();
+}
+
+bool EnsureGrabber();
+
+// A still of the simulated screen, binarized at a quarter of its grey levels,
+// its spots traced in the particle window, the first one analysed.
+void ShowParticles(MDIForm_Main& main, MainWindow& window) {
+  if (!EnsureGrabber()) return;
+  if (!PreviewRunning()) main.Click("mnuPreview");
+  QTimer::singleShot(500, &window, [&main, &window] {
+    StopPreview();
+    Form_Camera* live = PreviewImage();
+    if (!live) return;
+    // The live picture stays the grabber's; its copy is an image like any.
+    const auto& ops = ImageOperationTable();
+    if (auto op = ops.find("Duplicate"); op != ops.end() && op->second.run) op->second.run(*live, -1);
+    auto* still = dynamic_cast<Form_Camera*>(main.ActiveChild());
+    if (!still || still == live) return;
+    main.CloseChild(live->Handle());
+    BinarizeDo(*still, still->ImageDynamik() / 8, false, &main);
+    main.Click("mnuParticles");
+    QTimer::singleShot(200, &window, [] {
+      QWidget* w = VisibleTopLevel("Form_Particle");
+      if (!w) return;
+      w->move(800, 110);
+      ClickIn(w, "Command_Detect");
+      ClickIn(w, "Command_Analyze");
+    });
+  });
+}
+
+// A script that grabs a frame and counts its spots, running in the script
+// window: its listing and the result sheet.
+void ShowScript(MDIForm_Main& main, MainWindow& window) {
+  if (!EnsureGrabber()) return;
+  if (PreviewRunning()) StopPreview();
+  const QString path = QDir::temp().filePath("spots.scr");
+  QFile file(path);
+  if (!file.open(QIODevice::WriteOnly)) return;
+  file.write("// The spots of one frame of the screen\r\n"
+             "Dim frames\r\n"
+             "frames = 1\r\n"
+             "Capture\r\n"
+             "BinarizeImage(\"\", 512, 0)\r\n"
+             "ParticleDetect(\"\")\r\n"
+             "ParticleWorksheet\r\n"
+             "Delay(10000)\r\n"
+             "End\r\n");
+  file.close();
+  if (!main.OpenDocument(path.toStdString())) return;
+  QTimer::singleShot(200, &window, [&main] {
+    main.Click("mnuArrange", 2);
+    ScriptForm().Click("mnuStart");
+  });
+}
+
 bool EnsureGrabber() { return G().GrabberOK || StartGrabber(kDummyGrabber); }
 
 // The live picture with four windows on the first-order spots, the window
@@ -256,7 +318,8 @@ bool WriteSimulatedFilm(const std::string& path, int frames, double eStart, doub
 
 bool IsScreenshotScene(const std::string& scene) {
   return scene == "live" || scene == "sheet" || scene == "grabber" || scene == "image" ||
-         scene == "recorder" || scene == "player" || scene == "fit" || scene == "growth";
+         scene == "recorder" || scene == "player" || scene == "fit" || scene == "growth" ||
+         scene == "particles" || scene == "script";
 }
 
 void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& scene,
@@ -278,6 +341,12 @@ void TakeScreenshot(MDIForm_Main& main, MainWindow& window, const std::string& s
     settle = 800;
   } else if (scene == "fit") {
     ShowPeakFit(main, window);
+    settle = 2500;
+  } else if (scene == "particles") {
+    ShowParticles(main, window);
+    settle = 1500;
+  } else if (scene == "script") {
+    ShowScript(main, window);
     settle = 2500;
   } else if (scene == "growth") {
     ShowGrowthRate(main, window);
