@@ -181,7 +181,7 @@ void ShowParticles(MDIForm_Main& main, MainWindow& window) {
     QTimer::singleShot(200, &window, [] {
       QWidget* w = VisibleTopLevel("Form_Particle");
       if (!w) return;
-      w->move(800, 110);
+      w->move(392, 480);
       ClickIn(w, "Command_Detect");
       ClickIn(w, "Command_Analyze");
     });
