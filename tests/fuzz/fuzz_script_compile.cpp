@@ -1,33 +1,16 @@
 // Any bytes as a script: the compiler ends with every line coded or with one
 // compile message of its own, at the line where it stopped.
-#include <unistd.h>
-
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <string>
-#include <vector>
 
-#include "core/host.h"
+#include "fuzz_host.h"
 #include "script/script_compiler.h"
 
 namespace {
 
-void Check(bool ok, const char* what) {
-  if (!ok) {
-    std::fprintf(stderr, "fuzz_script_compile: %s\n", what);
-    std::abort();
-  }
-}
-
-bool StartsWith(const std::string& s, const std::string& head) {
-  return s.compare(0, head.size(), head) == 0;
-}
-
-bool EndsWith(const std::string& s, const std::string& tail) {
-  return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
-}
+using svfuzz::Check;
+using svfuzz::EndsWith;
+using svfuzz::StartsWith;
 
 // The compiler's own messages.
 bool KnownMessage(const std::string& m) {
@@ -40,52 +23,12 @@ bool KnownMessage(const std::string& m) {
   return StartsWith(m, "\"") && EndsWith(m, "\": Sub or Function not defined");
 }
 
-class FuzzHost : public sv::Host {
- public:
-  FuzzHost() : folder("/tmp/sv_fuzz_script_" + std::to_string(getpid())) {
-    std::filesystem::create_directories(folder + "/config");
-  }
-  sv::MsgResult MsgBox(const std::string& text, sv::MsgButtons, sv::MsgIcon,
-                       const std::string& title) override {
-    messages.push_back(text);
-    titles.push_back(title);
-    return sv::MsgResult::OK;
-  }
-  std::optional<std::string> InputBox(const std::string&, const std::string&,
-                                      const std::string&) override {
-    return std::nullopt;
-  }
-  sv::FileDialogResult OpenFileDialog(const sv::FileDialog&) override { return {}; }
-  sv::FileDialogResult SaveFileDialog(const sv::FileDialog&) override { return {}; }
-  void ShowStatus(const std::string&, int) override {}
-  void DoEvents() override {}
-  void Beep() override {}
-  void SetBusy(bool) override {}
-  std::string ClipboardText() override { return {}; }
-  void SetClipboardText(const std::string&) override {}
-  uint32_t TimeGetTime() override { return clock += 7; }
-  std::string UserName() override { return "fuzz"; }
-  std::string TempPath() override { return folder + "/"; }
-  std::string ProgramFolder() override { return folder; }
-  std::string ExeName() override { return "sv4200"; }
-  std::string ConfigFolder() override { return folder + "/config"; }
-  std::string HomeFolder() override { return folder; }
-  sv::UserStore& Store() override { std::abort(); }
-  int64_t FreeDiskSpace(const std::string&) override { return -1; }
-  sv::ScreenSize Screen() override { return {}; }
-
-  std::string folder;
-  uint32_t clock = 0;
-  std::vector<std::string> messages, titles;
-};
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static FuzzHost fuzzHost;
+  static svfuzz::FuzzHost fuzzHost("sv_fuzz_script");
   sv::SetHost(&fuzzHost);
-  fuzzHost.messages.clear();
-  fuzzHost.titles.clear();
+  fuzzHost.Clear();
   const std::string text(reinterpret_cast<const char*>(data), size);
 
   size_t lines = 0;

@@ -2,18 +2,13 @@
 // images and a sheet, under a clock that leaps at every wait, so that Delay
 // costs nothing. The run ends in design or break, with no message but the
 // compiler's, the run time's or those of the operations it calls.
-#include <unistd.h>
-
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "fuzz_host.h"
 #include "analysis/form_particle.h"
 #include "core/globals.h"
-#include "core/host.h"
 #include "core/mdi_main.h"
 #include "image/form_camera.h"
 #include "image/image_operations.h"
@@ -25,20 +20,9 @@
 
 namespace {
 
-void Check(bool ok, const char* what) {
-  if (!ok) {
-    std::fprintf(stderr, "fuzz_script_run: %s\n", what);
-    std::abort();
-  }
-}
-
-bool StartsWith(const std::string& s, const std::string& head) {
-  return s.compare(0, head.size(), head) == 0;
-}
-
-bool EndsWith(const std::string& s, const std::string& tail) {
-  return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
-}
+using svfuzz::Check;
+using svfuzz::EndsWith;
+using svfuzz::StartsWith;
 
 // The run time's own messages.
 bool KnownRunMessage(const std::string& m) {
@@ -53,61 +37,19 @@ bool KnownRunMessage(const std::string& m) {
   return false;
 }
 
-class FuzzHost : public sv::Host {
+// The clock leaps a million milliseconds at each wait.
+class RunHost : public svfuzz::FuzzHost {
  public:
-  FuzzHost() : folder("/tmp/sv_fuzz_script_run_" + std::to_string(getpid())) {
-    std::filesystem::create_directories(folder + "/config");
-  }
-  sv::MsgResult MsgBox(const std::string& text, sv::MsgButtons buttons, sv::MsgIcon,
-                       const std::string& title) override {
-    messages.push_back(text);
-    titles.push_back(title);
-    // Closing a changed document: not saved.
-    return buttons == sv::MsgButtons::YesNoCancel || buttons == sv::MsgButtons::YesNo
-               ? sv::MsgResult::No
-               : sv::MsgResult::OK;
-  }
-  std::optional<std::string> InputBox(const std::string&, const std::string&,
-                                      const std::string&) override {
-    return std::nullopt;
-  }
-  sv::FileDialogResult OpenFileDialog(const sv::FileDialog&) override { return {}; }
-  sv::FileDialogResult SaveFileDialog(const sv::FileDialog&) override { return {}; }
-  void ShowStatus(const std::string&, int) override {}
-  void DoEvents() override { ++pumps; }
-  // The clock leaps a million milliseconds at each wait.
-  void WaitForEvents(int) override {
-    clock += 1u << 20;
-    ++pumps;
-  }
-  void Beep() override {}
-  void SetBusy(bool) override {}
-  std::string ClipboardText() override { return {}; }
-  void SetClipboardText(const std::string&) override {}
-  uint32_t TimeGetTime() override { return clock += 7; }
-  std::string UserName() override { return "fuzz"; }
-  std::string TempPath() override { return folder + "/"; }
-  std::string ProgramFolder() override { return folder; }
-  std::string ExeName() override { return "sv4200"; }
-  std::string ConfigFolder() override { return folder + "/config"; }
-  std::string HomeFolder() override { return folder; }
-  sv::UserStore& Store() override { std::abort(); }
-  int64_t FreeDiskSpace(const std::string&) override { return -1; }
-  sv::ScreenSize Screen() override { return {}; }
-
-  std::string folder;
-  uint32_t clock = 0;
-  long pumps = 0;
-  std::vector<std::string> messages, titles;
+  RunHost() : FuzzHost("sv_fuzz_script_run") {}
+  void WaitForEvents(int) override { clock += 1u << 20; }
 };
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static FuzzHost fuzzHost;
+  static RunHost fuzzHost;
   sv::SetHost(&fuzzHost);
-  fuzzHost.messages.clear();
-  fuzzHost.titles.clear();
+  fuzzHost.Clear();
   sv::ResetGlobals();
   // No image grows past a few megabytes.
   sv::WorkBufferLimit() = size_t(4) << 20;
