@@ -21,22 +21,6 @@ namespace sv {
 
 namespace {
 
-// A single held in a key; nothing when the key is missing or holds no number.
-std::optional<float> Single(const Profile& ini, const char* section, const char* key) {
-  std::optional<std::string> value = ini.Get(section, key);
-  if (!value) return std::nullopt;
-  std::string text = *value;
-  std::replace(text.begin(), text.end(), ',', '.');
-  const size_t b = text.find_first_not_of(" \t");
-  if (b == std::string::npos) return std::nullopt;
-  const char* first = text.data() + b;
-  if (*first == '+') ++first;
-  float v = 0;
-  auto [ptr, ec] = std::from_chars(first, text.data() + text.size(), v);
-  if (ec != std::errc() || !std::isfinite(v)) return std::nullopt;
-  return v;
-}
-
 // The shortest text that reads back to the same single.
 std::string IniSingle(float value) {
   if (!std::isfinite(value)) return "0";
@@ -70,10 +54,10 @@ std::string LutOpenErrorText(const std::string& filename, long code) {
 void ReadCalibration(const Profile& ini) {
   LengthCalibration& l = LengthCal();
   l = LengthCalibration();
-  l.PixelRatio = Single(ini, kLengthSection, "Pixel Ratio").value_or(1.0f);
+  l.PixelRatio = ini.GetSingle(kLengthSection, "Pixel Ratio").value_or(1.0f);
   if (l.PixelRatio <= 0) l.PixelRatio = 1.0f;
   l.Enabled = ini.GetInt(kLengthSection, "enabled", 0);
-  l.CalFactor = Single(ini, kLengthSection, "Cal Factor").value_or(1.0f);
+  l.CalFactor = ini.GetSingle(kLengthSection, "Cal Factor").value_or(1.0f);
   l.CalUnit = ini.GetString(kLengthSection, "Cal Unit", "Pixel");
 
   IntensityTable& z = ZCal();

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <fstream>
 #include <sstream>
@@ -183,6 +185,21 @@ int Profile::GetInt(const std::string& section, const std::string& key, int def)
   auto v = Get(section, key);
   if (!v || v->empty()) return def;
   return ProfileTextToInt(Cut(*v));
+}
+
+std::optional<float> Profile::GetSingle(const std::string& section, const std::string& key) const {
+  std::optional<std::string> value = Get(section, key);
+  if (!value) return std::nullopt;
+  std::string text = *value;
+  std::replace(text.begin(), text.end(), ',', '.');
+  const size_t b = text.find_first_not_of(" \t");
+  if (b == std::string::npos) return std::nullopt;
+  const char* first = text.data() + b;
+  if (*first == '+') ++first;
+  float v = 0;
+  auto [ptr, ec] = std::from_chars(first, text.data() + text.size(), v);
+  if (ec != std::errc() || !std::isfinite(v)) return std::nullopt;
+  return v;
 }
 
 void Profile::Set(const std::string& section, const std::string& key, const std::string& value) {

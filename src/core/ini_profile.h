@@ -31,6 +31,10 @@ class Profile {
   std::string GetString(const std::string& section, const std::string& key,
                         const std::string& def) const;  // cut at 255 characters
   int GetInt(const std::string& section, const std::string& key, int def) const;
+  // A single: blanks before it, a decimal comma for the point, an optional "+",
+  // up to the first other character; nothing when the key is missing or holds
+  // no finite number.
+  std::optional<float> GetSingle(const std::string& section, const std::string& key) const;
 
   // Sets or adds the key; a new section is appended at the end.
   void Set(const std::string& section, const std::string& key, const std::string& value);

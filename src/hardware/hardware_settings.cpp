@@ -23,24 +23,8 @@ std::string ChannelSection(int n) { return "ADC: CH" + std::to_string(n + 1); }
 std::string DASection(const std::string& name) { return "DAC: " + name; }
 std::string IOSection(const std::string& name) { return "DIO: " + name; }
 
-// A single held in a key; nothing when the key is missing or holds no number.
-std::optional<float> Single(const Profile& ini, const std::string& section, const std::string& key) {
-  std::optional<std::string> value = ini.Get(section, key);
-  if (!value) return std::nullopt;
-  std::string text = *value;
-  std::replace(text.begin(), text.end(), ',', '.');
-  const size_t b = text.find_first_not_of(" \t");
-  if (b == std::string::npos) return std::nullopt;
-  const char* first = text.data() + b;
-  if (*first == '+') ++first;
-  float v = 0;
-  auto [ptr, ec] = std::from_chars(first, text.data() + text.size(), v);
-  if (ec != std::errc() || !std::isfinite(v)) return std::nullopt;
-  return v;
-}
-
 float SingleOr(const Profile& ini, const std::string& section, const std::string& key, float def) {
-  return Single(ini, section, key).value_or(def);
+  return ini.GetSingle(section, key).value_or(def);
 }
 
 std::optional<int> Int(const Profile& ini, const std::string& section, const std::string& key) {
@@ -126,8 +110,8 @@ void ReadDASettings(const Profile& ini) {
       return def;
     };
     auto leedSingle = [&](const char* key, const char* old) -> std::optional<float> {
-      if (auto v = Single(ini, s, key)) return v;
-      if (auto v = Single(ini, s, old)) {
+      if (auto v = ini.GetSingle(s, key)) return v;
+      if (auto v = ini.GetSingle(s, old)) {
         check = true;
         return v;
       }
@@ -144,7 +128,7 @@ void ReadDASettings(const Profile& ini) {
       check = true;
     }
     hw.ChannelAUGER = ini.GetInt(s, "ChannelAUGER", 1);
-    const std::optional<float> gainAUGER = Single(ini, s, "GainAUGER");
+    const std::optional<float> gainAUGER = ini.GetSingle(s, "GainAUGER");
     if (gainAUGER) {
       hw.GainAUGER = *gainAUGER;
       hw.OffsetAUGER = SingleOr(ini, s, "OffsetAUGER", 0.0f);

@@ -53,6 +53,13 @@ TEST(Profile, IntegerValuesReadLikeTheirText) {
   EXPECT_EQ(std::tuple(p.GetInt("N", "a", 5), p.GetInt("N", "b", 5), p.GetInt("N", "e", 5)), std::tuple(12, 0, 17));
 }
 
+TEST(Profile, SinglesTakeACommaForThePointAndRefuseWhatIsNoFiniteNumber) {
+  Profile p = Profile::Parse("[S]\na=  +2,5x\nb=-0.25\nc=abc\nd=   \ne=1e39\nf=nan\n");
+  EXPECT_EQ(std::tuple(p.GetSingle("S", "a"), p.GetSingle("s", "B")),
+            std::tuple(std::optional(2.5f), std::optional(-0.25f)));
+  for (const char* key : {"c", "d", "e", "f", "missing"}) EXPECT_EQ(p.GetSingle("S", key), std::nullopt) << key;
+}
+
 TEST(Profile, BlanksAndQuotesAroundValues) {
   Profile p = Profile::Parse(
       "  [ Sec ]  \n"
