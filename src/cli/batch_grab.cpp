@@ -14,6 +14,7 @@
 #include "acquisition/live.h"
 #include "cli/batch.h"
 #include "cli/batch_host.h"
+#include "cli/batch_session.h"
 #include "core/first_start.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
@@ -177,14 +178,8 @@ int GrabCommand(const std::vector<std::string>& args, std::ostream& out, std::os
 
   BatchHost batchHost(err);
   HostScope scope(&batchHost);
-  ResetGlobals();
-  ResetGrabberGlobals();
-  ResetLiveGlobals();
+  ReadBatchSettings(batchHost);
   Globals& g = G();
-  g.UserIniName = batchHost.UserName();
-  g.IniFile = FormIniFile(batchHost.ProgramFolder(), g.UserIniName);
-  InstallGrabberEnvironment();
-  ReadSettings(nullptr);
   if (!driver.empty()) g.GrabberName = driver;
   ChooseSimulatedDevices(StartKind::Batch, false, false);
   if (haveEnergy) g.ElectronEnergy = float(energy);

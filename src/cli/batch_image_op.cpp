@@ -5,6 +5,7 @@
 #include "analysis/image_convert.h"
 #include "cli/batch_host.h"
 #include "cli/batch_image_math.h"
+#include "cli/batch_session.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "image/form_camera.h"
@@ -123,26 +124,12 @@ int ImageOpCommand(const std::vector<std::string>& args, std::ostream& out, std:
 
   ImageOpHost batchHost(out, err);
   HostScope scope(&batchHost);
-  ResetGlobals();
-  MDIForm_Main main;
-  MDIForm_Main* previous = MainForm();
-  SetMainForm(&main);
-  struct Restore {
-    MDIForm_Main* previous;
-    ~Restore() { SetMainForm(previous); }
-  } restore{previous};
-  RegisterImageDocuments(main);
-  RegisterWorksheetDocuments(main);
+  BatchMainWindow window;
+  MDIForm_Main& main = window.main;
   RegisterImageConvert();
 
-  Form_Camera* image = NewImage(main);
-  if (!image) return Bad(err, "cannot make an image");
-  main.ShowChild(image->Handle());
-  if (!ImageOpenDo(*image, files[0]) || !image->ImagePtr()) {
-    err << "svbatch: cannot read " << files[0] << "\n";
-    return 1;
-  }
-  main.ShowChild(image->Handle());
+  Form_Camera* image = nullptr;
+  if (int rc = OpenBatchImage(main, files[0], err, image)) return rc;
 
   ImageOpContext ctx{main, *image, rest, files[1], out, err, {}, false};
   const int rc = entry->handler(ctx);

@@ -6,6 +6,7 @@
 #include "analysis/form_particle.h"
 #include "cli/batch_args.h"
 #include "cli/batch_host.h"
+#include "cli/batch_session.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "image/form_binarize.h"
@@ -68,29 +69,16 @@ int ParticlesCommand(const std::vector<std::string>& args, std::ostream& out, st
 
   BatchHost batchHost(err);
   HostScope scope(&batchHost);
-  ResetGlobals();
-  MDIForm_Main main;
-  MDIForm_Main* previous = MainForm();
-  SetMainForm(&main);
-  struct Restore {
-    MDIForm_Main* previous;
-    ~Restore() { SetMainForm(previous); }
-  } restore{previous};
-  RegisterImageDocuments(main);
-  RegisterWorksheetDocuments(main);
+  BatchMainWindow window;
+  MDIForm_Main& main = window.main;
 
   std::error_code ec;
   if (!std::filesystem::is_regular_file(imagePath, ec)) {
     err << "svbatch: no image " << imagePath << "\n";
     return 1;
   }
-  Form_Camera* image = NewImage(main);
-  if (!image) return BadArgs(err, "cannot make an image");
-  if (!ImageOpenDo(*image, imagePath) || !image->ImagePtr()) {
-    err << "svbatch: cannot read " << imagePath << "\n";
-    return 1;
-  }
-  main.ShowChild(image->Handle());
+  Form_Camera* image = nullptr;
+  if (int rc = OpenBatchImage(main, imagePath, err, image)) return rc;
 
   if (binarize && !BinarizeDo(*image, threshold)) {
     if (image->HasColors())

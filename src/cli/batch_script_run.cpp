@@ -9,6 +9,7 @@
 #include "cli/batch_args.h"
 #include "cli/batch_host.h"
 #include "cli/batch_script.h"
+#include "cli/batch_session.h"
 #include "core/first_start.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
@@ -119,14 +120,8 @@ int ScriptRunCommand(const std::vector<std::string>& args, std::ostream& out, st
 
   ScriptBatchHost batchHost(err);
   HostScope scope(&batchHost);
-  ResetGlobals();
-  ResetGrabberGlobals();
-  ResetLiveGlobals();
+  ReadBatchSettings(batchHost);
   Globals& g = G();
-  g.UserIniName = batchHost.UserName();
-  g.IniFile = FormIniFile(batchHost.ProgramFolder(), g.UserIniName);
-  InstallGrabberEnvironment();
-  ReadSettings(nullptr);
   ChooseSimulatedDevices(StartKind::Batch, false, false);
 
   MDIForm_Main main;
