@@ -11,6 +11,7 @@
 #include "core/mdi_main.h"
 #include "core/settings.h"
 #include "image/form_camera.h"
+#include "calibration_test.h"
 #include "support/scripted_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
@@ -18,15 +19,10 @@
 namespace sv {
 namespace {
 
-class CalibrationFormsTest : public ::testing::Test {
+class CalibrationFormsTest : public test::CalibrationTest {
  protected:
-  void SetUp() override {
-    LengthCal() = LengthCalibration();
-    ZCal() = IntensityTable();
-  }
   void TearDown() override {
-    LengthCal() = LengthCalibration();
-    ZCal() = IntensityTable();
+    CalibrationTest::TearDown();
     CalibrationDialogHooks() = CalibrationDialogs();
     ZCalibrationForm().SetView(nullptr);
     ZCalibrationForm().Table = IntensityTable();
@@ -44,7 +40,6 @@ class CalibrationFormsTest : public ::testing::Test {
     length().Text_ratio = ratio;
     return length().Command_OK();
   }
-  test::ScriptedHost host;
 };
 
 TEST_F(CalibrationFormsTest, LengthDialogShowsAndTakesTheFactor) {

@@ -11,6 +11,7 @@
 #include "core/settings.h"
 #include "hardware/hardware.h"
 #include "image/form_camera.h"
+#include "calibration_test.h"
 #include "support/scripted_host.h"
 #include "worksheet/form_worksheet.h"
 #include "analysis/form_zcalibration.h"
@@ -18,15 +19,10 @@
 namespace sv {
 namespace {
 
-class CalibrationSettingsTest : public ::testing::Test {
+class CalibrationSettingsTest : public test::CalibrationTest {
  protected:
-  void SetUp() override {
-    LengthCal() = LengthCalibration();
-    ZCal() = IntensityTable();
-  }
   void TearDown() override {
-    LengthCal() = LengthCalibration();
-    ZCal() = IntensityTable();
+    CalibrationTest::TearDown();
     Hooks() = AnalysisHooks();
     ExitSteps().calibrationStore = nullptr;
     ClearSettingsSections();
@@ -44,7 +40,6 @@ class CalibrationSettingsTest : public ::testing::Test {
     EXPECT_EQ(sheet.SaveWorksheet(Path(name), true), 0);
     return Path(name);
   }
-  test::ScriptedHost host;
 };
 
 TEST_F(CalibrationSettingsTest, LengthKeysAndTheirRules) {

@@ -5,6 +5,7 @@
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "image/form_camera.h"
+#include "support/main_window_test.h"
 #include "support/scripted_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
@@ -12,19 +13,14 @@
 namespace sv {
 namespace {
 
-class ImageConvertTest : public ::testing::Test {
+class ImageConvertTest : public test::MainWindowTest {
  protected:
   void SetUp() override {
-    ResetGlobals();
-    SetMainForm(&main);
-    RegisterImageDocuments(main);
+    MainWindowTest::SetUp();
     RegisterWorksheetDocuments(main);
     RegisterImageConvert();
     main.Load();
   }
-  void TearDown() override { SetMainForm(nullptr); }
-  test::ScriptedHost host;
-  MDIForm_Main main;
 };
 
 // One row an image line, one column a pixel column, named by number; the

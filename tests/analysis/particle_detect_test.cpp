@@ -12,6 +12,7 @@
 #include "core/mdi_main.h"
 #include "image/form_camera.h"
 #include "support/recording_surface.h"
+#include "support/main_window_test.h"
 #include "support/scripted_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
@@ -31,16 +32,13 @@ Points PointsOf(const Class_Particle& p) {
   return out;
 }
 
-class ParticleDetectTest : public ::testing::Test {
+class ParticleDetectTest : public test::MainWindowTest {
  protected:
   void SetUp() override {
-    ResetGlobals();
-    SetMainForm(&main);
-    RegisterImageDocuments(main);
+    MainWindowTest::SetUp();
     RegisterWorksheetDocuments(main);
     main.Load();
   }
-  void TearDown() override { SetMainForm(nullptr); }
 
   // An 8-bit image from rows of '#' (lit, 200) and '.' (dark, 100: below
   // half the range).
@@ -61,8 +59,6 @@ class ParticleDetectTest : public ::testing::Test {
     return form.Count();
   }
 
-  test::ScriptedHost host;
-  MDIForm_Main main;
   Form_Particle form;
 };
 

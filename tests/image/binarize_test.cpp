@@ -6,17 +6,16 @@
 #include "core/mdi_main.h"
 #include "image/form_binarize.h"
 #include "image/form_camera.h"
+#include "support/main_window_test.h"
 #include "support/scripted_host.h"
 
 namespace sv {
 namespace {
 
-class BinarizeTest : public ::testing::Test {
+class BinarizeTest : public test::MainWindowTest {
  protected:
   void SetUp() override {
-    ResetGlobals();
-    SetMainForm(&main);
-    RegisterImageDocuments(main);
+    MainWindowTest::SetUp();
     main.Load();
     image = NewImage(main);
     const std::vector<uint16_t> ramp = {0, 100, 127, 128, 129, 255};
@@ -24,14 +23,10 @@ class BinarizeTest : public ::testing::Test {
     image->SetTitle("Spots");
     main.ShowChild(image->Handle());
   }
-  void TearDown() override { SetMainForm(nullptr); }
-
   std::vector<uint16_t> Pixels(Form_Camera& img) {
     return {img.ImagePtr(), img.ImagePtr() + img.ImageWidth() * img.ImageHeight()};
   }
 
-  test::ScriptedHost host;
-  MDIForm_Main main;
   Form_Camera* image = nullptr;
 };
 

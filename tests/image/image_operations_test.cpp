@@ -13,23 +13,22 @@
 #include "image/form_resize.h"
 #include "image/kernel/filter.h"
 #include "image/kernel/geometry.h"
+#include "support/main_window_test.h"
 #include "support/scripted_host.h"
 
 namespace sv {
 namespace {
 
-class ImageOperationsTest : public ::testing::Test {
+class ImageOperationsTest : public test::MainWindowTest {
  protected:
   void SetUp() override {
-    ResetGlobals();
-    SetMainForm(&main);
-    RegisterImageDocuments(main);
+    MainWindowTest::SetUp();
     main.Load();
   }
   void TearDown() override {
     WorkBufferLimit() = 0;
     ResizeDialog() = nullptr;
-    SetMainForm(nullptr);
+    MainWindowTest::TearDown();
   }
 
   // A shown w x h image with 12 bits and a pattern that no flip, turn or
@@ -48,9 +47,6 @@ class ImageOperationsTest : public ::testing::Test {
     const uint16_t* p = img.ImagePtr();
     return std::vector<uint16_t>(p, p + img.ImageBytes() / 2);
   }
-
-  test::ScriptedHost host;
-  MDIForm_Main main;
 };
 
 struct OpCase {

@@ -12,6 +12,7 @@
 #include "script/form_script.h"
 #include "script/script_runtime.h"
 #include "script/script_statements.h"
+#include "support/main_window_test.h"
 #include "support/scripted_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
@@ -19,19 +20,17 @@
 namespace sv {
 namespace {
 
-class ScriptStatementsTest : public ::testing::Test {
+class ScriptStatementsTest : public test::MainWindowTest {
  protected:
   void SetUp() override {
-    ResetGlobals();
-    SetMainForm(&main);
-    RegisterImageDocuments(main);
+    MainWindowTest::SetUp();
     RegisterWorksheetDocuments(main);
     host.lenient = true;
     form.Load();
   }
   void TearDown() override {
     ParticleForm().Bind(nullptr);
-    SetMainForm(nullptr);
+    MainWindowTest::TearDown();
   }
 
   // A 32 x 32 grey image, dark, with bright squares of 8 x 8 at (4, 4) and
@@ -65,8 +64,6 @@ class ScriptStatementsTest : public ::testing::Test {
     return t.rfind(prefix, 0) == 0 ? t.substr(prefix.size()) : "other: " + t;
   }
 
-  test::ScriptedHost host;
-  MDIForm_Main main;
   Form_Script form;
   ScriptRunTime run{form};
 };
