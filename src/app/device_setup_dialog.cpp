@@ -28,15 +28,6 @@ void FillOrClose(QComboBox* combo, const std::vector<std::string>& items, int cu
   combo->setEnabled(!items.empty());
 }
 
-QDialogButtonBox* OkCancel(QDialog* d) {
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, d);
-  buttons->button(QDialogButtonBox::Ok)->setObjectName("Command_OK");
-  buttons->button(QDialogButtonBox::Cancel)->setObjectName("Command_Cancel");
-  QObject::connect(buttons, &QDialogButtonBox::accepted, d, &QDialog::accept);
-  QObject::connect(buttons, &QDialogButtonBox::rejected, d, &QDialog::reject);
-  return buttons;
-}
-
 QComboBox* Combo(QWidget* parent, const char* name) {
   auto* c = new QComboBox(parent);
   c->setObjectName(name);
@@ -118,7 +109,7 @@ ADSetupDialog::ADSetupDialog(QWidget* parent) : QDialog(parent) {
   auto* bottom = new QHBoxLayout;
   bottom->addWidget(test);
   bottom->addStretch(1);
-  bottom->addWidget(OkCancel(this));
+  bottom->addWidget(OkCancelRow(this));
 
   auto* box = new QVBoxLayout(this);
   box->addLayout(form);
@@ -279,7 +270,7 @@ DASetupDialog::DASetupDialog(QWidget* parent) : QDialog(parent) {
   auto* bottom = new QHBoxLayout;
   bottom->addWidget(test);
   bottom->addStretch(1);
-  bottom->addWidget(OkCancel(this));
+  bottom->addWidget(OkCancelRow(this));
   auto* box = new QVBoxLayout(this);
   box->addLayout(form);
   box->addWidget(leed);
@@ -392,7 +383,7 @@ IOSetupDialog::IOSetupDialog(QWidget* parent) : QDialog(parent) {
   auto* bottom = new QHBoxLayout;
   bottom->addWidget(test);
   bottom->addStretch(1);
-  bottom->addWidget(OkCancel(this));
+  bottom->addWidget(OkCancelRow(this));
   auto* box = new QVBoxLayout(this);
   box->addLayout(form);
   box->addLayout(bottom);

@@ -4,6 +4,8 @@
 
 #include <QAbstractButton>
 #include <QComboBox>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -80,6 +82,17 @@ inline QPushButton* CommandButton(QWidget* parent, const QString& caption, const
   b->setObjectName(name);
   b->setAutoDefault(false);
   return b;
+}
+
+// The dialog's OK and Cancel row, named after the presenter's commands and
+// wired to accept and reject.
+inline QDialogButtonBox* OkCancelRow(QDialog* d) {
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, d);
+  buttons->button(QDialogButtonBox::Ok)->setObjectName("Command_OK");
+  buttons->button(QDialogButtonBox::Cancel)->setObjectName("Command_Cancel");
+  QObject::connect(buttons, &QDialogButtonBox::accepted, d, &QDialog::accept);
+  QObject::connect(buttons, &QDialogButtonBox::rejected, d, &QDialog::reject);
+  return buttons;
 }
 
 // A presenter's control state (Enabled, Visible) on its widget.

@@ -25,15 +25,6 @@ QLineEdit* Field(QWidget* parent, const char* name) {
   return e;
 }
 
-QDialogButtonBox* OkCancel(QDialog* d) {
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, d);
-  buttons->button(QDialogButtonBox::Ok)->setObjectName("Command_OK");
-  buttons->button(QDialogButtonBox::Cancel)->setObjectName("Command_Cancel");
-  QObject::connect(buttons, &QDialogButtonBox::accepted, d, &QDialog::accept);
-  QObject::connect(buttons, &QDialogButtonBox::rejected, d, &QDialog::reject);
-  return buttons;
-}
-
 }  // namespace
 
 // --- Form_CalibrationLength -------------------------------------------------------
@@ -57,7 +48,7 @@ LengthCalibrationDialog::LengthCalibrationDialog(Form_CalibrationLength& form, Q
   grid->addRow("Pixel &ratio (height / width):", ratio_);
   auto* box = new QVBoxLayout(this);
   box->addLayout(grid);
-  box->addWidget(OkCancel(this));
+  box->addWidget(OkCancelRow(this));
   LoadControls();
 }
 
@@ -116,7 +107,7 @@ ZCalibrationDialog::ZCalibrationDialog(Form_ZCalibration& form, QWidget* parent)
   auto* box = new QVBoxLayout(this);
   box->addLayout(grid);
   box->addLayout(row);
-  box->addWidget(OkCancel(this));
+  box->addWidget(OkCancelRow(this));
 
   connect(enabled_, &QCheckBox::toggled, this, [this](bool on) { form_.Check_Enabled = on; });
   connect(new_, &QPushButton::clicked, this, [this] { form_.Command_New(); });
