@@ -206,18 +206,8 @@ int GrabCommand(const std::vector<std::string>& args, std::ostream& out, std::os
   if (cameraIndex >= 0) GB().GrabberSource = cameraIndex;
   const std::string display = GrabberDisplayNameOf(g.GrabberName);
 
-  MDIForm_Main main;
-  SetMainForm(&main);
-  struct MainScope {
-    ~MainScope() {
-      GrabberClose();
-      GrabberUnload();
-      ResetLiveGlobals();
-      SetMainForm(nullptr);
-    }
-  } mainScope;
-  RegisterImageDocuments(main);
-  LV().SaveBackground = nullptr;
+  GrabberMainWindow window;
+  MDIForm_Main& main = window.main;
   // A source the driver does not have is not quietly replaced by another.
   const long wantedSource = GB().GrabberSource;
   const bool started = StartGrabber(g.GrabberName);

@@ -124,20 +124,12 @@ int ScriptRunCommand(const std::vector<std::string>& args, std::ostream& out, st
   Globals& g = G();
   ChooseSimulatedDevices(StartKind::Batch, false, false);
 
-  MDIForm_Main main;
-  SetMainForm(&main);
-  struct MainScope {
-    ~MainScope() {
-      ParticleForm().Bind(nullptr);
-      GrabberClose();
-      GrabberUnload();
-      ResetLiveGlobals();
-      SetMainForm(nullptr);
-    }
-  } mainScope;
-  RegisterImageDocuments(main);
+  GrabberMainWindow window;
+  MDIForm_Main& main = window.main;
+  struct Unbind {
+    ~Unbind() { ParticleForm().Bind(nullptr); }
+  } unbind;
   RegisterWorksheetDocuments(main);
-  LV().SaveBackground = nullptr;
 
   Form_Script form;
   form.Load();

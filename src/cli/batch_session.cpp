@@ -20,6 +20,19 @@ BatchMainWindow::BatchMainWindow() : previous_(MainForm()) {
 
 BatchMainWindow::~BatchMainWindow() { SetMainForm(previous_); }
 
+GrabberMainWindow::GrabberMainWindow() {
+  SetMainForm(&main);
+  RegisterImageDocuments(main);
+  LV().SaveBackground = nullptr;
+}
+
+GrabberMainWindow::~GrabberMainWindow() {
+  GrabberClose();
+  GrabberUnload();
+  ResetLiveGlobals();
+  SetMainForm(nullptr);
+}
+
 int OpenBatchImage(MDIForm_Main& main, const std::string& path, std::ostream& err,
                    Form_Camera*& image) {
   image = NewImage(main);

@@ -34,6 +34,20 @@ class BatchMainWindow {
   MDIForm_Main* previous_;
 };
 
+// A main window for the commands that run the grabber: the main form while it
+// lives, with image documents and no background saving; when it goes, the
+// grabber is closed and unloaded, the live modes reset and the main form
+// cleared.
+class GrabberMainWindow {
+ public:
+  GrabberMainWindow();
+  ~GrabberMainWindow();
+  GrabberMainWindow(const GrabberMainWindow&) = delete;
+  GrabberMainWindow& operator=(const GrabberMainWindow&) = delete;
+
+  MDIForm_Main main;
+};
+
 // PATH read into a new image window of `main`, which is then shown: 0 with
 // `image` set; 2 after "cannot make an image", 1 after "cannot read PATH".
 int OpenBatchImage(MDIForm_Main& main, const std::string& path, std::ostream& err,
