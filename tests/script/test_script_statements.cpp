@@ -290,6 +290,8 @@ TEST_F(ScriptStatementsTest, CloseStatements) {
   EXPECT_EQ(main.ImageCount, 1);
   EXPECT_EQ(Run("CloseImage(\"Image1\")"), 0);
   EXPECT_EQ(Message(), "Image \"Image1\" not found");
+  // The new sheet's save question: No, so nothing is written.
+  host.Answer(MsgResult::No);
   EXPECT_EQ(Run("CloseImages\r\nCloseWorksheets"), 1);
   EXPECT_EQ(main.ImageCount, 0);
   EXPECT_EQ(main.SheetCount, 0);
