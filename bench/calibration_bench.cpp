@@ -86,5 +86,5 @@ SVBENCH_ROWS(CalibrationRows) {
     sv::LoadCalibrationTable(LutPath(), t);
     svbench::Use(t.Values.data());
   });
-  svbench::TargetAgainst(load, read, 7.0);
+  svbench::TargetAgainst(load, read, 2.0);
 }

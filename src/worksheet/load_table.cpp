@@ -29,9 +29,12 @@ long LoadTable(const std::string& filename, SheetTable& table) {
   ReadColumnRecord(in, label, typ);
   const long count = header.dataRows;
   std::vector<float> values(size_t(count), 0.0f);
+  // The rows in one read: pairs of little-endian singles.
+  std::vector<float> rows(size_t(count) * 2);
+  if (count > 0 && !in.Block(rows.data(), rows.size() * sizeof(float))) return kErrBadLookupTable;
   for (long r = 0; r < count; ++r) {
-    const float index = in.F32();
-    const float value = in.F32();
+    const float index = rows[size_t(r) * 2];
+    const float value = rows[size_t(r) * 2 + 1];
     // The first float, rounded, says where the second goes.
     if (!std::isfinite(index)) return kErrBadLookupTable;
     const long at = RoundEven(index);
