@@ -233,12 +233,18 @@ int main(int argc, char** argv) {
       std::memcpy(to.data(), from.data(), bytes);
       Use(to.data());
     });
-  // A row with OpenCV beside it runs in alternating rounds, each side's best
-  // round counts: a disturbance of a moment then falls on neither.
+  // A row with OpenCV or another row as its yardstick runs in alternating
+  // rounds with it, each side's best round counts: a disturbance of a moment
+  // then falls on neither.
   constexpr int kRounds = 3;
   for (const Row& r : Rows()) {
     if (!r.kernel) continue;
-    for (int round = 0; round < (r.opencv ? kRounds : 1); ++round) {
+    const Row* base = nullptr;
+    if (!r.baseline.empty())
+      for (const Row& b : Rows())
+        if (b.name == r.baseline && b.kernel && &b != &r) base = &b;
+    for (int round = 0; round < (r.opencv || base ? kRounds : 1); ++round) {
+      if (base) Register("sv/" + base->name, base->kernel);
       Register("sv/" + r.name, r.kernel);
       if (r.opencv) Register("cv/" + r.name, r.opencv);
     }
