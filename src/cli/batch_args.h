@@ -36,6 +36,17 @@ inline bool ParseWhole(const std::string& text, long& value) {
   return true;
 }
 
+// The option loop's last cases: an option no command knows, else the one
+// sheet COMMAND takes. 0 when the sheet is taken, else the bad command line's
+// code.
+inline int TakeSheetArg(std::ostream& err, const std::string& command, const std::string& arg,
+                        std::string& file) {
+  if (arg.rfind("--", 0) == 0) return BadArgs(err, "unknown option " + arg);
+  if (!file.empty()) return BadArgs(err, command + " takes one sheet");
+  file = arg;
+  return 0;
+}
+
 // A column by its number as sheet-info lists it, by its name, or by its
 // label (any case); -1 when the sheet has no such column.
 inline long SheetColumnArg(const Form_Worksheet& sheet, const std::string& text) {

@@ -85,12 +85,8 @@ int FitCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
         return BadArgs(err, "--width takes a number above 0 or auto");
     } else if (a == "--out") {
       outFile = args[++i];
-    } else if (a.rfind("--", 0) == 0) {
-      return BadArgs(err, "unknown option " + a);
-    } else if (file.empty()) {
-      file = a;
-    } else {
-      return BadArgs(err, "fit takes one sheet");
+    } else if (const int bad = TakeSheetArg(err, "fit", a, file)) {
+      return bad;
     }
   }
   if (file.empty()) return BadArgs(err, "fit needs a sheet");

@@ -71,12 +71,8 @@ int GrowthCommand(const std::vector<std::string>& args, std::ostream& out, std::
       fft = true;
     } else if (a == "--out") {
       outFile = args[++i];
-    } else if (a.rfind("--", 0) == 0) {
-      return BadArgs(err, "unknown option " + a);
-    } else if (file.empty()) {
-      file = a;
-    } else {
-      return BadArgs(err, "growth takes one sheet");
+    } else if (const int bad = TakeSheetArg(err, "growth", a, file)) {
+      return bad;
     }
   }
   if (file.empty()) return BadArgs(err, "growth needs a sheet");
