@@ -23,6 +23,7 @@
 #include "experiment/form_auger.h"
 #include "hardware/aes_simulator.h"
 #include "hardware/hardware.h"
+#include "dialog_steps.h"
 #include "menu_press.h"
 #include "plot/form_plot.h"
 #include "plot/plot_documents.h"
@@ -46,19 +47,13 @@ class TestAugerDialog : public QObject {
   QDialog* Dialog() { return window_->findChild<QDialog*>("Form_Auger"); }
   template <typename T>
   T* Child(const char* name) {
-    QDialog* d = Dialog();
-    return d ? d->findChild<T*>(name) : nullptr;
+    return sv::test::DialogChild<T>(*window_, "Form_Auger", name);
   }
   void Type(const char* field, const QString& text) {
-    QLineEdit* e = Child<QLineEdit>(field);
-    QVERIFY2(e, field);
-    e->selectAll();
-    QTest::keyClicks(e, text);
+    sv::test::TypeInto(Child<QLineEdit>(field), text, field);
   }
   void Click(const char* name) {
-    QPushButton* b = Child<QPushButton>(name);
-    QVERIFY2(b && b->isEnabled(), name);
-    QTest::mouseClick(b, Qt::LeftButton);
+    sv::test::ClickButton(Child<QPushButton>(name), name);
   }
 
   void SetUp() {
@@ -66,13 +61,7 @@ class TestAugerDialog : public QObject {
     ResetHardware();
     host_ = std::make_unique<QueueHost>();
     host_->tick = 1;
-    main_ = std::make_unique<MDIForm_Main>();
-    SetMainForm(main_.get());
-    RegisterWorksheetDocuments(*main_);
-    RegisterPlotDocuments(*main_);
-    app::InstallKernelEnvironment();
-    InstallHardwareEnvironment();
-    window_ = std::make_unique<app::MainWindow>(*main_);
+    sv::test::BuildMainWindow(main_, window_, false);
     app::InstallAugerDialog(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
     // A spectrum rising by 1 mV per eV from 0 to 2000 eV.
@@ -97,12 +86,7 @@ class TestAugerDialog : public QObject {
     AESSpectrumFile().clear();
     Environment() = StartupEnvironment();
     ClearSettingsSections();
-    SetPlotFactory(nullptr);
-    SetAddPlotHandler(nullptr);
-    SetMainForm(nullptr);
-    main_.reset();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    host_.reset();
+    sv::test::DropMainForm(main_, host_);
   }
 
   void twoIterationsGrowThePlot() {

@@ -27,6 +27,7 @@
 #include "support/queue_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
+#include "dialog_steps.h"
 #include "menu_press.h"
 
 using namespace sv;
@@ -44,8 +45,7 @@ class TestExperimentDialog : public QObject {
   QDialog* Dialog() { return window_->findChild<QDialog*>("Form_Experiment"); }
   template <typename T>
   T* Child(const char* name) {
-    QDialog* d = Dialog();
-    return d ? d->findChild<T*>(name) : nullptr;
+    return sv::test::DialogChild<T>(*window_, "Form_Experiment", name);
   }
 
  private slots:
@@ -55,13 +55,7 @@ class TestExperimentDialog : public QObject {
     ResetWindowGlobals();
     ResetExperimentSettings();
     host_ = std::make_unique<QueueHost>();
-    main_ = std::make_unique<MDIForm_Main>();
-    SetMainForm(main_.get());
-    RegisterWorksheetDocuments(*main_);
-    RegisterPlotDocuments(*main_);
-    app::InstallKernelEnvironment();
-    InstallHardwareEnvironment();
-    window_ = std::make_unique<app::MainWindow>(*main_);
+    sv::test::BuildMainWindow(main_, window_, false);
     app::InstallExperimentDialog(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
   }

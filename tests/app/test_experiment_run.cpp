@@ -41,6 +41,7 @@
 #include "support/queue_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
+#include "dialog_steps.h"
 #include "menu_press.h"
 
 using namespace sv;
@@ -94,8 +95,7 @@ class TestExperimentRun : public QObject {
   QDialog* Dialog() { return window_->findChild<QDialog*>("Form_Experiment"); }
   template <typename T>
   T* Child(const char* name) {
-    QDialog* d = Dialog();
-    return d ? d->findChild<T*>(name) : nullptr;
+    return sv::test::DialogChild<T>(*window_, "Form_Experiment", name);
   }
   QString Text(const char* name) { return Child<QLineEdit>(name)->text(); }
   bool Enabled(const char* name) { return Child<QWidget>(name)->isEnabled(); }
@@ -113,14 +113,7 @@ class TestExperimentRun : public QObject {
     ResetWindowGlobals();
     ResetExperimentSettings();
     host_ = std::move(host);
-    main_ = std::make_unique<MDIForm_Main>();
-    SetMainForm(main_.get());
-    RegisterImageDocuments(*main_);
-    RegisterWorksheetDocuments(*main_);
-    RegisterPlotDocuments(*main_);
-    app::InstallKernelEnvironment();
-    InstallHardwareEnvironment();
-    window_ = std::make_unique<app::MainWindow>(*main_);
+    sv::test::BuildMainWindow(main_, window_, true);
     app::InstallExperimentDialog(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
     InstallGrabberEnvironment();
@@ -204,12 +197,7 @@ class TestExperimentRun : public QObject {
     ClearSettingsSections();
     ResetGrabberGlobals();
     ResetLiveGlobals();
-    SetPlotFactory(nullptr);
-    SetAddPlotHandler(nullptr);
-    SetMainForm(nullptr);
-    main_.reset();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    host_.reset();
+    sv::test::DropMainForm(main_, host_);
   }
 
   void startRunsUntilStopAndTheControlsComeBack() {

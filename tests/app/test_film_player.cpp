@@ -48,6 +48,7 @@
 #include "hardware/hardware.h"
 #include "image/form_camera.h"
 #include "image/kernel/test_image.h"
+#include "dialog_steps.h"
 #include "menu_press.h"
 #include "plot/form_plot.h"
 #include "plot/plot_documents.h"
@@ -132,14 +133,7 @@ class TestFilmPlayer : public QObject {
     ResetWindowGlobals();
     ResetExperimentSettings();
     host_ = std::make_unique<PumpHost>();
-    main_ = std::make_unique<MDIForm_Main>();
-    SetMainForm(main_.get());
-    RegisterImageDocuments(*main_);
-    RegisterWorksheetDocuments(*main_);
-    RegisterPlotDocuments(*main_);
-    app::InstallKernelEnvironment();
-    InstallHardwareEnvironment();
-    window_ = std::make_unique<app::MainWindow>(*main_);
+    sv::test::BuildMainWindow(main_, window_, true);
     app::InstallExperimentDialog(*main_, window_.get());
     app::InstallFilmPlayer(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
@@ -175,12 +169,7 @@ class TestFilmPlayer : public QObject {
     ClearSettingsSections();
     ResetGrabberGlobals();
     ResetLiveGlobals();
-    SetPlotFactory(nullptr);
-    SetAddPlotHandler(nullptr);
-    SetMainForm(nullptr);
-    main_.reset();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    host_.reset();
+    sv::test::DropMainForm(main_, host_);
   }
 
   void playStepTagDeleteAndExport() {

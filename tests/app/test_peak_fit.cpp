@@ -28,6 +28,7 @@
 #include "core/settings.h"
 #include "core/startup.h"
 #include "fit/form_fit.h"
+#include "dialog_steps.h"
 #include "menu_press.h"
 #include "plot/form_plot.h"
 #include "plot/plot_documents.h"
@@ -161,12 +162,7 @@ class TestPeakFit : public QObject {
     window_.reset();
     Environment() = StartupEnvironment();
     ClearSettingsSections();
-    SetPlotFactory(nullptr);
-    SetAddPlotHandler(nullptr);
-    SetMainForm(nullptr);
-    main_.reset();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    host_.reset();
+    sv::test::DropMainForm(main_, host_);
   }
 
   void autoInputThenFit() {

@@ -29,6 +29,7 @@
 #include "hardware/hardware.h"
 #include "image/form_camera.h"
 #include "worksheet/sheet_plot.h"
+#include "dialog_steps.h"
 #include "menu_press.h"
 #include "plot/plot_documents.h"
 #include "support/queue_host.h"
@@ -51,15 +52,12 @@ class TestRecorderDialog : public QObject {
   QDialog* Dialog() { return window_->findChild<QDialog*>("Form_ImageVTR"); }
   template <typename T>
   T* Child(const char* name) {
-    QDialog* d = Dialog();
-    return d ? d->findChild<T*>(name) : nullptr;
+    return sv::test::DialogChild<T>(*window_, "Form_ImageVTR", name);
   }
   void Type(const char* field, const QString& text) {
     QLineEdit* e = Child<QLineEdit>(field);
-    QVERIFY2(e, field);
-    e->selectAll();
-    QTest::keyClicks(e, text);
-    emit e->editingFinished();
+    sv::test::TypeInto(e, text, field);
+    if (e) emit e->editingFinished();
   }
   QString Film() const { return dir_.filePath("sweep.vid"); }
 
@@ -70,14 +68,7 @@ class TestRecorderDialog : public QObject {
     ResetExperimentSettings();
     host_ = std::make_unique<QueueHost>();
     host_->tick = 1;
-    main_ = std::make_unique<MDIForm_Main>();
-    SetMainForm(main_.get());
-    RegisterImageDocuments(*main_);
-    RegisterWorksheetDocuments(*main_);
-    RegisterPlotDocuments(*main_);
-    app::InstallKernelEnvironment();
-    InstallHardwareEnvironment();
-    window_ = std::make_unique<app::MainWindow>(*main_);
+    sv::test::BuildMainWindow(main_, window_, true);
     app::InstallImageVTRDialog(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
     InstallGrabberEnvironment();
@@ -114,12 +105,7 @@ class TestRecorderDialog : public QObject {
     ClearSettingsSections();
     ResetGrabberGlobals();
     ResetLiveGlobals();
-    SetPlotFactory(nullptr);
-    SetAddPlotHandler(nullptr);
-    SetMainForm(nullptr);
-    main_.reset();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    host_.reset();
+    sv::test::DropMainForm(main_, host_);
   }
 
   void sweepRecordsThenAppends() {

@@ -1,0 +1,74 @@
+// Qt tests of the tool dialogs: the main window built over its presenter with
+// the dummy devices behind it and taken down again, a dialog's controls found
+// by name, text typed into a field and a button clicked as a user would.
+#pragma once
+
+#include <QAbstractButton>
+#include <QCoreApplication>
+#include <QDialog>
+#include <QLineEdit>
+#include <QTest>
+#include <QWidget>
+#include <memory>
+
+#include "app/app_environment.h"
+#include "app/main_window.h"
+#include "core/globals.h"
+#include "core/mdi_main.h"
+#include "hardware/hardware.h"
+#include "image/form_camera.h"
+#include "plot/plot_documents.h"
+#include "worksheet/sheet_plot.h"
+#include "worksheet/worksheet_documents.h"
+
+namespace sv::test {
+
+// The control NAME of the dialog DIALOG under WINDOW; null while either is missing.
+template <typename T>
+T* DialogChild(QWidget& window, const char* dialog, const char* name) {
+  QDialog* d = window.findChild<QDialog*>(dialog);
+  return d ? d->findChild<T*>(name) : nullptr;
+}
+
+// The field's text replaced by TEXT, typed key by key; a missing field fails
+// the test with WHAT.
+inline void TypeInto(QLineEdit* field, const QString& text, const char* what) {
+  QVERIFY2(field, what);
+  field->selectAll();
+  QTest::keyClicks(field, text);
+}
+
+// A left click on the button; a missing or closed one fails the test with WHAT.
+inline void ClickButton(QAbstractButton* button, const char* what) {
+  QVERIFY2(button && button->isEnabled(), what);
+  QTest::mouseClick(button, Qt::LeftButton);
+}
+
+// A new main form that is the main form, with image documents where
+// IMAGES says so, worksheet and plot documents, the kernel and the hardware
+// environments installed (the dummy devices), and a main window over it.
+inline void BuildMainWindow(std::unique_ptr<MDIForm_Main>& main,
+                            std::unique_ptr<app::MainWindow>& window, bool images) {
+  main = std::make_unique<MDIForm_Main>();
+  SetMainForm(main.get());
+  if (images) RegisterImageDocuments(*main);
+  RegisterWorksheetDocuments(*main);
+  RegisterPlotDocuments(*main);
+  app::InstallKernelEnvironment();
+  InstallHardwareEnvironment();
+  window = std::make_unique<app::MainWindow>(*main);
+}
+
+// The last of a test's teardown, once the window is gone: the plot hooks and
+// the main form cleared, the main form and what Qt deletes late gone, then the host.
+template <typename HostT>
+void DropMainForm(std::unique_ptr<MDIForm_Main>& main, std::unique_ptr<HostT>& host) {
+  SetPlotFactory(nullptr);
+  SetAddPlotHandler(nullptr);
+  SetMainForm(nullptr);
+  main.reset();
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  host.reset();
+}
+
+}  // namespace sv::test
