@@ -11,10 +11,15 @@
 #include <QWidget>
 #include <memory>
 
+#include "acquisition/grabber.h"
+#include "acquisition/grabber_environment.h"
+#include "acquisition/live.h"
 #include "app/app_environment.h"
 #include "app/main_window.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
+#include "core/settings.h"
+#include "core/startup.h"
 #include "hardware/hardware.h"
 #include "image/form_camera.h"
 #include "plot/plot_documents.h"
@@ -69,6 +74,31 @@ void DropMainForm(std::unique_ptr<MDIForm_Main>& main, std::unique_ptr<HostT>& h
   main.reset();
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   host.reset();
+}
+
+// The dummy grabber started with MAIN's grabber and live commands; its clock
+// stands still, so it gives a frame only when asked.
+inline void StartDummyGrabber(MDIForm_Main& main) {
+  InstallGrabberEnvironment();
+  RegisterGrabberCommands(main);
+  RegisterLiveCommands(main);
+  QVERIFY(StartGrabber("DummyGrb"));
+  GB().DummyFramePeriod = 0;
+}
+
+// The teardown of a workbench that ran the grabber, once the grabber is
+// closed: the window gone, the devices, environment, settings sections,
+// grabber and live modes as at start, then the main form and host dropped.
+template <typename HostT>
+void DropGrabberWorkbench(std::unique_ptr<app::MainWindow>& window,
+                          std::unique_ptr<MDIForm_Main>& main, std::unique_ptr<HostT>& host) {
+  window.reset();
+  ResetHardware();
+  Environment() = StartupEnvironment();
+  ClearSettingsSections();
+  ResetGrabberGlobals();
+  ResetLiveGlobals();
+  DropMainForm(main, host);
 }
 
 }  // namespace sv::test

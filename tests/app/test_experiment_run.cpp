@@ -116,11 +116,8 @@ class TestExperimentRun : public QObject {
     sv::test::BuildMainWindow(main_, window_, true);
     app::InstallExperimentDialog(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
-    InstallGrabberEnvironment();
-    RegisterGrabberCommands(*main_);
-    RegisterLiveCommands(*main_);
-    QVERIFY(StartGrabber("DummyGrb"));
-    GB().DummyFramePeriod = 0;  // the clock stands still: frames when asked
+    sv::test::StartDummyGrabber(*main_);
+    if (QTest::currentTestFailed()) return;
     main_->PrepareAllMenus();
     window_->ToolbarAction("Preview")->trigger();
     for (int i = 0; i < 2; ++i) host_->FireTimers();
@@ -191,13 +188,7 @@ class TestExperimentRun : public QObject {
     if (ExperimentForm().Visible()) ExperimentForm().Unload();
     GrabberClose();
     GrabberUnload();
-    window_.reset();
-    ResetHardware();
-    Environment() = StartupEnvironment();
-    ClearSettingsSections();
-    ResetGrabberGlobals();
-    ResetLiveGlobals();
-    sv::test::DropMainForm(main_, host_);
+    sv::test::DropGrabberWorkbench(window_, main_, host_);
   }
 
   void startRunsUntilStopAndTheControlsComeBack() {

@@ -137,11 +137,8 @@ class TestFilmPlayer : public QObject {
     app::InstallExperimentDialog(*main_, window_.get());
     app::InstallFilmPlayer(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
-    InstallGrabberEnvironment();
-    RegisterGrabberCommands(*main_);
-    RegisterLiveCommands(*main_);
-    QVERIFY(StartGrabber("DummyGrb"));
-    GB().DummyFramePeriod = 0;
+    sv::test::StartDummyGrabber(*main_);
+    if (QTest::currentTestFailed()) return;
     main_->PrepareAllMenus();
   }
 
@@ -163,13 +160,7 @@ class TestFilmPlayer : public QObject {
     GrabberClose();
     GrabberUnload();
     app::RemoveFilmPlayer();
-    window_.reset();
-    ResetHardware();
-    Environment() = StartupEnvironment();
-    ClearSettingsSections();
-    ResetGrabberGlobals();
-    ResetLiveGlobals();
-    sv::test::DropMainForm(main_, host_);
+    sv::test::DropGrabberWorkbench(window_, main_, host_);
   }
 
   void playStepTagDeleteAndExport() {

@@ -71,11 +71,8 @@ class TestRecorderDialog : public QObject {
     sv::test::BuildMainWindow(main_, window_, true);
     app::InstallImageVTRDialog(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
-    InstallGrabberEnvironment();
-    RegisterGrabberCommands(*main_);
-    RegisterLiveCommands(*main_);
-    QVERIFY(StartGrabber("DummyGrb"));
-    GB().DummyFramePeriod = 0;  // frames when asked
+    sv::test::StartDummyGrabber(*main_);
+    if (QTest::currentTestFailed()) return;
     main_->PrepareAllMenus();
   }
 
@@ -99,13 +96,7 @@ class TestRecorderDialog : public QObject {
     if (ImageVTRForm().Visible()) ImageVTRForm().Unload();
     GrabberClose();
     GrabberUnload();
-    window_.reset();
-    ResetHardware();
-    Environment() = StartupEnvironment();
-    ClearSettingsSections();
-    ResetGrabberGlobals();
-    ResetLiveGlobals();
-    sv::test::DropMainForm(main_, host_);
+    sv::test::DropGrabberWorkbench(window_, main_, host_);
   }
 
   void sweepRecordsThenAppends() {
