@@ -6,6 +6,7 @@
 
 #include "cli/batch_args.h"
 #include "cli/batch_host.h"
+#include "cli/batch_plot_session.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "fit/fit_settings.h"
@@ -92,18 +93,11 @@ int FitCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
   if (file.empty()) return BadArgs(err, "fit needs a sheet");
   if (ytext.empty()) return BadArgs(err, "fit needs --y COL");
 
-  BatchHost batchHost(err);
-  HostScope scope(&batchHost);
-  ResetGlobals();
-  MDIForm_Main main;
-  RegisterPlotDocuments(main);
-  struct Unregister {
-    ~Unregister() {
-      SetPlotFactory(nullptr);
-      SetAddPlotHandler(nullptr);
-      FitWindows() = FitDialogs();
-    }
-  } unregister;
+  PlotSession session(err);
+  BatchHost& batchHost = session.host;
+  struct ResetFitWindows {
+    ~ResetFitWindows() { FitWindows() = FitDialogs(); }
+  } resetFitWindows;
 
   Form_Worksheet sheet;
   if (sheet.OpenWorksheet(file) != 0) return 1;

@@ -8,6 +8,7 @@
 
 #include "cli/batch_args.h"
 #include "cli/batch_host.h"
+#include "cli/batch_plot_session.h"
 #include "core/globals.h"
 #include "core/mdi_main.h"
 #include "fit/form_growth_rate.h"
@@ -79,17 +80,7 @@ int GrowthCommand(const std::vector<std::string>& args, std::ostream& out, std::
   if (coltext.empty()) return BadArgs(err, "growth needs --col COL");
   if (!material.empty() && haveThickness) return BadArgs(err, "--material and --thickness exclude each other");
 
-  BatchHost batchHost(err);
-  HostScope scope(&batchHost);
-  ResetGlobals();
-  MDIForm_Main main;
-  RegisterPlotDocuments(main);
-  struct Unregister {
-    ~Unregister() {
-      SetPlotFactory(nullptr);
-      SetAddPlotHandler(nullptr);
-    }
-  } unregister;
+  PlotSession session(err);
 
   Form_Worksheet sheet;
   if (sheet.OpenWorksheet(file) != 0) return 1;

@@ -16,6 +16,7 @@
 #include "cli/batch.h"
 #include "cli/batch_experiment.h"
 #include "cli/batch_host.h"
+#include "cli/batch_plot_session.h"
 #include "core/first_start.h"
 #include "core/error_table.h"
 #include "core/globals.h"
@@ -342,17 +343,7 @@ int RecoverCommand(const std::vector<std::string>& args, std::ostream& out, std:
   const std::string notes = JournalReadNotes(*journal);
   if (!notes.empty()) err << "svbatch: " << path << ": " << notes << "\n";
 
-  BatchHost host(err);
-  HostScope scope(&host);
-  ResetGlobals();
-  MDIForm_Main main;
-  RegisterPlotDocuments(main);
-  struct PlotScope {
-    ~PlotScope() {
-      SetPlotFactory(nullptr);
-      SetAddPlotHandler(nullptr);
-    }
-  } plots;
+  PlotSession session(err);
   Form_Worksheet sheet;
   if (!RebuildSheet(*journal, sheet)) {
     err << "svbatch: the rows of " << path << " do not fit into a worksheet\n";
