@@ -10,6 +10,8 @@
 #include <QTest>
 #include <QWidget>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "acquisition/grabber.h"
 #include "acquisition/grabber_environment.h"
@@ -99,6 +101,23 @@ void DropGrabberWorkbench(std::unique_ptr<app::MainWindow>& window,
   ResetGrabberGlobals();
   ResetLiveGlobals();
   DropMainForm(main, host);
+}
+
+// The last of the teardown of a plotting workbench on a scripted host, once
+// the window and the main form are gone: the plot environment removed, the
+// main form cleared, the environment and settings sections as at start, what
+// Qt deletes late gone, then the host; a message it was given no answer for
+// fails the test.
+template <typename HostT>
+void DropScriptedPlotHost(std::unique_ptr<HostT>& host) {
+  app::RemovePlotEnvironment();
+  SetMainForm(nullptr);
+  Environment() = StartupEnvironment();
+  ClearSettingsSections();
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  const std::vector<std::string> unscripted = host->unscripted;
+  host.reset();
+  QVERIFY2(unscripted.empty(), unscripted.empty() ? "" : unscripted.front().c_str());
 }
 
 }  // namespace sv::test

@@ -24,6 +24,7 @@
 #include "core/startup.h"
 #include "plot/form_plot.h"
 #include "plot/plot_documents.h"
+#include "dialog_steps.h"
 #include "support/queue_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/sheet_plot.h"
@@ -90,14 +91,7 @@ class TestColumnDialogs : public QObject {
     window_.reset();
     main_.reset();
     app::RemoveColumnDialogs();
-    app::RemovePlotEnvironment();
-    SetMainForm(nullptr);
-    Environment() = StartupEnvironment();
-    ClearSettingsSections();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    const std::vector<std::string> unscripted = host_->unscripted;
-    host_.reset();
-    QVERIFY2(unscripted.empty(), unscripted.empty() ? "" : unscripted.front().c_str());
+    sv::test::DropScriptedPlotHost(host_);
   }
 
   void smoothingAPlottedColumnRedrawsThePlot() {

@@ -27,6 +27,7 @@
 #include "plot/plot_dialogs.h"
 #include "plot/plot_documents.h"
 #include "plot/plot_ticks.h"
+#include "dialog_steps.h"
 #include "support/queue_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
@@ -156,14 +157,7 @@ class TestPlotWindow : public QObject {
   void cleanup() {
     window_.reset();
     main_.reset();
-    app::RemovePlotEnvironment();
-    SetMainForm(nullptr);
-    Environment() = StartupEnvironment();
-    ClearSettingsSections();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    const std::vector<std::string> unscripted = host_->unscripted;
-    host_.reset();
-    QVERIFY2(unscripted.empty(), unscripted.empty() ? "" : unscripted.front().c_str());
+    sv::test::DropScriptedPlotHost(host_);
   }
 
   // The picture is the page: drawn by the plot, shown on the desk, and drawn
