@@ -51,18 +51,24 @@ inline void ClickButton(QAbstractButton* button, const char* what) {
   QTest::mouseClick(button, Qt::LeftButton);
 }
 
-// A new main form that is the main form, with image documents where
-// IMAGES says so, worksheet and plot documents, the kernel and the hardware
-// environments installed (the dummy devices), and a main window over it.
+// What a test's main window is built with besides worksheet and plot
+// documents and the kernel environment.
+struct WorkbenchParts {
+  bool images = false;   // image documents
+  bool hardware = true;  // the hardware environment (the dummy devices)
+};
+
+// A new main form that is the main form, with the documents and environments
+// PARTS names, and a main window over it.
 inline void BuildMainWindow(std::unique_ptr<MDIForm_Main>& main,
-                            std::unique_ptr<app::MainWindow>& window, bool images) {
+                            std::unique_ptr<app::MainWindow>& window, WorkbenchParts parts) {
   main = std::make_unique<MDIForm_Main>();
   SetMainForm(main.get());
-  if (images) RegisterImageDocuments(*main);
+  if (parts.images) RegisterImageDocuments(*main);
   RegisterWorksheetDocuments(*main);
   RegisterPlotDocuments(*main);
   app::InstallKernelEnvironment();
-  InstallHardwareEnvironment();
+  if (parts.hardware) InstallHardwareEnvironment();
   window = std::make_unique<app::MainWindow>(*main);
 }
 

@@ -61,7 +61,7 @@ class TestAugerDialog : public QObject {
     ResetHardware();
     host_ = std::make_unique<QueueHost>();
     host_->tick = 1;
-    sv::test::BuildMainWindow(main_, window_, false);
+    sv::test::BuildMainWindow(main_, window_, {});
     app::InstallAugerDialog(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
     // A spectrum rising by 1 mV per eV from 0 to 2000 eV.

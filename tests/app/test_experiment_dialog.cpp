@@ -55,7 +55,7 @@ class TestExperimentDialog : public QObject {
     ResetWindowGlobals();
     ResetExperimentSettings();
     host_ = std::make_unique<QueueHost>();
-    sv::test::BuildMainWindow(main_, window_, false);
+    sv::test::BuildMainWindow(main_, window_, {});
     app::InstallExperimentDialog(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
   }

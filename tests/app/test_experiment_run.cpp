@@ -113,7 +113,7 @@ class TestExperimentRun : public QObject {
     ResetWindowGlobals();
     ResetExperimentSettings();
     host_ = std::move(host);
-    sv::test::BuildMainWindow(main_, window_, true);
+    sv::test::BuildMainWindow(main_, window_, {.images = true});
     app::InstallExperimentDialog(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
     sv::test::StartDummyGrabber(*main_);

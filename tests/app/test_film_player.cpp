@@ -133,7 +133,7 @@ class TestFilmPlayer : public QObject {
     ResetWindowGlobals();
     ResetExperimentSettings();
     host_ = std::make_unique<PumpHost>();
-    sv::test::BuildMainWindow(main_, window_, true);
+    sv::test::BuildMainWindow(main_, window_, {.images = true});
     app::InstallExperimentDialog(*main_, window_.get());
     app::InstallFilmPlayer(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));

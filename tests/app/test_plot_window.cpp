@@ -142,12 +142,7 @@ class TestPlotWindow : public QObject {
   void init() {
     ResetGlobals();
     host_ = std::make_unique<QueueHost>();
-    main_ = std::make_unique<MDIForm_Main>();
-    SetMainForm(main_.get());
-    RegisterWorksheetDocuments(*main_);
-    RegisterPlotDocuments(*main_);
-    app::InstallKernelEnvironment();
-    window_ = std::make_unique<app::MainWindow>(*main_);
+    sv::test::BuildMainWindow(main_, window_, {.hardware = false});
     app::InstallPlotEnvironment(window_.get());
     QVERIFY(sv::Main(*main_, ""));
     QVERIFY(window_->isVisible());

@@ -68,7 +68,7 @@ class TestRecorderDialog : public QObject {
     ResetExperimentSettings();
     host_ = std::make_unique<QueueHost>();
     host_->tick = 1;
-    sv::test::BuildMainWindow(main_, window_, true);
+    sv::test::BuildMainWindow(main_, window_, {.images = true});
     app::InstallImageVTRDialog(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
     sv::test::StartDummyGrabber(*main_);
