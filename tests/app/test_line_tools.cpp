@@ -29,6 +29,7 @@
 #include "core/startup.h"
 #include "image/form_camera.h"
 #include "plot/plot_documents.h"
+#include "dialog_steps.h"
 #include "picture_mouse.h"
 #include "support/queue_host.h"
 #include "support/scripted_host.h"
@@ -51,13 +52,7 @@ class TestLineTools : public QObject {
     ResetGlobals();
     ResetLineGlobals();
     host_ = std::make_unique<QueueHost>();
-    main_ = std::make_unique<MDIForm_Main>();
-    SetMainForm(main_.get());
-    RegisterImageDocuments(*main_);
-    RegisterWorksheetDocuments(*main_);
-    RegisterPlotDocuments(*main_);
-    app::InstallKernelEnvironment();
-    window_ = std::make_unique<app::MainWindow>(*main_);
+    sv::test::BuildMainWindow(main_, window_, {.images = true, .hardware = false});
     app::InstallLineTools(*main_, window_.get());
     QVERIFY(sv::Main(*main_, ""));
   }

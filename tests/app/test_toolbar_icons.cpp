@@ -28,6 +28,7 @@
 #include "image/form_camera.h"
 #include "plot/form_plot.h"
 #include "plot/plot_documents.h"
+#include "dialog_steps.h"
 #include "support/queue_host.h"
 #include "worksheet/form_worksheet.h"
 #include "worksheet/worksheet_documents.h"
@@ -91,13 +92,7 @@ class TestToolbarIcons : public QObject {
   void initTestCase() {
     ResetGlobals();
     host_ = std::make_unique<test::QueueHost>();
-    main_ = std::make_unique<MDIForm_Main>();
-    SetMainForm(main_.get());
-    RegisterImageDocuments(*main_);
-    RegisterWorksheetDocuments(*main_);
-    RegisterPlotDocuments(*main_);
-    app::InstallKernelEnvironment();
-    window_ = std::make_unique<app::MainWindow>(*main_);
+    sv::test::BuildMainWindow(main_, window_, {.images = true, .hardware = false});
     QVERIFY(sv::Main(*main_, "/B"));
     InstallGrabberEnvironment();
     RegisterGrabberCommands(*main_);
