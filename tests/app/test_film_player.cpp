@@ -98,8 +98,7 @@ class TestFilmPlayer : public QObject {
   QDialog* Player() { return window_->findChild<QDialog*>("Form_SoftVTR"); }
   template <typename T>
   T* Child(const char* name) {
-    QDialog* d = Player();
-    return d ? d->findChild<T*>(name) : nullptr;
+    return sv::test::DialogChild<T>(*window_, "Form_SoftVTR", name);
   }
   QString Text(const char* label) { return Child<QLabel>(label)->text(); }
   void Click(const char* button) {
@@ -111,7 +110,7 @@ class TestFilmPlayer : public QObject {
   QDialog* Experiment() { return window_->findChild<QDialog*>("Form_Experiment"); }
   template <typename T>
   T* ExpChild(const char* name) {
-    return Experiment() ? Experiment()->findChild<T*>(name) : nullptr;
+    return sv::test::DialogChild<T>(*window_, "Form_Experiment", name);
   }
   void Type(QLineEdit* e, const QString& text) {
     QVERIFY(e);
