@@ -95,8 +95,12 @@ void Derivative(const In* x, const In* y, float* out, size_t n) {
 // result is carried into it.
 constexpr uint32_t kDropped = 0x7FC00000u;
 
+// A dropped slope: -0 added to a number leaves it as it is, -0 too.
+constexpr uint32_t kMinusZero = 0x80000000u;
+inline constexpr float kNoSlope = -0.0f;
+
 // Slopes of a tile from compact bits: slope[k] from points k and k + 1, for
-// k < c, with weight[k] 1; a dropped slope is 0 with weight 0. The gaps among
+// k < c, with weight[k] 1; a dropped slope is -0 with weight 0. The gaps among
 // the points 0 .. c - 1 are counted.
 uint32_t SlopesTile(const uint32_t* x, const uint32_t* y, float* slope, float* weight,
                     size_t c) {
@@ -109,7 +113,7 @@ uint32_t SlopesTile(const uint32_t* x, const uint32_t* y, float* slope, float* w
       const float dy = AsFloat(y[k + 1]) - AsFloat(y[k]);
       const float q = dy / dx;
       const uint32_t keep = 0u - uint32_t(dx != 0.0f);  // all ones or none
-      slope[k] = std::bit_cast<float>(std::bit_cast<uint32_t>(q) & keep);
+      slope[k] = std::bit_cast<float>((std::bit_cast<uint32_t>(q) & keep) | (~keep & kMinusZero));
       weight[k] = std::bit_cast<float>(0x3F800000u & keep);  // 1 or 0
     }
     return gaps;
@@ -118,7 +122,7 @@ uint32_t SlopesTile(const uint32_t* x, const uint32_t* y, float* slope, float* w
 
 // Results of m points from the slopes either side (s[k] before point k,
 // s[k + 1] after it, with their weights) into compact bits: the mean of two,
-// the one alone (0 + s times 1), kDropped for none; the count of those.
+// the one alone (s + -0, times 1), kDropped for none; the count of those.
 // No finite result is a gap.
 uint32_t MeansToBits(const float* s, const float* w, uint32_t* bits, size_t m) {
   return Run([](const float* s, const float* w, uint32_t* bits, size_t m) SV_COLUMN_BODY {
@@ -139,15 +143,20 @@ uint32_t MeansToBits(const float* s, const float* w, uint32_t* bits, size_t m) {
 // compact column `out`, tile by tile so that the slopes stay in the cache.
 // False, with `out` all gaps again, when a gap turns up after all.
 bool DerivativeInPlace(const uint32_t* x, const uint32_t* y, uint32_t* out, size_t n) {
+  if (column_cells::FastDerivative(x, y, out, n)) return true;
   constexpr size_t kTile = 2048;
   float s[kTile + 1], w[kTile + 1];
-  s[0] = w[0] = 0.0f;  // no slope left of the first point
+  s[0] = kNoSlope;  // no slope left of the first point
+  w[0] = 0.0f;
   uint32_t gaps = (x[n - 1] == kGapBits) + (y[n - 1] == kGapBits), dropped = 0;
   for (size_t t = 0; t < n; t += kTile) {
     const size_t m = std::min(kTile, n - t);
     const size_t c = std::min(m, n - 1 - t);  // slopes that start in this tile
     gaps += SlopesTile(x + t, y + t, s + 1, w + 1, c);
-    if (c < m) s[c + 1] = w[c + 1] = 0.0f;  // no slope after the last point
+    if (c < m) {  // no slope after the last point
+      s[c + 1] = kNoSlope;
+      w[c + 1] = 0.0f;
+    }
     dropped += MeansToBits(s, w, out + t, m);
     s[0] = s[m];
     w[0] = w[m];

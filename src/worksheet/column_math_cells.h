@@ -4,6 +4,7 @@
 
 #include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -59,6 +60,12 @@ uint32_t Run(F f, A... args) {
 #endif
   return f(args...);
 }
+
+// The derivative of n gapless points straight into `out` on the widest
+// vectors, when X never repeats and every result is a finite number; false
+// (with `out` partly written) otherwise, or where those vectors are missing.
+// The results are those of the general way to the bit.
+bool FastDerivative(const uint32_t* x, const uint32_t* y, uint32_t* out, size_t n);
 
 // A result as compact bits: no finite number is a gap.
 inline uint32_t Store(float v) {

@@ -1,11 +1,16 @@
 // Functions of a column, derivative, integral and smoothing.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
+#include <random>
+#include <utility>
 #include <string>
 #include <vector>
 
 #include "core/globals.h"
+#include "image/kernel/cpu_paths.h"
 #include "support/scripted_host.h"
 #include "worksheet/column_math.h"
 #include "worksheet/form_worksheet.h"
@@ -188,6 +193,68 @@ TEST_F(ColumnMathTest, PackedAndGeneralColumnsDifferentiateAlike) {
   ASSERT_EQ(sheet.FloatBody(1), nullptr);
   ASSERT_EQ(Differentiate(sheet), 1);
   ExpectColumn(Column(3), fast);
+}
+
+// Long columns go 16 or 8 points at a time where they can; the results are
+// the general way's to the bit, and a column that turns out to need the
+// general way (a repeated X, a gap, an overflow, found late) still gets it.
+TEST_F(ColumnMathTest, LongColumnsDifferentiateAsTheGeneralWayToTheBit) {
+  auto bits = [](const std::vector<float>& v) {
+    std::vector<uint32_t> b;
+    for (float f : v) b.push_back(std::bit_cast<uint32_t>(f));
+    return b;
+  };
+  // The derivative of a packed sheet and of one that is not, as bits.
+  auto both = [&](const std::vector<float>& x, const std::vector<float>& y) {
+    sheet.Cols(1);  // fresh columns, packed again
+    Fill(x, y);
+    EXPECT_NE(sheet.FloatBody(1), nullptr);
+    EXPECT_EQ(Differentiate(sheet), 1);
+    const std::vector<float> packed = Column(3);
+    Fill(x, y);
+    sheet.TextMatrix(1, 1, Cell(double(x[0])));  // a double: no longer packed
+    EXPECT_EQ(Differentiate(sheet), 1);
+    return std::make_pair(bits(packed), bits(Column(3)));
+  };
+  std::mt19937 rng(7);
+  std::uniform_real_distribution<float> step(0.01f, 3.0f), value(-1e3f, 1e3f);
+  const int widest = cpu::pathLimit;
+  for (int limit = widest; limit >= 0; --limit) {  // every processor's loop
+    cpu::pathLimit = limit;
+    for (size_t n : {9u, 17u, 18u, 31u, 32u, 33u, 47u, 1000u, 4099u}) {
+      SCOPED_TRACE("path " + std::to_string(limit) + ", " + std::to_string(n) + " points");
+      std::vector<float> x(n), y(n);
+      float at = -50.0f;
+      for (size_t i = 0; i < n; ++i) {
+        x[i] = at += step(rng);
+        y[i] = value(rng);
+      }
+      y[n / 2] = y[n / 2 + 1] = -0.0f;  // slopes of zero either side
+      y[0] = y[n - 2] = 0.0f;           // and slopes of -0 at the ends
+      y[1] = y[n - 1] = -0.0f;
+      const auto [fast, general] = both(x, y);
+      EXPECT_EQ(fast, general);
+      // Late trouble: a repeated X, a slope that overflows, a gap at the end.
+      std::vector<float> x2 = x;
+      x2[n - 3] = x2[n - 4];
+      const auto [a, b] = both(x2, y);
+      EXPECT_EQ(a, b) << "X repeated";
+      std::vector<float> y2 = y;
+      y2[n - 2] = 3e38f;
+      y2[n - 1] = -3e38f;
+      const auto [c, d] = both(x, y2);
+      EXPECT_EQ(c, d) << "overflow";
+      y2 = y;
+      y2[n - 1] = NAN;
+      sheet.Cols(1);
+      Fill(x, y2);
+      EXPECT_EQ(Differentiate(sheet), 1);
+      const std::vector<float> gap = Column(3);
+      EXPECT_TRUE(std::isnan(gap[n - 1]));
+      EXPECT_FLOAT_EQ(gap[n - 2], (y[n - 2] - y[n - 3]) / (x[n - 2] - x[n - 3]));
+    }
+  }
+  cpu::pathLimit = widest;
 }
 
 TEST_F(ColumnMathTest, IntegralRunsOverTrapezoids) {
