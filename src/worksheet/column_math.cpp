@@ -491,7 +491,7 @@ void SmoothColumn(Form_Worksheet& sheet, long src, long dst, long degree) {
   const uint32_t* sb = sheet.FloatBody(src);
   uint32_t* db = sheet.FloatBody(dst);
   if (sb && db && degree == 1) {
-    SmoothOnce(sb, db, body);
+    if (!column_cells::FastSmooth(sb, db, body)) SmoothOnce(sb, db, body);
     return;
   }
   if (sb && db && body >= 3 && !HasGap(sb, body)) {

@@ -67,6 +67,12 @@ uint32_t Run(F f, A... args) {
 // The results are those of the general way to the bit.
 bool FastDerivative(const uint32_t* x, const uint32_t* y, uint32_t* out, size_t n);
 
+// One smoothing pass over a column whose cells are all numbers below 2^125
+// in size, on the widest vectors; false (nothing written) otherwise, or where
+// those vectors are missing. `dst` may be `src`. The results are those of the
+// general way to the bit.
+bool FastSmooth(const uint32_t* src, uint32_t* dst, size_t n);
+
 // A result as compact bits: no finite number is a gap.
 inline uint32_t Store(float v) {
   const uint32_t b = std::bit_cast<uint32_t>(v);

@@ -257,6 +257,51 @@ TEST_F(ColumnMathTest, LongColumnsDifferentiateAsTheGeneralWayToTheBit) {
   cpu::pathLimit = widest;
 }
 
+// Smoothing long columns in place and into copies gives the general way's
+// results to the bit on every processor's loop; a gap or a number too large
+// for the quick pass sends the column the general way.
+TEST_F(ColumnMathTest, LongColumnsSmoothAsTheGeneralWayToTheBit) {
+  auto bits = [](const std::vector<float>& v) {
+    std::vector<uint32_t> b;
+    for (float f : v) b.push_back(std::bit_cast<uint32_t>(f));
+    return b;
+  };
+  auto both = [&](const std::vector<float>& y, bool copy) {
+    sheet.Cols(1);
+    Fill(y, y);
+    EXPECT_NE(sheet.FloatBody(2), nullptr);
+    EXPECT_EQ(Smooth(sheet, 1, copy), 1);
+    const std::vector<float> packed = Column(copy ? 3 : 2);
+    sheet.Cols(1);
+    Fill(y, y);
+    sheet.TextMatrix(1, 2, Cell(double(y[0])));  // a double: no longer packed
+    EXPECT_EQ(sheet.FloatBody(2), nullptr);
+    EXPECT_EQ(Smooth(sheet, 1, copy), 1);
+    return std::make_pair(bits(packed), bits(Column(copy ? 3 : 2)));
+  };
+  std::mt19937 rng(11);
+  std::uniform_real_distribution<float> value(-1e6f, 1e6f);
+  const int widest = cpu::pathLimit;
+  for (int limit = widest; limit >= 0; --limit) {
+    cpu::pathLimit = limit;
+    for (size_t n : {3u, 9u, 17u, 18u, 33u, 1000u, 4099u}) {
+      SCOPED_TRACE("path " + std::to_string(limit) + ", " + std::to_string(n) + " rows");
+      std::vector<float> y(n);
+      for (float& v : y) v = value(rng);
+      for (bool copy : {false, true}) {
+        const auto [fast, general] = both(y, copy);
+        EXPECT_EQ(fast, general) << (copy ? "copy" : "in place");
+      }
+      std::vector<float> wild = y;
+      wild[n - 2] = 3e38f;  // 2y + left + right overflows: a gap
+      const auto [a, b] = both(wild, false);
+      EXPECT_EQ(a, b) << "overflow";
+      EXPECT_TRUE(std::isnan(Column(2)[n - 2]));
+    }
+  }
+  cpu::pathLimit = widest;
+}
+
 TEST_F(ColumnMathTest, IntegralRunsOverTrapezoids) {
   Fill({0, 1, NAN, 3}, {2, 4, 1, 0});
   ASSERT_EQ(Integrate(sheet), 1);
