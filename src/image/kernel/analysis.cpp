@@ -1,4 +1,5 @@
 #include "image/kernel/analysis.h"
+#include "image/kernel/analysis_colour.h"
 #include "image/kernel/cpu_paths.h"
 
 #include <algorithm>
@@ -341,60 +342,6 @@ AnalysisResult ResultOf(const Tally& t, uint64_t dynamic) {
 
 // --- Window accumulation ---------------------------------------------------
 
-#if defined(__x86_64__)
-// Word picks for a byte shuffle: word w of the source to each place, -1 for
-// zero.
-inline __m128i WordPicks(int a, int b, int c, int d, int e, int f, int g, int h) {
-  const int w[8] = {a, b, c, d, e, f, g, h};
-  alignas(16) int8_t bytes[16];
-  for (int k = 0; k < 8; ++k) {
-    bytes[2 * k] = int8_t(w[k] < 0 ? -128 : 2 * w[k]);
-    bytes[2 * k + 1] = int8_t(w[k] < 0 ? -128 : 2 * w[k] + 1);
-  }
-  return _mm_load_si128(reinterpret_cast<const __m128i*>(bytes));
-}
-
-// Eight words widened into a plane: its first sum, or added to it.
-template <bool kStart>
-SV_AVX2 SV_INLINE void PutWords(uint32_t* d, __m128i words) {
-  const __m256i v = _mm256_cvtepu16_epi32(words);
-  __m256i* at = reinterpret_cast<__m256i*>(d);
-  if constexpr (kStart) _mm256_storeu_si256(at, v);
-  else _mm256_storeu_si256(at, _mm256_add_epi32(_mm256_loadu_si256(at), v));
-}
-
-// Colour rows on AVX2: eight pixels (three 128-bit loads) part into their
-// red, green and blue words by three shuffles each, widened to 32 bits and
-// summed into the planes; the source is fetched 768 bytes ahead. Whole
-// blocks of eight only: the caller sums the rest.
-template <bool kStart>
-SV_AVX2 void AccumulateColourAvx2(const uint16_t* src, size_t sstep, uint32_t* d0, uint32_t* d1,
-                                  uint32_t* d2, size_t dstep, long m, long count) {
-  const __m128i r0 = WordPicks(0, 3, 6, -1, -1, -1, -1, -1);
-  const __m128i r1 = WordPicks(-1, -1, -1, 1, 4, 7, -1, -1);
-  const __m128i r2 = WordPicks(-1, -1, -1, -1, -1, -1, 2, 5);
-  const __m128i g0 = WordPicks(1, 4, 7, -1, -1, -1, -1, -1);
-  const __m128i g1 = WordPicks(-1, -1, -1, 2, 5, -1, -1, -1);
-  const __m128i g2 = WordPicks(-1, -1, -1, -1, -1, 0, 3, 6);
-  const __m128i b0 = WordPicks(2, 5, -1, -1, -1, -1, -1, -1);
-  const __m128i b1 = WordPicks(-1, -1, 0, 3, 6, -1, -1, -1);
-  const __m128i b2 = WordPicks(-1, -1, -1, -1, -1, 1, 4, 7);
-  for (long r = 0; r < count; ++r, src += sstep, d0 += dstep, d1 += dstep, d2 += dstep) {
-    for (long i = 0; i + 8 <= m; i += 8) {
-      const __m128i* p = reinterpret_cast<const __m128i*>(src + 3 * i);
-      _mm_prefetch(reinterpret_cast<const char*>(p) + 768, _MM_HINT_T0);
-      const __m128i v0 = _mm_loadu_si128(p), v1 = _mm_loadu_si128(p + 1),
-                    v2 = _mm_loadu_si128(p + 2);
-      PutWords<kStart>(d0 + i, _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(v0, r0), _mm_shuffle_epi8(v1, r1)),
-                               _mm_shuffle_epi8(v2, r2)));
-      PutWords<kStart>(d1 + i, _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(v0, g0), _mm_shuffle_epi8(v1, g1)),
-                               _mm_shuffle_epi8(v2, g2)));
-      PutWords<kStart>(d2 + i, _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(v0, b0), _mm_shuffle_epi8(v1, b1)),
-                               _mm_shuffle_epi8(v2, b2)));
-    }
-  }
-}
-#endif
 
 // Rows of a window into its C planes: starts a sum or adds to it. The rows
 // run inside one call of the chosen instruction set, so a small window pays
@@ -430,9 +377,17 @@ void AccumulateRows(const uint16_t* s, size_t sourceStride, uint32_t* const* d, 
         }
     };
 #if defined(__x86_64__)
-    // AVX-512's word permutes make this slower than AVX2's byte shuffles.
+    // (Word permutes across 512 bits are slower than these byte shuffles.)
+    if (CurrentIsa() >= 2) {
+      analysis_colour::SumAvx512<kStart>(s, sourceStride, d[0], d[1], d[2], stride, n, rows);
+      const long done = n / 16 * 16;
+      if (done < n)
+        Run<0>(body, s + 3 * done, sourceStride, d[0] + done, d[1] + done, d[2] + done, stride,
+               n - done, rows);
+      return;
+    }
     if (CurrentIsa() >= 1) {
-      AccumulateColourAvx2<kStart>(s, sourceStride, d[0], d[1], d[2], stride, n, rows);
+      analysis_colour::SumAvx2<kStart>(s, sourceStride, d[0], d[1], d[2], stride, n, rows);
       const long done = n / 8 * 8;
       if (done < n)
         Run<0>(body, s + 3 * done, sourceStride, d[0] + done, d[1] + done, d[2] + done, stride,
