@@ -238,7 +238,7 @@ int main(int argc, char** argv) {
   // A row with a yardstick (OpenCV, another row, or the memcpy when it has a
   // target against that) runs in alternating rounds with it, each side's
   // best round counts: a disturbance of a moment then falls on neither.
-  constexpr int kRounds = 3;
+  constexpr int kRounds = 5;
   for (const Row& r : Rows()) {
     if (!r.kernel) continue;
     const Row* base = nullptr;
