@@ -254,16 +254,21 @@ void TameInnerToBits(const float* in, uint32_t* bits, size_t m) {
 // be `src`; a `dst` apart is all gaps to begin with. Tile by tile the old
 // values are copied aside before the tile is written; a number whose right
 // neighbour is not known yet waits (`pending`) for the next one.
-void SmoothOnce(const uint32_t* src, uint32_t* dst, size_t n) {
+//
+// The sweep may also go on from row `from` >= 2 after the rows before it
+// were done elsewhere: all of them numbers, `left` the old one at from - 2,
+// and the one at from - 1 waiting.
+void SmoothOnce(const uint32_t* src, uint32_t* dst, size_t n, size_t from = 0,
+                float left = 0.0f) {
   constexpr size_t kTile = 2048;
   float old[kTile + 1];  // old[0]: the number left of the tile
-  float left = 0.0f, pending = 0.0f;
-  size_t pendingRow = 0, seen = 0;
+  float pending = from > 0 ? std::bit_cast<float>(src[from - 1]) : 0.0f;
+  size_t pendingRow = from > 0 ? from - 1 : 0, seen = from;
   auto settle = [&](float right) {
     dst[pendingRow] = column_cells::Store(
         seen == 1 ? pending : (2.0f * pending + left + right) * 0.25f);
   };
-  for (size_t t = 0; t < n; t += kTile) {
+  for (size_t t = from; t < n; t += kTile) {
     const size_t m = std::min(kTile, n - t);
     if (CopyCount(src + t, old + 1, m) == 0 && m >= 2 &&
         (seen == 0 || (std::bit_cast<uint32_t>(pending) & 0x7F800000u) < kTameExponent)) {
@@ -491,7 +496,9 @@ void SmoothColumn(Form_Worksheet& sheet, long src, long dst, long degree) {
   const uint32_t* sb = sheet.FloatBody(src);
   uint32_t* db = sheet.FloatBody(dst);
   if (sb && db && degree == 1) {
-    if (!column_cells::FastSmooth(sb, db, body)) SmoothOnce(sb, db, body);
+    float left = 0.0f;
+    const size_t done = column_cells::FastSmooth(sb, db, body, left);
+    if (done < body) SmoothOnce(sb, db, body, done == 0 ? 0 : done + 1, left);
     return;
   }
   if (sb && db && body >= 3 && !HasGap(sb, body)) {

@@ -67,11 +67,14 @@ uint32_t Run(F f, A... args) {
 // The results are those of the general way to the bit.
 bool FastDerivative(const uint32_t* x, const uint32_t* y, uint32_t* out, size_t n);
 
-// One smoothing pass over a column whose cells are all numbers below 2^125
-// in size, on the widest vectors; false (nothing written) otherwise, or where
-// those vectors are missing. `dst` may be `src`. The results are those of the
-// general way to the bit.
-bool FastSmooth(const uint32_t* src, uint32_t* dst, size_t n);
+// One smoothing pass over a column on the widest vectors, from the start
+// until a result that is no finite number (a gap or a number too large
+// meets one). Returns n when the pass is done; 0 when nothing is written (too
+// short, no such vectors, or trouble at once); otherwise the row k >= 2 where
+// it stopped: the results before k are written, `left` is the old value at
+// k - 1, and the rows from k on are untouched. `dst` may be `src`. The
+// results are those of the general way to the bit.
+size_t FastSmooth(const uint32_t* src, uint32_t* dst, size_t n, float& left);
 
 // A result as compact bits: no finite number is a gap.
 inline uint32_t Store(float v) {

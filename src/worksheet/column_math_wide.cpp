@@ -98,30 +98,23 @@ __attribute__((target("avx2"))) bool Avx2Derivative(const uint32_t* x, const uin
   return Rest(x, y, out, n, k, _mm256_cvtss_f32(rotatedBefore));
 }
 
-// Below 2^125 in size: (2 y + left + right) / 4 of such numbers is finite.
-constexpr uint32_t kTame = 252u << 23;
-
-// True when every cell holds such a number (no gap, NaN or infinity).
-bool AllTame(const uint32_t* bits, size_t n) {
-  return Run([](const uint32_t* bits, size_t n) SV_COLUMN_BODY {
-    uint32_t wild = 0;
-    for (size_t i = 0; i < n; ++i) wild += (bits[i] & 0x7F800000u) >= kTame;
-    return wild;
-  }, bits, n) == 0;
-}
-
 // One smoothing pass of the inner points from k on, one by one; `left` is
-// the old value left of point k. `dst` may be `src`.
-void SmoothRest(const uint32_t* src, uint32_t* dst, size_t n, size_t k, float left) {
+// the old value left of point k. `dst` may be `src`. Returns the point whose
+// result is no finite number, with `left` the old value before it, or n - 1
+// when all are done.
+size_t SmoothRest(const uint32_t* src, uint32_t* dst, size_t n, size_t k, float& left) {
   for (; k + 1 < n; ++k) {
     const float c = At(src, k);
-    dst[k] = std::bit_cast<uint32_t>((2.0f * c + left + At(src, k + 1)) * 0.25f);
+    const float v = (2.0f * c + left + At(src, k + 1)) * 0.25f;
+    if (!Finite(v)) return k;
+    dst[k] = std::bit_cast<uint32_t>(v);
     left = c;
   }
+  return k;
 }
 
-__attribute__((target("avx512f,avx512dq,avx512vl,avx512bw"))) void WideSmooth(
-    const uint32_t* src, uint32_t* dst, size_t n) {
+__attribute__((target("avx512f,avx512dq,avx512vl,avx512bw"))) size_t WideSmooth(
+    const uint32_t* src, uint32_t* dst, size_t n, float& left) {
   const __m512 two = _mm512_set1_ps(2.0f), quarter = _mm512_set1_ps(0.25f);
   const __m512i shift =
       _mm512_setr_epi32(15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30);
@@ -132,18 +125,21 @@ __attribute__((target("avx512f,avx512dq,avx512vl,avx512bw"))) void WideSmooth(
   for (; k + 17 <= n; k += 16) {
     const __m512 c = _mm512_loadu_ps(src + k);
     const __m512 right = _mm512_loadu_ps(src + k + 1);
-    const __m512 left = _mm512_permutex2var_ps(before, shift, c);
+    const __m512 l = _mm512_permutex2var_ps(before, shift, c);
     const __m512 v = _mm512_mul_ps(
-        _mm512_add_ps(_mm512_add_ps(_mm512_mul_ps(two, c), left), right), quarter);
+        _mm512_add_ps(_mm512_add_ps(_mm512_mul_ps(two, c), l), right), quarter);
+    if (_cvtmask16_u32(_mm512_fpclass_ps_mask(v, 0x99)) != 0) break;  // NaN or infinite
     _mm512_storeu_ps(dst + k, v);
     before = c;
   }
   alignas(64) float last[16];
   _mm512_store_ps(last, before);
-  SmoothRest(src, dst, n, k, last[15]);
+  left = last[15];
+  return SmoothRest(src, dst, n, k, left);
 }
 
-__attribute__((target("avx2"))) void Avx2Smooth(const uint32_t* src, uint32_t* dst, size_t n) {
+__attribute__((target("avx2"))) size_t Avx2Smooth(const uint32_t* src, uint32_t* dst, size_t n,
+                                                  float& left) {
   const __m256 two = _mm256_set1_ps(2.0f), quarter = _mm256_set1_ps(0.25f);
   const __m256i rotate = _mm256_setr_epi32(7, 0, 1, 2, 3, 4, 5, 6);
   __m256 rotatedBefore = _mm256_set1_ps(At(src, 0));  // lane 0: the old value left
@@ -152,13 +148,16 @@ __attribute__((target("avx2"))) void Avx2Smooth(const uint32_t* src, uint32_t* d
     const __m256 c = _mm256_loadu_ps(reinterpret_cast<const float*>(src + k));
     const __m256 right = _mm256_loadu_ps(reinterpret_cast<const float*>(src + k + 1));
     const __m256 rotated = _mm256_permutevar8x32_ps(c, rotate);
-    const __m256 left = _mm256_blend_ps(rotated, rotatedBefore, 0x01);
+    const __m256 l = _mm256_blend_ps(rotated, rotatedBefore, 0x01);
     const __m256 v = _mm256_mul_ps(
-        _mm256_add_ps(_mm256_add_ps(_mm256_mul_ps(two, c), left), right), quarter);
+        _mm256_add_ps(_mm256_add_ps(_mm256_mul_ps(two, c), l), right), quarter);
+    const __m256 d = _mm256_sub_ps(v, v);  // NaN where v is infinite or NaN
+    if (_mm256_movemask_ps(_mm256_cmp_ps(d, d, _CMP_UNORD_Q)) != 0) break;
     _mm256_storeu_ps(reinterpret_cast<float*>(dst + k), v);
     rotatedBefore = rotated;
   }
-  SmoothRest(src, dst, n, k, _mm256_cvtss_f32(rotatedBefore));
+  left = _mm256_cvtss_f32(rotatedBefore);
+  return SmoothRest(src, dst, n, k, left);
 }
 
 }  // namespace
@@ -170,19 +169,22 @@ bool FastDerivative(const uint32_t* x, const uint32_t* y, uint32_t* out, size_t 
   return false;
 }
 
-bool FastSmooth(const uint32_t* src, uint32_t* dst, size_t n) {
-  if (n < 3 || !(cpu::HaveAvx512() || cpu::HaveAvx2()) || !AllTame(src, n)) return false;
-  dst[0] = src[0];  // the ends stay
-  dst[n - 1] = src[n - 1];
-  if (cpu::HaveAvx512()) WideSmooth(src, dst, n);
-  else Avx2Smooth(src, dst, n);
-  return true;
+size_t FastSmooth(const uint32_t* src, uint32_t* dst, size_t n, float& left) {
+  if (n < 3) return 0;
+  size_t k = 0;
+  if (cpu::HaveAvx512()) k = WideSmooth(src, dst, n, left);
+  else if (cpu::HaveAvx2()) k = Avx2Smooth(src, dst, n, left);
+  if (k <= 1) return 0;
+  dst[0] = src[0];  // the first number stays
+  if (k + 1 < n) return k;
+  dst[n - 1] = src[n - 1];  // and the last
+  return n;
 }
 
 #else
 
 bool FastDerivative(const uint32_t*, const uint32_t*, uint32_t*, size_t) { return false; }
-bool FastSmooth(const uint32_t*, uint32_t*, size_t) { return false; }
+size_t FastSmooth(const uint32_t*, uint32_t*, size_t, float&) { return 0; }
 
 #endif
 

@@ -297,6 +297,23 @@ TEST_F(ColumnMathTest, LongColumnsSmoothAsTheGeneralWayToTheBit) {
       const auto [a, b] = both(wild, false);
       EXPECT_EQ(a, b) << "overflow";
       EXPECT_TRUE(std::isnan(Column(2)[n - 2]));
+      // Gaps in the middle and trouble at the start: the sweep hands over
+      // where it meets them, or leaves the whole pass to the general way.
+      for (size_t at : {size_t(1), n / 2}) {
+        for (int kind = 0; kind < 2; ++kind) {
+          wild = y;
+          if (kind == 0) {  // an overflow, gaps after it
+            wild[at] = 3e38f;
+            if (at + 3 < n) wild[at + 2] = wild[n - 1] = NAN;
+          } else {  // a gap right of the point: its right number lies beyond
+            wild[at + 1] = NAN;
+          }
+          for (bool copy : {false, true}) {
+            const auto [c, d] = both(wild, copy);
+            EXPECT_EQ(c, d) << "trouble " << kind << " at " << at << (copy ? ", copy" : "");
+          }
+        }
+      }
     }
   }
   cpu::pathLimit = widest;
