@@ -88,8 +88,9 @@ SV_AVX512 SV_INLINE void PutWords16(uint32_t* d, __m256i words) {
 
 // Colour rows on AVX-512: sixteen pixels a turn, the same byte shuffles on
 // both 128-bit halves (pixels 0-7 and 8-15 loaded side by side), each plane's
-// sixteen words widened at once into a 512-bit sum. Whole blocks of sixteen
-// only: the caller sums the rest.
+// sixteen words widened at once into a 512-bit sum. The hardware's own
+// fetching does better here than fetching ahead by hand. Whole blocks of
+// sixteen only: the caller sums the rest.
 template <bool kStart>
 SV_AVX512 void SumAvx512(const uint16_t* src, size_t sstep, uint32_t* d0,
                                       uint32_t* d1, uint32_t* d2, size_t dstep, long m,
@@ -106,7 +107,6 @@ SV_AVX512 void SumAvx512(const uint16_t* src, size_t sstep, uint32_t* d0,
   for (long r = 0; r < count; ++r, src += sstep, d0 += dstep, d1 += dstep, d2 += dstep) {
     for (long i = 0; i + 16 <= m; i += 16) {
       const __m128i* p = reinterpret_cast<const __m128i*>(src + 3 * i);
-      _mm_prefetch(reinterpret_cast<const char*>(p) + 768, _MM_HINT_T0);
       const __m256i a = _mm256_loadu2_m128i(p + 3, p), b = _mm256_loadu2_m128i(p + 4, p + 1),
                     c = _mm256_loadu2_m128i(p + 5, p + 2);
       PutWords16<kStart>(d0 + i, PickPlane(a, b, c, r0, r1, r2));
