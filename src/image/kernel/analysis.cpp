@@ -377,18 +377,13 @@ void AccumulateRows(const uint16_t* s, size_t sourceStride, uint32_t* const* d, 
         }
     };
 #if defined(__x86_64__)
-    // (Word permutes across 512 bits are slower than these byte shuffles.)
-    if (CurrentIsa() >= 2) {
-      analysis_colour::SumAvx512<kStart>(s, sourceStride, d[0], d[1], d[2], stride, n, rows);
-      const long done = n / 16 * 16;
-      if (done < n)
-        Run<0>(body, s + 3 * done, sourceStride, d[0] + done, d[1] + done, d[2] + done, stride,
-               n - done, rows);
-      return;
-    }
-    if (CurrentIsa() >= 1) {
-      analysis_colour::SumAvx2<kStart>(s, sourceStride, d[0], d[1], d[2], stride, n, rows);
-      const long done = n / 8 * 8;
+    // Whole blocks of 16 or 8 pixels by byte shuffles (word permutes across
+    // 512 bits are slower), the rest of each row plainly.
+    const int isa = CurrentIsa();
+    if (isa >= 1) {
+      const long block = isa >= 2 ? 16 : 8, done = n / block * block;
+      (isa >= 2 ? analysis_colour::SumAvx512<kStart> : analysis_colour::SumAvx2<kStart>)(
+          s, sourceStride, d[0], d[1], d[2], stride, n, rows);
       if (done < n)
         Run<0>(body, s + 3 * done, sourceStride, d[0] + done, d[1] + done, d[2] + done, stride,
                n - done, rows);
