@@ -1,4 +1,5 @@
-// The derivative of a long gapless column on 512-bit vectors.
+// The derivative and a smoothing pass of whole columns on AVX-512 and AVX2
+// vectors, with the general way's results to the bit.
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -24,8 +25,7 @@ inline bool Finite(float v) {
 
 // The points from k on one by one, the same operations as the vectors'; `left`
 // is the slope left of point k. The ends have one slope each.
-bool Rest(const uint32_t* x, const uint32_t* y, uint32_t* out, size_t n, size_t k,
-            float left) {
+bool Rest(const uint32_t* x, const uint32_t* y, uint32_t* out, size_t n, size_t k, float left) {
   for (; k + 1 < n; ++k) {
     const float dx = At(x, k + 1) - At(x, k);
     if (dx == 0.0f) return false;
